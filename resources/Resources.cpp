@@ -1,0 +1,1 @@
+// The resources of this library (translations, fonts) are embedded by the build.

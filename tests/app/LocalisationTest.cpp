@@ -1,0 +1,47 @@
+#include "app/Localisation.h"
+#include "settings/AppearanceMode.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QXmlStreamReader>
+#include <QTranslator>
+
+#include <gtest/gtest.h>
+
+TEST(Localisation, EnglishSystemsGetTheEnglishTable) {
+    QTranslator translator;
+    ASSERT_TRUE(installTranslation(*QCoreApplication::instance(), translator,
+                                   QLocale(QLocale::English, QLocale::UnitedStates)));
+    EXPECT_EQ(appearanceModeLabel(AppearanceMode::system), QStringLiteral("Automatic"));
+    EXPECT_EQ(appearanceModeLabel(AppearanceMode::dark), QStringLiteral("Dark"));
+    QCoreApplication::removeTranslator(&translator);
+    EXPECT_EQ(appearanceModeLabel(AppearanceMode::dark), QStringLiteral("Dunkel"));
+}
+
+TEST(Localisation, GermanSystemsKeepTheSourceTexts) {
+    QTranslator translator;
+    EXPECT_FALSE(installTranslation(*QCoreApplication::instance(), translator,
+                                    QLocale(QLocale::German, QLocale::Austria)));
+    EXPECT_EQ(appearanceModeLabel(AppearanceMode::light), QStringLiteral("Hell"));
+}
+
+TEST(Localisation, EveryTextOfTheTableHasAnEnglishTranslation) {
+    QFile file(QStringLiteral(OSTREL_SOURCE_DIR "/resources/translations/ostrel_en.ts"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    QXmlStreamReader xml(&file);
+    int messages = 0;
+    QString source;
+    while (!xml.atEnd()) {
+        if (xml.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        if (xml.name() == u"source") {
+            source = xml.readElementText();
+        } else if (xml.name() == u"translation") {
+            ++messages;
+            EXPECT_TRUE(xml.attributes().value(QStringLiteral("type")).isEmpty()) << source.toStdString();
+            EXPECT_FALSE(xml.readElementText().isEmpty()) << source.toStdString();
+        }
+    }
+    EXPECT_FALSE(xml.hasError());
+    EXPECT_GE(messages, 4);
+}

@@ -1,0 +1,162 @@
+#include "diagnostics/LogFormat.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace logformat;
+
+namespace {
+
+QDateTime localTime(int y, int mo, int d, int h, int mi, int s, int ms = 0) {
+    return QDateTime(QDate(y, mo, d), QTime(h, mi, s, ms));
+}
+
+QString writeFile(const QTemporaryDir& dir, const QByteArray& content) {
+    const QString path = dir.filePath(QStringLiteral("ostrel-diagnose.log"));
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(content);
+    return path;
+}
+
+QByteArray validLine(int i) {
+    return QStringLiteral("2026-11-20 08:%1:%2  INFO  Zeile %3\n")
+        .arg((i / 60) % 60, 2, 10, QChar('0'))
+        .arg(i % 60, 2, 10, QChar('0'))
+        .arg(i)
+        .toUtf8();
+}
+
+} // namespace
+
+TEST(LogFileLine, HasTimestampTwoSpacesBareLevelTwoSpacesMessageAndOneLineFeed) {
+    const QByteArray line =
+        fileLine(localTime(2026, 3, 7, 9, 5, 2, 987), LogLevel::warn, QStringLiteral("Größe  ok"));
+    EXPECT_EQ(line, QStringLiteral("2026-03-07 09:05:02  WARN  Größe  ok\n").toUtf8());
+    EXPECT_EQ(fileLine(localTime(2026, 3, 7, 23, 0, 0), LogLevel::error, QString()),
+              QByteArray("2026-03-07 23:00:00  FEHLER  \n"));
+}
+
+TEST(LogFileLine, ParsesBackWithWholeSecondsAndUnchangedMessage) {
+    const QDateTime when = localTime(2026, 11, 23, 14, 30, 15, 456);
+    for (const QString& message :
+         {QStringLiteral("Aufnahme gestartet"), QStringLiteral("zwei  Leerzeichen  zweimal"),
+          QStringLiteral("  führende Lücke"), QStringLiteral("endet mit Lücke  "), QString()}) {
+        for (LogLevel level : allLogLevels) {
+            QByteArray line = fileLine(when, level, message);
+            line.chop(1);
+            const auto entry = parseLine(QString::fromUtf8(line));
+            ASSERT_TRUE(entry.has_value()) << line.constData();
+            EXPECT_EQ(entry->message, message);
+            EXPECT_EQ(entry->level, level);
+            EXPECT_EQ(entry->date.toSecsSinceEpoch(), when.toSecsSinceEpoch());
+            EXPECT_EQ(entry->date.toMSecsSinceEpoch() % 1000, 0);
+        }
+    }
+}
+
+TEST(LogFileLine, RejectsLinesThatAreNotEntries) {
+    const char* bad[] = {
+        "2026-11-23 14:30:15  INFO",                // one gap only
+        "2026-11-23 14:30:15  info  klein",         // lower-case level
+        "2026-11-23 14:30:15  Warn  gemischt",      // mixed case
+        "2026-11-23 14:30:15  DEBUG  unbekannt",    // no such level
+        "2026-11-23 14:30:15   INFO  drei Spaces",  // the level part starts with a space
+        "2026-11-23 14:30:15 INFO  eine Lücke",     // timestamp and level not separated
+        "2026-13-23 14:30:15  INFO  Monat 13",      // invalid date
+        "2026-02-30 14:30:15  INFO  30. Februar",   // invalid day
+        "2026-11-23 24:00:00  INFO  Stunde 24",     // invalid time
+        "2026-11-23T14:30:15  INFO  ISO",           // wrong pattern
+        "26-11-23 14:30:15  INFO  kurz",            // short year
+        "  Fortsetzung einer Meldung mit Umbruch",  // continuation line
+        "\x01\x02\x03  \x04  \x05",                 // binary
+    };
+    for (const char* line : bad)
+        EXPECT_FALSE(parseLine(QString::fromUtf8(line)).has_value()) << line;
+    EXPECT_TRUE(parseLine(u"2026-11-23 14:30:15  FEHLER  ok").has_value());
+}
+
+TEST(LogReadBack, KeepsTheLastLinesSkipsEmptyAndBadOnesInOrder) {
+    QString text;
+    for (int i = 0; i < 1500; ++i) {
+        text += QString::fromUtf8(validLine(i));
+        if (i % 100 == 0)
+            text += QStringLiteral("\n\nkaputt\n"); // empty lines are dropped, bad ones counted
+    }
+    const auto entries = parseTail(text, 1000);
+    // The last 1000 non-empty lines hold 9 bad ones (after lines 600, 700, ..., 1400).
+    ASSERT_EQ(entries.size(), 991u);
+    EXPECT_EQ(entries.front().message, QStringLiteral("Zeile 509"));
+    EXPECT_EQ(entries.back().message, QStringLiteral("Zeile 1499"));
+}
+
+TEST(LogReadBack, MissingOrGarbageFilesGiveNoEntriesAndNeverCrash) {
+    QTemporaryDir dir;
+    EXPECT_TRUE(readTail(dir.filePath("fehlt.log"), 1000).empty());
+    EXPECT_TRUE(readTail(dir.path(), 1000).empty()); // a folder
+
+    QByteArray binary;
+    for (int i = 0; i < 300000; ++i)
+        binary.append(char((unsigned(i) * 7919u) % 256u));
+    EXPECT_NO_THROW(readTail(writeFile(dir, binary), 1000));
+
+    // Not UTF-8: the read fails as a whole.
+    QByteArray invalid = validLine(1) + QByteArray("2026-11-20 08:00:02  INFO  \xff\xfe\n") +
+                         validLine(3);
+    EXPECT_TRUE(readTail(writeFile(dir, invalid), 1000).empty());
+
+    // A message written with line feeds: its continuation lines are skipped.
+    QByteArray multiline = validLine(1) +
+                           QByteArray("2026-11-20 08:00:02  WARN  erste Zeile\nzweite Zeile\n") +
+                           validLine(3);
+    const auto entries = readTail(writeFile(dir, multiline), 1000);
+    ASSERT_EQ(entries.size(), 3u);
+    EXPECT_EQ(entries[1].message, QStringLiteral("erste Zeile"));
+}
+
+TEST(LogReadBack, ReadsOnlyTheTailOfALargeFile) {
+    QTemporaryDir dir;
+    QByteArray content;
+    // 10 MB of lines with a garbage head that must not matter.
+    content += QByteArray(1 << 20, '\xff') + '\n'; // never read: not UTF-8
+    int i = 0;
+    while (content.size() < 10 * 1024 * 1024)
+        content += validLine(i++);
+    const auto entries = readTail(writeFile(dir, content), 1000);
+    ASSERT_EQ(entries.size(), 1000u);
+    EXPECT_EQ(entries.back().message, QStringLiteral("Zeile %1").arg(i - 1));
+    EXPECT_EQ(entries.front().message, QStringLiteral("Zeile %1").arg(i - 1000));
+}
+
+TEST(LogReadBack, ShortFilesAndFilesWithoutFinalLineFeed) {
+    QTemporaryDir dir;
+    QByteArray content = validLine(1) + validLine(2);
+    content.chop(1);
+    const auto entries = readTail(writeFile(dir, content), 1000);
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[1].message, QStringLiteral("Zeile 2"));
+}
+
+TEST(LogExport, MessageColumnIsTheSameForEveryLevel) {
+    const QDateTime when = localTime(2026, 11, 23, 7, 8, 9, 45);
+    for (LogLevel level : allLogLevels) {
+        const QString line = exportLine(LogEntry{QUuid(), when, level, QStringLiteral("Text")});
+        EXPECT_EQ(line.indexOf(QStringLiteral("Text")), 12 + 2 + 6 + 2) << line.toStdString();
+        EXPECT_TRUE(line.startsWith(QStringLiteral("07:08:09.045  "))) << line.toStdString();
+    }
+    EXPECT_EQ(exportLine(LogEntry{QUuid(), when, LogLevel::event, QStringLiteral("x")}),
+              QStringLiteral("07:08:09.045  EVENT   x"));
+    EXPECT_EQ(exportLine(LogEntry{QUuid(), when, LogLevel::error, QStringLiteral("x")}),
+              QStringLiteral("07:08:09.045  FEHLER  x"));
+}
+
+TEST(LogLevelText, ExactCaseSensitiveRoundTrip) {
+    for (LogLevel level : allLogLevels)
+        EXPECT_EQ(logLevelFromText(logLevelText(level)), level);
+    EXPECT_FALSE(logLevelFromText(u"ERROR").has_value());
+    EXPECT_FALSE(logLevelFromText(u"fehler").has_value());
+    EXPECT_FALSE(logLevelFromText(u"INFO ").has_value());
+    EXPECT_EQ(logLevelText(LogLevel::error), QStringLiteral("FEHLER"));
+}

@@ -1,0 +1,85 @@
+#include "runtime/SerialQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+TEST(SerialQueue, RunsTasksOneAtATimeInSubmissionOrder) {
+    std::vector<int> order;
+    std::atomic<int> running{0};
+    std::atomic<int> maxRunning{0};
+    {
+        SerialQueue queue("com.ostrel.test");
+        for (int i = 0; i < 500; ++i) {
+            queue.async([&, i] {
+                const int now = ++running;
+                maxRunning = std::max(maxRunning.load(), now);
+                order.push_back(i);
+                --running;
+            });
+        }
+    } // destruction runs what is queued
+    ASSERT_EQ(order.size(), 500u);
+    for (int i = 0; i < 500; ++i)
+        EXPECT_EQ(order[size_t(i)], i);
+    EXPECT_EQ(maxRunning.load(), 1);
+}
+
+TEST(SerialQueue, KeepsEachProducersOrderWithSeveralProducers) {
+    std::mutex lock;
+    std::vector<std::pair<int, int>> seen;
+    SerialQueue queue("com.ostrel.test");
+    std::vector<std::thread> producers;
+    for (int p = 0; p < 4; ++p) {
+        producers.emplace_back([&, p] {
+            for (int i = 0; i < 200; ++i)
+                queue.async([&, p, i] {
+                    std::lock_guard guard(lock);
+                    seen.emplace_back(p, i);
+                });
+        });
+    }
+    for (auto& t : producers)
+        t.join();
+    queue.drain();
+    ASSERT_EQ(seen.size(), 800u);
+    std::vector<int> next(4, 0);
+    for (auto [p, i] : seen)
+        EXPECT_EQ(i, next[size_t(p)]++) << "producer " << p;
+}
+
+TEST(SerialQueue, SyncWaitsForEarlierTasksAndRunsOnTheQueueThread) {
+    SerialQueue queue("com.ostrel.test");
+    std::atomic<bool> earlierDone{false};
+    std::thread::id ranOn;
+    queue.async([&] { earlierDone = true; });
+    queue.sync([&] {
+        EXPECT_TRUE(earlierDone.load());
+        EXPECT_TRUE(queue.isCurrent());
+        ranOn = std::this_thread::get_id();
+    });
+    EXPECT_NE(ranOn, std::this_thread::get_id());
+    EXPECT_FALSE(queue.isCurrent());
+}
+
+TEST(SerialQueue, SyncFromInsideTheQueueRunsInlineInsteadOfDeadlocking) {
+    SerialQueue queue("com.ostrel.test");
+    std::vector<int> order;
+    queue.sync([&] {
+        order.push_back(1);
+        queue.sync([&] { order.push_back(2); });
+        order.push_back(3);
+    });
+    EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
+}
+
+TEST(SerialQueue, NamesItsThreadAfterTheLabel) {
+    SerialQueue queue("com.ostrel.log.file");
+    EXPECT_EQ(queue.label(), "com.ostrel.log.file");
+    char name[16] = {};
+    queue.sync([&] { pthread_getname_np(pthread_self(), name, sizeof name); });
+    EXPECT_STREQ(name, "ostrel.log.file"); // the last 15 characters
+}
