@@ -17,7 +17,9 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-double micros(Clock::duration d) { return std::chrono::duration<double, std::micro>(d).count(); }
+double micros(Clock::duration d) {
+    return std::chrono::duration<double, std::micro>(d).count();
+}
 
 double percentile(std::vector<double> values, double p) {
     std::sort(values.begin(), values.end());
@@ -48,8 +50,8 @@ int main(int argc, char* argv[]) {
         log.flush();
         std::printf("log(): %d entries, main-thread cost median %.2f us, p90 %.2f us, p99 %.2f us "
                     "(file queue still busy for %.0f ms after the loop)\n",
-                    count, percentile(costs, 0.5), percentile(costs, 0.9),
-                    percentile(costs, 0.99), micros(Clock::now() - drainStart) / 1000.0);
+                    count, percentile(costs, 0.5), percentile(costs, 0.9), percentile(costs, 0.99),
+                    micros(Clock::now() - drainStart) / 1000.0);
     }
 
     {
@@ -59,8 +61,8 @@ int main(int argc, char* argv[]) {
             return 1;
         const QDateTime when = QDateTime::currentDateTime();
         for (int i = 0; i < 100000; ++i)
-            file.write(logformat::fileLine(when, LogLevel(i % 4),
-                                           QStringLiteral("Kamera-Status geändert: Zeile %1").arg(i)));
+            file.write(logformat::fileLine(
+                when, LogLevel(i % 4), QStringLiteral("Kamera-Status geändert: Zeile %1").arg(i)));
         file.close();
         std::vector<double> times;
         for (int run = 0; run < 7; ++run) {

@@ -29,7 +29,9 @@ OstrelLog::OstrelLog(const QString& filePath, const QString& versionText, QObjec
     log(LogLevel::event, QStringLiteral("App gestartet — ") + oneLine);
 }
 
-OstrelLog::~OstrelLog() { m_fileQueue.reset(); }
+OstrelLog::~OstrelLog() {
+    m_fileQueue.reset();
+}
 
 void OstrelLog::log(LogLevel level, const QString& message) {
     const QDateTime now = QDateTime::currentDateTimeUtc();
@@ -38,11 +40,11 @@ void OstrelLog::log(LogLevel level, const QString& message) {
         m_entries.pop_front();
 
     // The system log and the file are written off the main thread, in logging order.
-    m_fileQueue->async([this, level, message = message.toUtf8(),
-                        line = logformat::fileLine(now, level, message)] {
-        m_systemLog.write(level, message);
-        appendToFile(line);
-    });
+    m_fileQueue->async(
+        [this, level, message = message.toUtf8(), line = logformat::fileLine(now, level, message)] {
+            m_systemLog.write(level, message);
+            appendToFile(line);
+        });
     emit entriesChanged();
 }
 

@@ -54,8 +54,8 @@ private:
     std::deque<LogEntry> m_entries;
     const QString m_filePath;
     const QString m_versionText;
-    SystemLog m_systemLog;              // used on the file queue only
-    bool m_fileFolderChecked = false;   // used on the file queue only
+    SystemLog m_systemLog;            // used on the file queue only
+    bool m_fileFolderChecked = false; // used on the file queue only
     std::unique_ptr<SerialQueue> m_fileQueue;
 };
 

@@ -7,10 +7,9 @@
 void SystemLog::write(LogLevel level, const QByteArray& utf8Message) {
     const bool isError = logLevelIsSystemError(level);
     if (!m_journalFailed) {
-        const int result = sd_journal_send("MESSAGE=%s", utf8Message.constData(), "PRIORITY=%i",
-                                           isError ? LOG_ERR : LOG_NOTICE,
-                                           "SYSLOG_IDENTIFIER=ostrel", "SUBSYSTEM=com.ostrel.mac",
-                                           "CATEGORY=app", nullptr);
+        const int result = sd_journal_send(
+            "MESSAGE=%s", utf8Message.constData(), "PRIORITY=%i", isError ? LOG_ERR : LOG_NOTICE,
+            "SYSLOG_IDENTIFIER=ostrel", "SUBSYSTEM=com.ostrel.mac", "CATEGORY=app", nullptr);
         if (result >= 0)
             return;
         m_journalFailed = true; // no journal here; keep to standard error from now on

@@ -52,4 +52,6 @@ QString versionText(const VersionValues& values) {
              values.shortVersion.value_or(unknown), values.buildNumber.value_or(unknown));
 }
 
-QString versionText() { return versionText(currentVersionValues()); }
+QString versionText() {
+    return versionText(currentVersionValues());
+}

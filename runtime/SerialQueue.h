@@ -27,7 +27,9 @@ public:
     void sync(const std::function<void()>& task);
 
     // Waits until everything queued so far has run.
-    void drain() { sync([] {}); }
+    void drain() {
+        sync([] {});
+    }
 
     bool isCurrent() const { return std::this_thread::get_id() == m_thread.get_id(); }
 

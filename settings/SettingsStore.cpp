@@ -6,8 +6,8 @@
 #include <mutex>
 
 SettingsStore::SettingsStore(QObject* parent)
-    : QObject(parent), m_settings(std::make_unique<QSettings>(QStringLiteral("ostrel"),
-                                                              QStringLiteral("ostrel"))) {
+    : QObject(parent),
+      m_settings(std::make_unique<QSettings>(QStringLiteral("ostrel"), QStringLiteral("ostrel"))) {
     loadAll();
 }
 
@@ -82,7 +82,9 @@ void SettingsStore::remove(Setting setting) {
         notify(setting);
 }
 
-void SettingsStore::sync() { m_settings->sync(); }
+void SettingsStore::sync() {
+    m_settings->sync();
+}
 
 void SettingsStore::notify(Setting setting) {
     // Every key is a property of the same name; its NOTIFY signal tells QML bindings.

@@ -18,23 +18,34 @@ class QSettings;
 // writes come from the main thread, go to the file and notify observers of that key.
 class SettingsStore : public QObject {
     Q_OBJECT
-    Q_PROPERTY(QString wideDeviceUID READ wideDeviceUID WRITE setWideDeviceUID NOTIFY wideDeviceUIDChanged)
-    Q_PROPERTY(QString macroDeviceUID READ macroDeviceUID WRITE setMacroDeviceUID NOTIFY macroDeviceUIDChanged)
-    Q_PROPERTY(QString micDeviceUID READ micDeviceUID WRITE setMicDeviceUID NOTIFY micDeviceUIDChanged)
-    Q_PROPERTY(QByteArray recordingFolderBookmark READ recordingFolderBookmark WRITE setRecordingFolderBookmark NOTIFY recordingFolderBookmarkChanged)
-    Q_PROPERTY(int appearanceMode READ appearanceMode WRITE setAppearanceMode NOTIFY appearanceModeChanged)
+    Q_PROPERTY(
+        QString wideDeviceUID READ wideDeviceUID WRITE setWideDeviceUID NOTIFY wideDeviceUIDChanged)
+    Q_PROPERTY(QString macroDeviceUID READ macroDeviceUID WRITE setMacroDeviceUID NOTIFY
+                   macroDeviceUIDChanged)
+    Q_PROPERTY(
+        QString micDeviceUID READ micDeviceUID WRITE setMicDeviceUID NOTIFY micDeviceUIDChanged)
+    Q_PROPERTY(QByteArray recordingFolderBookmark READ recordingFolderBookmark WRITE
+                   setRecordingFolderBookmark NOTIFY recordingFolderBookmarkChanged)
+    Q_PROPERTY(
+        int appearanceMode READ appearanceMode WRITE setAppearanceMode NOTIFY appearanceModeChanged)
     Q_PROPERTY(bool watermarkOn READ watermarkOn WRITE setWatermarkOn NOTIFY watermarkOnChanged)
     Q_PROPERTY(QString praxisText READ praxisText WRITE setPraxisText NOTIFY praxisTextChanged)
-    Q_PROPERTY(bool resolutionHigh READ resolutionHigh WRITE setResolutionHigh NOTIFY resolutionHighChanged)
-    Q_PROPERTY(bool stabilizeMacro READ stabilizeMacro WRITE setStabilizeMacro NOTIFY stabilizeMacroChanged)
-    Q_PROPERTY(bool didCompleteOnboarding READ didCompleteOnboarding WRITE setDidCompleteOnboarding NOTIFY didCompleteOnboardingChanged)
+    Q_PROPERTY(bool resolutionHigh READ resolutionHigh WRITE setResolutionHigh NOTIFY
+                   resolutionHighChanged)
+    Q_PROPERTY(bool stabilizeMacro READ stabilizeMacro WRITE setStabilizeMacro NOTIFY
+                   stabilizeMacroChanged)
+    Q_PROPERTY(bool didCompleteOnboarding READ didCompleteOnboarding WRITE setDidCompleteOnboarding
+                   NOTIFY didCompleteOnboardingChanged)
     Q_PROPERTY(bool devShowFPS READ devShowFPS WRITE setDevShowFPS NOTIFY devShowFPSChanged)
-    Q_PROPERTY(bool devStabSliders READ devStabSliders WRITE setDevStabSliders NOTIFY devStabSlidersChanged)
+    Q_PROPERTY(bool devStabSliders READ devStabSliders WRITE setDevStabSliders NOTIFY
+                   devStabSlidersChanged)
     Q_PROPERTY(bool devStabFrame READ devStabFrame WRITE setDevStabFrame NOTIFY devStabFrameChanged)
     Q_PROPERTY(bool devStabDiag READ devStabDiag WRITE setDevStabDiag NOTIFY devStabDiagChanged)
     Q_PROPERTY(double stabGain READ stabGain WRITE setStabGain NOTIFY stabGainChanged)
-    Q_PROPERTY(double stabSmoothing READ stabSmoothing WRITE setStabSmoothing NOTIFY stabSmoothingChanged)
-    Q_PROPERTY(double stabCropZoom READ stabCropZoom WRITE setStabCropZoom NOTIFY stabCropZoomChanged)
+    Q_PROPERTY(
+        double stabSmoothing READ stabSmoothing WRITE setStabSmoothing NOTIFY stabSmoothingChanged)
+    Q_PROPERTY(
+        double stabCropZoom READ stabCropZoom WRITE setStabCropZoom NOTIFY stabCropZoomChanged)
     Q_PROPERTY(double stabLead READ stabLead WRITE setStabLead NOTIFY stabLeadChanged)
 
 public:
@@ -84,7 +95,9 @@ public:
     void setWideDeviceUID(const QString& v) { setValue(Setting::wideDeviceUID, v); }
     void setMacroDeviceUID(const QString& v) { setValue(Setting::macroDeviceUID, v); }
     void setMicDeviceUID(const QString& v) { setValue(Setting::micDeviceUID, v); }
-    void setRecordingFolderBookmark(const QByteArray& v) { setValue(Setting::recordingFolderBookmark, v); }
+    void setRecordingFolderBookmark(const QByteArray& v) {
+        setValue(Setting::recordingFolderBookmark, v);
+    }
     void setAppearanceMode(int v) { setValue(Setting::appearanceMode, v); }
     void setWatermarkOn(bool v) { setValue(Setting::watermarkOn, v); }
     void setPraxisText(const QString& v) { setValue(Setting::praxisText, v); }

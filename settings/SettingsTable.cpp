@@ -32,11 +32,15 @@ const std::array<SettingSpec, settingCount>& table() {
     return specs;
 }
 
-bool isTextual(const QVariant& value) { return value.typeId() == QMetaType::QString; }
+bool isTextual(const QVariant& value) {
+    return value.typeId() == QMetaType::QString;
+}
 
 } // namespace
 
-const SettingSpec& settingSpec(Setting setting) { return table()[size_t(setting)]; }
+const SettingSpec& settingSpec(Setting setting) {
+    return table()[size_t(setting)];
+}
 
 std::optional<Setting> settingFromKey(const QString& key) {
     for (const SettingSpec& spec : table())
@@ -73,8 +77,8 @@ std::optional<QVariant> coerceSettingValue(SettingType type, const QVariant& sto
         if (id == QMetaType::LongLong || id == QMetaType::UInt || id == QMetaType::ULongLong ||
             isTextual(stored)) {
             bool ok = false;
-            const int value = isTextual(stored) ? stored.toString().trimmed().toInt(&ok)
-                                                : stored.toInt(&ok);
+            const int value =
+                isTextual(stored) ? stored.toString().trimmed().toInt(&ok) : stored.toInt(&ok);
             if (ok)
                 return QVariant(value);
         }

@@ -3,8 +3,8 @@
 
 #include <QCoreApplication>
 #include <QFile>
-#include <QXmlStreamReader>
 #include <QTranslator>
+#include <QXmlStreamReader>
 
 #include <gtest/gtest.h>
 
@@ -38,7 +38,8 @@ TEST(Localisation, EveryTextOfTheTableHasAnEnglishTranslation) {
             source = xml.readElementText();
         } else if (xml.name() == u"translation") {
             ++messages;
-            EXPECT_TRUE(xml.attributes().value(QStringLiteral("type")).isEmpty()) << source.toStdString();
+            EXPECT_TRUE(xml.attributes().value(QStringLiteral("type")).isEmpty())
+                << source.toStdString();
             EXPECT_FALSE(xml.readElementText().isEmpty()) << source.toStdString();
         }
     }

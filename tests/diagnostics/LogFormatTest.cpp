@@ -59,19 +59,19 @@ TEST(LogFileLine, ParsesBackWithWholeSecondsAndUnchangedMessage) {
 
 TEST(LogFileLine, RejectsLinesThatAreNotEntries) {
     const char* bad[] = {
-        "2026-11-23 14:30:15  INFO",                // one gap only
-        "2026-11-23 14:30:15  info  klein",         // lower-case level
-        "2026-11-23 14:30:15  Warn  gemischt",      // mixed case
-        "2026-11-23 14:30:15  DEBUG  unbekannt",    // no such level
-        "2026-11-23 14:30:15   INFO  drei Spaces",  // the level part starts with a space
-        "2026-11-23 14:30:15 INFO  eine Lücke",     // timestamp and level not separated
-        "2026-13-23 14:30:15  INFO  Monat 13",      // invalid date
-        "2026-02-30 14:30:15  INFO  30. Februar",   // invalid day
-        "2026-11-23 24:00:00  INFO  Stunde 24",     // invalid time
-        "2026-11-23T14:30:15  INFO  ISO",           // wrong pattern
-        "26-11-23 14:30:15  INFO  kurz",            // short year
-        "  Fortsetzung einer Meldung mit Umbruch",  // continuation line
-        "\x01\x02\x03  \x04  \x05",                 // binary
+        "2026-11-23 14:30:15  INFO",               // one gap only
+        "2026-11-23 14:30:15  info  klein",        // lower-case level
+        "2026-11-23 14:30:15  Warn  gemischt",     // mixed case
+        "2026-11-23 14:30:15  DEBUG  unbekannt",   // no such level
+        "2026-11-23 14:30:15   INFO  drei Spaces", // the level part starts with a space
+        "2026-11-23 14:30:15 INFO  eine Lücke",    // timestamp and level not separated
+        "2026-13-23 14:30:15  INFO  Monat 13",     // invalid date
+        "2026-02-30 14:30:15  INFO  30. Februar",  // invalid day
+        "2026-11-23 24:00:00  INFO  Stunde 24",    // invalid time
+        "2026-11-23T14:30:15  INFO  ISO",          // wrong pattern
+        "26-11-23 14:30:15  INFO  kurz",           // short year
+        "  Fortsetzung einer Meldung mit Umbruch", // continuation line
+        "\x01\x02\x03  \x04  \x05",                // binary
     };
     for (const char* line : bad)
         EXPECT_FALSE(parseLine(QString::fromUtf8(line)).has_value()) << line;
@@ -103,8 +103,8 @@ TEST(LogReadBack, MissingOrGarbageFilesGiveNoEntriesAndNeverCrash) {
     EXPECT_NO_THROW(readTail(writeFile(dir, binary), 1000));
 
     // Not UTF-8: the read fails as a whole.
-    QByteArray invalid = validLine(1) + QByteArray("2026-11-20 08:00:02  INFO  \xff\xfe\n") +
-                         validLine(3);
+    QByteArray invalid =
+        validLine(1) + QByteArray("2026-11-20 08:00:02  INFO  \xff\xfe\n") + validLine(3);
     EXPECT_TRUE(readTail(writeFile(dir, invalid), 1000).empty());
 
     // A message written with line feeds: its continuation lines are skipped.

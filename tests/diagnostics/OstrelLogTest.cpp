@@ -1,5 +1,5 @@
-#include "diagnostics/LogFormat.h"
 #include "diagnostics/OstrelLog.h"
+#include "diagnostics/LogFormat.h"
 #include "runtime/SerialQueue.h"
 #include "support/EventLoop.h"
 
@@ -180,9 +180,8 @@ TEST_F(OstrelLogTest, UnwritableLocationKeepsTheLogInMemory) {
 }
 
 TEST_F(OstrelLogTest, SharedInstanceWritesIntoTheDocumentsFolder) {
-    const QString expected =
-        QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) +
-        QStringLiteral("/ostrel-diagnose.log");
+    const QString expected = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) +
+                             QStringLiteral("/ostrel-diagnose.log");
     EXPECT_EQ(OstrelLog::shared().filePath(), expected);
     EXPECT_EQ(&OstrelLog::shared(), &OstrelLog::shared());
     OstrelLog::shared().flush();

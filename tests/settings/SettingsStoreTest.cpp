@@ -1,5 +1,5 @@
-#include "settings/AppearanceMode.h"
 #include "settings/SettingsStore.h"
+#include "settings/AppearanceMode.h"
 
 #include <QDir>
 #include <QFile>
@@ -180,7 +180,8 @@ TEST_F(SettingsStoreTest, ReadersOnOtherThreadsSeeOldOrNewValuesNeverTornOnes) {
     });
     for (int i = 0; i < 2000; ++i) {
         store.setStabGain(i % 2 ? 0.5 : 0.25);
-        store.setPraxisText(i % 2 ? QStringLiteral("Praxis Dr. Muster") : QStringLiteral("Praxis B"));
+        store.setPraxisText(i % 2 ? QStringLiteral("Praxis Dr. Muster")
+                                  : QStringLiteral("Praxis B"));
     }
     while (reads < 1000)
         std::this_thread::yield();
