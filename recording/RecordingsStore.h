@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QUrl>
+
+#include <optional>
+
+class SettingsStore;
+
+// The folder that recordings and photos go into, kept across launches. Linux has no sandbox
+// bookmarks: the folder's path is what is stored, and a path that no longer leads to a folder
+// is an unresolvable bookmark. Main thread only.
+class RecordingsStore : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QUrl folderURL READ folderURL NOTIFY folderURLChanged)
+    Q_PROPERTY(QString folderPath READ folderPath NOTIFY folderURLChanged)
+public:
+    static inline const QString defaultFolderName = QStringLiteral("OSTREL Aufnahmen");
+
+    explicit RecordingsStore(SettingsStore& settings, QObject* parent = nullptr);
+
+    QUrl folderURL() const { return m_folderURL; }
+    QString folderPath() const { return m_folderURL.toLocalFile(); }
+
+    // The stored folder, or none when nothing is stored or it cannot be found.
+    std::optional<QUrl> resolveBookmark();
+    // Stores `folder` as the recording folder; false when it is not a usable folder.
+    Q_INVOKABLE bool setFolder(const QUrl& folder);
+
+    // Where a new folder is suggested: "OSTREL Aufnahmen" in the Movies folder (or home).
+    // Never created here.
+    Q_INVOKABLE QUrl defaultFolder() const;
+    // The folder chooser starts in the parent of the suggestion, so never inside it.
+    Q_INVOKABLE QUrl chooserStartFolder(const QUrl& suggested = QUrl()) const;
+
+    // Selects the folder in the file manager; nothing without a folder.
+    Q_INVOKABLE void revealInFinder() const;
+    std::optional<qint64> availableCapacity() const;
+    Q_INVOKABLE bool isReachable() const;
+
+signals:
+    void folderURLChanged();
+
+private:
+    void setFolderURL(const QUrl& url);
+
+    SettingsStore& m_settings;
+    QUrl m_folderURL;
+};
