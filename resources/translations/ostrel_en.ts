@@ -23,4 +23,54 @@
         <translation>Your view. Your perspective.</translation>
     </message>
 </context>
+<context>
+    <name>CameraStatus</name>
+    <message>
+        <source>Bereit</source>
+        <translation>Ready</translation>
+    </message>
+    <message>
+        <source>Suche Kameras…</source>
+        <translation>Searching for cameras…</translation>
+    </message>
+    <message>
+        <source>Live</source>
+        <translation>Live</translation>
+    </message>
+    <message>
+        <source>Keine Kameras</source>
+        <translation>No cameras</translation>
+    </message>
+    <message>
+        <source>Kamera-Fehler</source>
+        <translation>Camera error</translation>
+    </message>
+    <message>
+        <source>Kamera ohne Bild</source>
+        <translation>Camera without picture</translation>
+    </message>
+    <message>
+        <source>Neustart…</source>
+        <translation>Restarting…</translation>
+    </message>
+    <message>
+        <source>Kamera getrennt</source>
+        <translation>Camera disconnected</translation>
+    </message>
+    <message>
+        <source>Gestoppt</source>
+        <translation>Stopped</translation>
+    </message>
+    <message>
+        <source>Aufnahme-Fehler</source>
+        <translation>Recording error</translation>
+    </message>
+</context>
+<context>
+    <name>StorageBudget</name>
+    <message>
+        <source>%1 · %2 frei</source>
+        <translation>%1 · %2 free</translation>
+    </message>
+</context>
 </TS>

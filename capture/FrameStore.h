@@ -1,0 +1,35 @@
+#pragma once
+
+#include "media/PixelBuffer.h"
+
+#include <QPointF>
+
+#include <map>
+#include <mutex>
+#include <optional>
+
+// The newest frame of one camera, with the stabiliser's result for it (Macro only).
+struct StoredFrame {
+    PixelBuffer buffer;
+    QPointF stabOffset; // fractions of the frame's width and height
+    double stabZoom = 1.0;
+};
+
+// The newest frame per camera index (0 Wide, 1 Macro) and how many were stored since the counts
+// were last taken. Safe from any thread; each call holds the lock only for its own field work.
+class FrameStore {
+public:
+    // The process-wide store, made on first use and never destroyed.
+    static FrameStore& shared();
+
+    void store(int index, StoredFrame frame);
+    std::optional<StoredFrame> latest(int index) const;
+    std::optional<PixelBuffer> latestBuffer(int index) const;
+    std::map<int, int> takeCounts();
+    void clear();
+
+private:
+    mutable std::mutex m_lock;
+    std::map<int, StoredFrame> m_frames;
+    std::map<int, int> m_counts;
+};

@@ -1,0 +1,57 @@
+#include "capture/StorageBudget.h"
+
+#include "recording/FileManager.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <cmath>
+
+StorageBudget StorageBudget::forResolution(bool high) {
+    StorageBudget budget;
+    budget.bytesPerMinute = (high ? 150 : 85) * std::int64_t(1048576);
+    budget.stopReserve = std::max<std::int64_t>(2 * budget.bytesPerMinute, 1000000000);
+    budget.warnLevel = budget.stopReserve + 10 * budget.bytesPerMinute;
+    return budget;
+}
+
+std::int64_t StorageBudget::minutesBeforeStop(std::int64_t freeBytes) const {
+    const double minutes = double(freeBytes - stopReserve) / double(bytesPerMinute);
+    return std::max<std::int64_t>(std::int64_t(std::trunc(minutes)), 0);
+}
+
+QString storageText(std::int64_t freeBytes, bool high) {
+    const double minutes =
+        double(freeBytes) / double(StorageBudget::forResolution(high).bytesPerMinute);
+    QString time;
+    if (minutes >= 600) {
+        time = QStringLiteral("≈ %1 Std").arg(qint64(std::round(minutes / 60)));
+    } else if (minutes >= 90) {
+        time = QStringLiteral("≈ %1 Std %2 Min")
+                   .arg(qint64(std::trunc(minutes / 60)))
+                   .arg(qint64(std::trunc(std::fmod(minutes, 60.0))));
+    } else {
+        time = QStringLiteral("≈ %1 Min").arg(qint64(std::round(minutes)));
+    }
+    const double gigabytes = double(freeBytes) / 1e9;
+    const QString size = QString::asprintf(gigabytes >= 100 ? "%.0f GB" : "%.1f GB", gigabytes);
+    return QCoreApplication::translate("StorageBudget", "%1 · %2 frei").arg(time, size);
+}
+
+std::optional<std::int64_t> freeBytesAtDestination(const QString& tempFolder,
+                                                   const std::optional<QString>& recordingFolder,
+                                                   const std::optional<QString>& tempFile) {
+    const std::optional<std::int64_t> temp = volumeFreeBytes(tempFolder);
+    if (!recordingFolder)
+        return temp;
+    std::optional<std::int64_t> destination = volumeFreeBytes(*recordingFolder);
+    if (destination && tempFile) {
+        const QFileInfo written(*tempFile);
+        if (written.exists())
+            *destination -= written.size();
+    }
+    if (temp && destination)
+        return std::min(*temp, *destination);
+    return temp ? temp : destination;
+}
