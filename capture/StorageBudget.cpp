@@ -26,13 +26,15 @@ QString storageText(std::int64_t freeBytes, bool high) {
         double(freeBytes) / double(StorageBudget::forResolution(high).bytesPerMinute);
     QString time;
     if (minutes >= 600) {
-        time = QStringLiteral("≈ %1 Std").arg(qint64(std::round(minutes / 60)));
+        time = QCoreApplication::translate("StorageBudget", "≈ %1 Std")
+                   .arg(qint64(std::round(minutes / 60)));
     } else if (minutes >= 90) {
-        time = QStringLiteral("≈ %1 Std %2 Min")
+        time = QCoreApplication::translate("StorageBudget", "≈ %1 Std %2 Min")
                    .arg(qint64(std::trunc(minutes / 60)))
                    .arg(qint64(std::trunc(std::fmod(minutes, 60.0))));
     } else {
-        time = QStringLiteral("≈ %1 Min").arg(qint64(std::round(minutes)));
+        time = QCoreApplication::translate("StorageBudget", "≈ %1 Min")
+                   .arg(qint64(std::round(minutes)));
     }
     const double gigabytes = double(freeBytes) / 1e9;
     const QString size = QString::asprintf(gigabytes >= 100 ? "%.0f GB" : "%.1f GB", gigabytes);

@@ -72,5 +72,17 @@
         <source>%1 · %2 frei</source>
         <translation>%1 · %2 free</translation>
     </message>
+    <message>
+        <source>≈ %1 Std</source>
+        <translation>≈ %1 h</translation>
+    </message>
+    <message>
+        <source>≈ %1 Std %2 Min</source>
+        <translation>≈ %1 h %2 min</translation>
+    </message>
+    <message>
+        <source>≈ %1 Min</source>
+        <translation>≈ %1 min</translation>
+    </message>
 </context>
 </TS>
