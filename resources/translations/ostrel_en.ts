@@ -85,4 +85,81 @@
         <translation>≈ %1 min</translation>
     </message>
 </context>
+<context>
+    <name>DiagnosticsView</name>
+    <message>
+        <source>Protokoll (%1) — neueste zuerst</source>
+        <translation>Log (%1) — newest first</translation>
+    </message>
+    <message>
+        <source>Alle</source>
+        <translation>All</translation>
+    </message>
+    <message>
+        <source>Diagnose</source>
+        <translation>Diagnostics</translation>
+    </message>
+    <message>
+        <source>Kopieren</source>
+        <translation>Copy</translation>
+    </message>
+    <message>
+        <source>Teilen…</source>
+        <translation>Share…</translation>
+    </message>
+    <message>
+        <source>Protokoll leeren</source>
+        <translation>Clear log</translation>
+    </message>
+    <message>
+        <source>Protokoll teilen</source>
+        <translation>Share log</translation>
+    </message>
+    <message>
+        <source>Textdateien (*.txt)</source>
+        <translation>Text files (*.txt)</translation>
+    </message>
+    <message>
+        <source>Berechtigungen</source>
+        <translation>Permissions</translation>
+    </message>
+    <message>
+        <source>Systemeinstellungen → Datenschutz öffnen</source>
+        <translation>Open System Settings → Privacy</translation>
+    </message>
+    <message>
+        <source>Dort lassen sich Kamera- und Mikrofon-Berechtigungen für OSTREL prüfen, falls das Bild schwarz bleibt.</source>
+        <translation>There you can check the camera and microphone permissions for OSTREL if the picture stays black.</translation>
+    </message>
+    <message>
+        <source>Filter</source>
+        <translation>Filter</translation>
+    </message>
+    <message>
+        <source>Keine Einträge.</source>
+        <translation>No entries.</translation>
+    </message>
+    <message>
+        <source>Kopiert</source>
+        <translation>Copied</translation>
+    </message>
+</context>
+<context>
+    <name>DiagnosticsWindow</name>
+    <message>
+        <source>Diagnose</source>
+        <translation>Diagnostics</translation>
+    </message>
+</context>
+<context>
+    <name>DiagnosticsActions</name>
+    <message>
+        <source>Kein gültiger Speicherort.</source>
+        <translation>Not a valid location.</translation>
+    </message>
+    <message>
+        <source>Das Protokoll konnte nicht gespeichert werden: %1</source>
+        <translation>The log could not be saved: %1</translation>
+    </message>
+</context>
 </TS>

@@ -1,0 +1,55 @@
+#include "diagnostics/DiagnosticsActions.h"
+
+#include "diagnostics/OstrelLog.h"
+
+#include <QClipboard>
+#include <QDir>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+DiagnosticsActions::DiagnosticsActions(OstrelLog& log, QObject* parent)
+    : QObject(parent), m_log(&log) {
+}
+
+QString DiagnosticsActions::versionText() const {
+    return m_log ? m_log->versionText() : QString();
+}
+
+void DiagnosticsActions::copyToClipboard() const {
+    if (!m_log)
+        return;
+    QClipboard* clipboard = QGuiApplication::clipboard();
+    clipboard->clear();
+    clipboard->setText(m_log->exportText());
+}
+
+QString DiagnosticsActions::saveExport(const QUrl& file) const {
+    if (!m_log)
+        return {};
+    if (!file.isLocalFile())
+        return tr("Kein gültiger Speicherort.");
+    QSaveFile out(file.toLocalFile());
+    if (!out.open(QIODevice::WriteOnly | QIODevice::Text) ||
+        out.write(m_log->exportText().toUtf8()) < 0 || !out.commit())
+        return tr("Das Protokoll konnte nicht gespeichert werden: %1").arg(out.errorString());
+    return {};
+}
+
+QUrl DiagnosticsActions::suggestedExportFile() const {
+    const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    return QUrl::fromLocalFile(QDir(documents).filePath(QStringLiteral("OSTREL-Diagnose.txt")));
+}
+
+void DiagnosticsActions::clearLog() {
+    if (m_log)
+        m_log->clear();
+}
+
+bool DiagnosticsActions::openPrivacySettings() const {
+    const QString gnome = QStandardPaths::findExecutable(QStringLiteral("gnome-control-center"));
+    if (!gnome.isEmpty())
+        return QProcess::startDetached(gnome, {QStringLiteral("privacy")});
+    return false;
+}

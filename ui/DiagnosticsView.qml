@@ -1,0 +1,233 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Dialogs
+import QtQuick.Layouts
+
+// The diagnostic log, newest first, with a level filter, copy, share and clear.
+Item {
+    id: view
+
+    required property var logModel    // LogListModel
+    required property var diagnostics // DiagnosticsActions
+    property int copiedNoteInterval: 1400
+    property bool copied: false
+
+    onCopiedChanged: if (copied) copiedTimer.restart()
+
+    Timer {
+        id: copiedTimer
+        interval: view.copiedNoteInterval
+        onTriggered: view.copied = false
+    }
+
+    Rectangle {
+        anchors.fill: parent
+        color: Theme.background
+    }
+
+    ToolBar {
+        id: toolbar
+        anchors { left: parent.left; right: parent.right; top: parent.top }
+        background: Rectangle { color: Theme.surface }
+
+        RowLayout {
+            anchors.fill: parent
+            anchors.leftMargin: 16
+            Label {
+                text: qsTr("Diagnose")
+                font.pixelSize: 17
+                font.bold: true
+                color: Theme.text
+                Layout.fillWidth: true
+            }
+            ToolButton {
+                id: menuButton
+                objectName: "diagnosticsMenuButton"
+                text: "⋯"
+                font.pixelSize: 20
+                onClicked: actionsMenu.open()
+                Menu {
+                    id: actionsMenu
+                    y: menuButton.height
+                    MenuItem {
+                        objectName: "copyItem"
+                        text: qsTr("Kopieren")
+                        onTriggered: {
+                            view.diagnostics.copyToClipboard()
+                            view.copied = true
+                        }
+                    }
+                    MenuItem {
+                        objectName: "shareItem"
+                        text: qsTr("Teilen…")
+                        onTriggered: shareDialog.open()
+                    }
+                    MenuSeparator {}
+                    MenuItem {
+                        objectName: "clearItem"
+                        text: qsTr("Protokoll leeren")
+                        palette.windowText: Theme.alert
+                        onTriggered: view.diagnostics.clearLog()
+                    }
+                }
+            }
+        }
+    }
+
+    FileDialog {
+        id: shareDialog
+        title: qsTr("Protokoll teilen")
+        fileMode: FileDialog.SaveFile
+        nameFilters: [qsTr("Textdateien (*.txt)")]
+        selectedFile: view.diagnostics.suggestedExportFile()
+        onAccepted: shareError.text = view.diagnostics.saveExport(selectedFile)
+    }
+
+    ListView {
+        id: list
+        objectName: "logList"
+        anchors { left: parent.left; right: parent.right; top: toolbar.bottom; bottom: parent.bottom }
+        clip: true
+        model: view.logModel
+        reuseItems: true
+        boundsBehavior: Flickable.StopAtBounds
+        ScrollBar.vertical: ScrollBar {}
+
+        header: Column {
+            width: list.width
+            padding: 16
+            spacing: 12
+
+            TextEdit {
+                width: parent.width - 32
+                text: view.diagnostics.versionText
+                readOnly: true
+                selectByMouse: true
+                wrapMode: TextEdit.Wrap
+                font.family: Theme.monoFamily
+                font.pixelSize: 12
+                color: Theme.secondaryText
+            }
+
+            Label {
+                text: qsTr("Berechtigungen")
+                font.bold: true
+                color: Theme.text
+            }
+            Button {
+                text: "⚙  " + qsTr("Systemeinstellungen → Datenschutz öffnen")
+                onClicked: view.diagnostics.openPrivacySettings()
+            }
+            Label {
+                width: parent.width - 32
+                wrapMode: Text.Wrap
+                text: qsTr("Dort lassen sich Kamera- und Mikrofon-Berechtigungen für OSTREL prüfen, falls das Bild schwarz bleibt.")
+                font.pixelSize: 11
+                color: Theme.secondaryText
+            }
+            Label {
+                id: shareError
+                visible: text.length > 0
+                width: parent.width - 32
+                wrapMode: Text.Wrap
+                color: Theme.alert
+            }
+
+            Label {
+                objectName: "logHeading"
+                text: view.logModel.heading
+                font.bold: true
+                color: Theme.text
+                topPadding: 8
+            }
+            Row {
+                objectName: "levelFilter"
+                spacing: 0
+                Accessible.name: qsTr("Filter")
+                Repeater {
+                    model: view.logModel.filterLabels
+                    delegate: Button {
+                        required property int index
+                        required property string modelData
+                        objectName: "filter_" + modelData
+                        text: modelData
+                        checkable: true
+                        checked: view.logModel.levelFilter === index - 1
+                        onClicked: view.logModel.levelFilter = index - 1
+                    }
+                }
+            }
+            Label {
+                objectName: "emptyNote"
+                visible: view.logModel.count === 0
+                text: qsTr("Keine Einträge.")
+                color: Theme.secondaryText
+            }
+        }
+
+        delegate: Rectangle {
+            id: row
+            required property string message
+            required property string time
+            required property int level
+            required property string symbol
+
+            width: list.width
+            height: rowContent.implicitHeight + 12
+            color: level === 3 ? Qt.rgba(Theme.alert.r, Theme.alert.g, Theme.alert.b, 0.12)
+                               : "transparent"
+
+            RowLayout {
+                id: rowContent
+                anchors { left: parent.left; right: parent.right; verticalCenter: parent.verticalCenter }
+                anchors.leftMargin: 16
+                anchors.rightMargin: 16
+                spacing: 6
+                Label {
+                    Layout.preferredWidth: 16
+                    Layout.alignment: Qt.AlignTop
+                    horizontalAlignment: Text.AlignHCenter
+                    text: row.symbol
+                    font.pixelSize: 11
+                    color: row.level === 0 ? Theme.secondaryText
+                         : row.level === 1 ? Theme.accent
+                         : row.level === 2 ? Theme.warning : Theme.alert
+                }
+                Column {
+                    Layout.fillWidth: true
+                    Text {
+                        width: parent.width
+                        text: row.message
+                        wrapMode: Text.Wrap
+                        font.family: Theme.monoFamily
+                        font.pixelSize: 13
+                        color: Theme.text
+                    }
+                    Text {
+                        text: row.time
+                        font.family: Theme.monoFamily
+                        font.pixelSize: 10
+                        color: Theme.secondaryText
+                    }
+                }
+            }
+        }
+    }
+
+    Rectangle {
+        objectName: "copiedNote"
+        visible: view.copied
+        anchors { horizontalCenter: parent.horizontalCenter; bottom: parent.bottom; bottomMargin: 20 }
+        width: copiedLabel.implicitWidth + 24
+        height: copiedLabel.implicitHeight + 12
+        radius: 8
+        color: Qt.rgba(0.5, 0.5, 0.5, 0.35)
+        Label {
+            id: copiedLabel
+            anchors.centerIn: parent
+            text: qsTr("Kopiert")
+            font.pixelSize: 11
+            color: Theme.text
+        }
+    }
+}

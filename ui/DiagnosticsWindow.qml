@@ -1,0 +1,22 @@
+import QtQuick
+import QtQuick.Window
+
+// The single diagnostics window.
+Window {
+    id: window
+    objectName: "ostrel-diagnostics"
+    required property var logModel
+    required property var diagnostics
+    title: qsTr("Diagnose")
+    width: 560
+    height: 720
+    minimumWidth: 460
+    minimumHeight: 520
+    color: Theme.background
+
+    DiagnosticsView {
+        anchors.fill: parent
+        logModel: window.logModel
+        diagnostics: window.diagnostics
+    }
+}
