@@ -162,4 +162,47 @@
         <translation>The log could not be saved: %1</translation>
     </message>
 </context>
+<context>
+    <name>HotkeyList</name>
+    <message>
+        <source>Strg</source>
+        <translation>Ctrl</translation>
+    </message>
+    <message>
+        <source>Foto aufnehmen</source>
+        <translation>Take photo</translation>
+    </message>
+    <message>
+        <source>Leertaste</source>
+        <translation>Space</translation>
+    </message>
+    <message>
+        <source>Aufnahme starten / stoppen</source>
+        <translation>Start / stop recording</translation>
+    </message>
+    <message>
+        <source>Wide- und Macro-Kamera tauschen</source>
+        <translation>Swap Wide and Macro camera</translation>
+    </message>
+    <message>
+        <source>Mikrofon stummschalten</source>
+        <translation>Mute microphone</translation>
+    </message>
+    <message>
+        <source>Makro-Größe 10–70 %</source>
+        <translation>Macro size 10–70 %</translation>
+    </message>
+    <message>
+        <source>Makro-Größe feiner anpassen</source>
+        <translation>Fine-tune macro size</translation>
+    </message>
+    <message>
+        <source>Einstellungen öffnen</source>
+        <translation>Open settings</translation>
+    </message>
+    <message>
+        <source>Aufnahmeordner im Finder öffnen</source>
+        <translation>Open recording folder in the file manager</translation>
+    </message>
+</context>
 </TS>
