@@ -205,4 +205,15 @@
         <translation>Open recording folder in the file manager</translation>
     </message>
 </context>
+<context>
+    <name>PlaceholderFeed</name>
+    <message>
+        <source>MACRO (kein Signal)</source>
+        <translation>MACRO (no signal)</translation>
+    </message>
+    <message>
+        <source>WIDE (kein Signal)</source>
+        <translation>WIDE (no signal)</translation>
+    </message>
+</context>
 </TS>

@@ -1,0 +1,115 @@
+#include "ui/MacMetalCameraView.h"
+
+#include "ui/LiveViewGeometry.h"
+
+#include <QImage>
+#include <QQuickWindow>
+#include <QSGImageNode>
+#include <QSGRendererInterface>
+
+namespace {
+
+// Wraps the frame's pixels without copying; the image keeps the buffer alive.
+QImage wrapFrame(const PixelBuffer& buffer) {
+    auto* held = new PixelBuffer(buffer);
+    return QImage(
+        held->data(), held->width(), held->height(), held->stride(),
+        QImage::Format_ARGB32_Premultiplied,
+        [](void* info) { delete static_cast<PixelBuffer*>(info); }, held);
+}
+
+} // namespace
+
+MacMetalCameraView::MacMetalCameraView(QQuickItem* parent) : QQuickItem(parent) {
+    setFlag(ItemHasContents, true);
+    m_timer.setInterval(redrawIntervalMs);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    connect(&m_timer, &QTimer::timeout, this, &MacMetalCameraView::pullFrame);
+    m_timer.start();
+}
+
+void MacMetalCameraView::setIndex(int index) {
+    if (index == m_index)
+        return;
+    m_index = index;
+    m_frame = {};
+    emit indexChanged();
+    update();
+}
+
+void MacMetalCameraView::setStabilized(bool stabilized) {
+    if (stabilized == m_stabilized)
+        return;
+    m_stabilized = stabilized;
+    emit stabilizedChanged();
+    m_frameDirty = true;
+    update();
+}
+
+void MacMetalCameraView::pullFrame() {
+    std::optional<StoredFrame> latest = FrameStore::shared().latest(m_index);
+    if (!latest || !latest->buffer)
+        return; // keep showing what is shown
+    // The view holds its last frame, so a pooled buffer cannot come back under the same
+    // address while it is shown: the same pixels mean the same frame.
+    if (latest->buffer.sharesPixelsWith(m_frame.buffer))
+        return;
+    m_frame = std::move(*latest);
+    m_frameDirty = true;
+    ++m_framesShown;
+    emit framesShownChanged();
+    update();
+}
+
+void MacMetalCameraView::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) {
+    QQuickItem::geometryChange(newGeometry, oldGeometry);
+    if (newGeometry.size() != oldGeometry.size())
+        update();
+}
+
+QSGNode* MacMetalCameraView::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
+    auto* node = static_cast<QSGImageNode*>(old);
+    const PixelBuffer& buffer = m_frame.buffer;
+    if (!buffer || !window())
+        return node;
+    const double dpr = window()->effectiveDevicePixelRatio();
+    const SizeD view{width() * dpr, height() * dpr};
+    const double zoom = m_stabilized ? m_frame.stabZoom : 1.0;
+    const PointD offset =
+        m_stabilized ? PointD{m_frame.stabOffset.x(), m_frame.stabOffset.y()} : PointD{};
+    const auto draw =
+        liveViewDraw({double(buffer.width()), double(buffer.height())}, view, zoom, offset);
+    if (!draw) {
+        delete node;
+        return nullptr;
+    }
+    if (!node) {
+        node = window()->createImageNode();
+        node->setOwnsTexture(true);
+        node->setFiltering(QSGTexture::Linear);
+    }
+    if (m_frameDirty || !node->texture()) {
+        // The image is uploaded when the scene graph renders, on the render thread.
+        node->setTexture(window()->createTextureFromImage(wrapFrame(buffer)));
+        m_frameDirty = false;
+    }
+    node->setRect(QRectF(draw->target.x / dpr, draw->target.y / dpr, draw->target.width / dpr,
+                         draw->target.height / dpr));
+    RectD source = draw->source;
+    // Qt's software renderer mirrors the whole texture before taking the source rectangle,
+    // the hardware renderers mirror within it.
+    if (window()->rendererInterface()->graphicsApi() == QSGRendererInterface::Software) {
+        if (draw->mirrorX)
+            source.x = buffer.width() - source.x - source.width;
+        if (draw->mirrorY)
+            source.y = buffer.height() - source.y - source.height;
+    }
+    node->setSourceRect(QRectF(source.x, source.y, source.width, source.height));
+    QSGImageNode::TextureCoordinatesTransformMode mirror;
+    if (draw->mirrorX)
+        mirror |= QSGImageNode::MirrorHorizontally;
+    if (draw->mirrorY)
+        mirror |= QSGImageNode::MirrorVertically;
+    node->setTextureCoordinatesTransform(mirror);
+    return node;
+}
