@@ -1,0 +1,18 @@
+#pragma once
+
+#include "capture/CaptureInput.h"
+#include "capture/CaptureSession.h"
+#include "capture/DeviceDiscovery.h"
+
+#include <memory>
+
+// One source of capture devices: its discovery, its sessions and its device inputs.
+class CaptureBackend {
+public:
+    virtual ~CaptureBackend() = default;
+
+    virtual DeviceDiscovery& discovery() = 0;
+    virtual std::unique_ptr<CaptureSession> makeSession() = 0;
+    // Opens the device; fails with a localised reason (device gone, busy, not permitted).
+    virtual DeviceInputResult makeDeviceInput(const CaptureDevice& device) = 0;
+};

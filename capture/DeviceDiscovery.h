@@ -1,0 +1,27 @@
+#pragma once
+
+#include "capture/CaptureDevice.h"
+
+#include <QObject>
+
+#include <vector>
+
+// Lists the capture devices that are present and reports every connect and disconnect.
+class DeviceDiscovery : public QObject {
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    // Any thread. The present devices of the media type whose type is one of `types`, ordered
+    // by the position of their type in `types`, then in the backend's order.
+    std::vector<CaptureDevice> devices(const std::vector<DeviceType>& types,
+                                       MediaType mediaType) const;
+
+    // Any thread. Every present device, in the backend's order.
+    virtual std::vector<CaptureDevice> allDevices() const = 0;
+
+signals:
+    // Emitted on any thread, once per device that came or went.
+    void devicesChanged(DeviceChange change, const CaptureDevice& device);
+};

@@ -1,0 +1,172 @@
+#include "capture/PipelineSetup.h"
+
+#include "diagnostics/OstrelLog.h"
+#include "runtime/MainThread.h"
+
+#include <thread>
+
+const std::vector<DeviceType>& cameraDeviceTypes() {
+    static const std::vector<DeviceType> types{DeviceType::external, DeviceType::builtInWideAngle,
+                                               DeviceType::continuity, DeviceType::deskView};
+    return types;
+}
+
+const std::vector<DeviceType>& microphoneDeviceTypes() {
+    static const std::vector<DeviceType> types{DeviceType::microphone};
+    return types;
+}
+
+namespace {
+
+std::optional<CaptureDevice> findDevice(const DeviceDiscovery& discovery, const QString& uniqueID,
+                                        const std::vector<DeviceType>& types, MediaType media) {
+    if (uniqueID.isEmpty())
+        return std::nullopt;
+    for (const CaptureDevice& device : discovery.devices(types, media))
+        if (device.uniqueID == uniqueID)
+            return device;
+    return std::nullopt;
+}
+
+QString cameraPrefix(int index, const CaptureDevice& device) {
+    return QStringLiteral("Kamera %1 (%2): ").arg(index).arg(device.localizedName);
+}
+
+} // namespace
+
+std::optional<CaptureDevice> videoDevice(const DeviceDiscovery& discovery,
+                                         const QString& uniqueID) {
+    return findDevice(discovery, uniqueID, cameraDeviceTypes(), MediaType::video);
+}
+
+std::optional<CaptureDevice> audioDevice(const DeviceDiscovery& discovery,
+                                         const QString& uniqueID) {
+    return findDevice(discovery, uniqueID, microphoneDeviceTypes(), MediaType::audio);
+}
+
+CaptureSessions CaptureSessions::make(CaptureBackend& backend) {
+    return {backend.makeSession(), backend.makeSession(), backend.makeSession()};
+}
+
+PipelineSetup::PipelineSetup(CaptureBackend& backend, std::weak_ptr<SampleBufferDelegate> delegate,
+                             std::array<SerialQueue*, 2> cameraQueues, SerialQueue* frameQueue)
+    : m_backend(backend), m_delegate(std::move(delegate)), m_cameraQueues(cameraQueues),
+      m_frameQueue(frameQueue) {
+}
+
+void PipelineSetup::removeInputsAndOutputs(CaptureSession& session) {
+    for (const auto& input : session.inputs())
+        session.removeInput(input);
+    for (const auto& output : session.outputs())
+        session.removeOutput(output);
+}
+
+bool PipelineSetup::configureVideoSession(CaptureSession& session, const CaptureDevice& device,
+                                          int index) {
+    session.beginConfiguration();
+    removeInputsAndOutputs(session);
+    if (session.canSetSessionPreset(SessionPreset::high))
+        session.setSessionPreset(SessionPreset::high);
+
+    const DeviceInputResult made = m_backend.makeDeviceInput(device);
+    if (!made.input) {
+        session.commitConfiguration();
+        ostrelPost(LogLevel::error, cameraPrefix(index, device) + made.error);
+        return false;
+    }
+    if (!session.canAddInput(made.input)) {
+        session.commitConfiguration();
+        ostrelPost(LogLevel::error,
+                   cameraPrefix(index, device) + QStringLiteral("canAddInput = false"));
+        return false;
+    }
+    session.addInput(made.input);
+
+    auto output = std::make_shared<TaggedOutput>(index);
+    output->setAlwaysDiscardsLateVideoFrames(true);
+    output->setVideoSettings(pixelFormatBGRA);
+    output->setSampleBufferDelegate(m_delegate, m_cameraQueues[std::size_t(index)]);
+    if (session.canAddOutput(output)) {
+        session.addOutput(output);
+        session.commitConfiguration();
+        ostrelPost(
+            LogLevel::info,
+            QStringLiteral("Kamera %1 konfiguriert: %2").arg(index).arg(device.localizedName));
+        return true;
+    }
+    session.commitConfiguration();
+    ostrelPost(LogLevel::error, QStringLiteral("Kamera %1: canAddOutput = false").arg(index));
+    return false;
+}
+
+bool PipelineSetup::configureAudioSession(CaptureSession& session, const CaptureDevice& device) {
+    session.beginConfiguration();
+    removeInputsAndOutputs(session);
+
+    const DeviceInputResult made = m_backend.makeDeviceInput(device);
+    if (!made.input) {
+        session.commitConfiguration();
+        ostrelPost(LogLevel::warn,
+                   QStringLiteral("Mikrofon konnte nicht verbunden werden: ") + made.error);
+        return false;
+    }
+    if (!session.canAddInput(made.input)) {
+        session.commitConfiguration();
+        return false;
+    }
+    session.addInput(made.input);
+
+    auto output = std::make_shared<AudioDataOutput>();
+    output->setSampleBufferDelegate(m_delegate, m_frameQueue);
+    if (session.canAddOutput(output)) {
+        session.addOutput(output);
+        session.commitConfiguration();
+        ostrelPost(LogLevel::info, QStringLiteral("Mikrofon eingebunden: ") + device.localizedName);
+        return true;
+    }
+    session.commitConfiguration();
+    return false;
+}
+
+void PipelineSetup::configureAndStart(const StartRequest& request) {
+    if (request.owner.isNull() || !request.sessions)
+        return;
+    CaptureSessions& sessions = *request.sessions;
+
+    bool videoReady = configureVideoSession(*sessions.wide, request.wide, 0);
+    if (videoReady)
+        videoReady = configureVideoSession(*sessions.macro, request.macro, 1);
+
+    bool micReady = false;
+    if (request.microphoneRequested && request.microphone)
+        micReady = configureAudioSession(*sessions.audio, *request.microphone);
+
+    if (!videoReady) {
+        if (QObject* owner = request.owner.data(); owner && request.configurationFailed)
+            runOn(owner, request.configurationFailed);
+        return;
+    }
+
+    if (request.prepareStart)
+        request.prepareStart();
+
+    sessions.wide->startRunning();
+    std::this_thread::sleep_for(macroStartPause);
+    sessions.macro->startRunning();
+    if (micReady)
+        sessions.audio->startRunning();
+
+    const bool videoRunning = sessions.wide->isRunning() && sessions.macro->isRunning();
+    const bool audioRunning = micReady && sessions.audio->isRunning();
+    if (QObject* owner = request.owner.data(); owner && request.started)
+        runOn(owner, [started = request.started, videoRunning, audioRunning] {
+            started(videoRunning, audioRunning);
+        });
+}
+
+void PipelineSetup::stopSessions(CaptureSessions& sessions) {
+    for (CaptureSession* session :
+         {sessions.wide.get(), sessions.macro.get(), sessions.audio.get()})
+        if (session && session->isRunning())
+            session->stopRunning();
+}

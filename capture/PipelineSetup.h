@@ -1,0 +1,70 @@
+#pragma once
+
+#include "capture/CaptureBackend.h"
+
+#include <QPointer>
+
+#include <array>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+
+class SerialQueue;
+
+// The camera device types every camera discovery of the program uses, in this order.
+const std::vector<DeviceType>& cameraDeviceTypes();
+const std::vector<DeviceType>& microphoneDeviceTypes();
+
+// The present camera (microphone) whose unique id is exactly `uniqueID`; none for an empty id.
+std::optional<CaptureDevice> videoDevice(const DeviceDiscovery& discovery, const QString& uniqueID);
+std::optional<CaptureDevice> audioDevice(const DeviceDiscovery& discovery, const QString& uniqueID);
+
+// The three pipelines of the camera manager, made once and reconfigured in place.
+struct CaptureSessions {
+    std::unique_ptr<CaptureSession> wide;
+    std::unique_ptr<CaptureSession> macro;
+    std::unique_ptr<CaptureSession> audio;
+
+    static CaptureSessions make(CaptureBackend& backend);
+};
+
+// One start of the pipelines, as the camera manager schedules it on its configuration queue.
+struct StartRequest {
+    QPointer<QObject> owner; // the manager, held weakly; the continuations run on its thread
+    CaptureSessions* sessions = nullptr;
+    CaptureDevice wide;
+    CaptureDevice macro;
+    bool microphoneRequested = false;
+    std::optional<CaptureDevice> microphone;
+    // Runs on the configuration queue just before the sessions start (empties the frame store,
+    // marks the stabiliser for a reset).
+    std::function<void()> prepareStart;
+    std::function<void()> configurationFailed;
+    std::function<void(bool videoRunning, bool audioRunning)> started;
+};
+
+// Builds and starts the capture pipelines. Every operation runs on the configuration queue.
+class PipelineSetup {
+public:
+    // Frames of camera i are delivered to `delegate` on `cameraQueues[i]`, microphone buffers
+    // on `frameQueue`. The queues must outlive the sessions' running.
+    PipelineSetup(CaptureBackend& backend, std::weak_ptr<SampleBufferDelegate> delegate,
+                  std::array<SerialQueue*, 2> cameraQueues, SerialQueue* frameQueue);
+
+    bool configureVideoSession(CaptureSession& session, const CaptureDevice& device, int index);
+    bool configureAudioSession(CaptureSession& session, const CaptureDevice& device);
+    void configureAndStart(const StartRequest& request);
+    static void stopSessions(CaptureSessions& sessions);
+
+    // The pause between starting the Wide and the Macro session.
+    std::chrono::milliseconds macroStartPause{200};
+
+private:
+    static void removeInputsAndOutputs(CaptureSession& session);
+
+    CaptureBackend& m_backend;
+    std::weak_ptr<SampleBufferDelegate> m_delegate;
+    std::array<SerialQueue*, 2> m_cameraQueues;
+    SerialQueue* m_frameQueue;
+};

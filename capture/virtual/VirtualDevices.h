@@ -1,0 +1,75 @@
+#pragma once
+
+#include "capture/DeviceDiscovery.h"
+#include "capture/virtual/VirtualScene.h"
+
+#include <QSize>
+#include <QString>
+
+#include <mutex>
+#include <optional>
+#include <vector>
+
+// The virtual devices and the faults they show: two cameras with the same name and different
+// ids (the second shakes like a head-worn Macro camera) and a microphone playing a tone.
+// Every call is thread-safe; a fault takes effect at the next frame, configuration or start.
+class VirtualDevices : public DeviceDiscovery {
+    Q_OBJECT
+
+public:
+    static const QString camera1ID;
+    static const QString camera2ID;
+    static const QString microphoneID;
+    static const QString cameraName;     // "OSTREL Kamera"
+    static const QString microphoneName; // "OSTREL Mikrofon"
+
+    explicit VirtualDevices(QObject* parent = nullptr);
+
+    std::vector<CaptureDevice> allDevices() const override;
+
+    // Connect and disconnect, each reported through `devicesChanged`. `plugIn` also adds a
+    // device of any name and id (a camera shows the panning scene).
+    void unplug(const QString& id);
+    void replug(const QString& id);
+    void plugIn(const CaptureDevice& device);
+
+    // Camera faults.
+    void setSilent(const QString& id, bool silent);        // streams, but delivers nothing
+    void setFrameSize(const QString& id, QSize size);      // empty: the preset's size
+    void setInputError(const QString& id, QString error);  // device input fails with this text
+    void setStartError(const QString& id, QString error);  // the stream fails to start
+    void setRefusesInput(const QString& id, bool refuse);  // sessions refuse its input
+    void setRefusesOutput(const QString& id, bool refuse); // sessions holding it refuse outputs
+    void setRefusesPreset(bool refuse);                    // every session keeps its preset
+
+    // Applies a fault list such as "silent=ostrel-virtual-camera-2;size=...-1:640x480;
+    // unplug=...;refusePreset" (manual runs read it from OSTREL_VIRTUAL_FAULTS). Returns the
+    // parts it did not understand.
+    QStringList applyFaults(const QString& faults);
+
+    struct State {
+        bool present = false;
+        bool silent = false;
+        QSize frameSize;
+        QString inputError;
+        QString startError;
+        bool refusesInput = false;
+        bool refusesOutput = false;
+        VirtualScene::Motion motion = VirtualScene::Motion::pan;
+    };
+    // The device's current state; none for an id never known.
+    std::optional<State> state(const QString& id) const;
+    bool refusesPreset() const;
+
+private:
+    struct Entry {
+        CaptureDevice device;
+        State state;
+    };
+    template <typename F> void change(const QString& id, F&& apply);
+    void setPresent(const QString& id, bool present);
+
+    mutable std::mutex m_lock;
+    std::vector<Entry> m_entries;
+    bool m_refusesPreset = false;
+};

@@ -1,0 +1,128 @@
+#include "capture/virtual/VirtualInputs.h"
+
+#include "capture/virtual/VirtualDevices.h"
+#include "capture/virtual/VirtualScene.h"
+
+#include <cmath>
+#include <numbers>
+
+namespace {
+
+MediaTime captureClockNow() {
+    return std::chrono::duration_cast<MediaTime>(
+        std::chrono::steady_clock::now().time_since_epoch());
+}
+
+QSize presetSize(SessionPreset preset) {
+    return preset == SessionPreset::high ? QSize(1920, 1080) : QSize(1280, 720);
+}
+
+} // namespace
+
+void PacedStream::start(std::chrono::nanoseconds period, std::function<bool(std::int64_t)> step) {
+    stop();
+    m_stopping = false;
+    m_thread = std::thread([this, period, step = std::move(step)] {
+        const auto begin = std::chrono::steady_clock::now();
+        for (std::int64_t n = 0;; ++n) {
+            {
+                std::unique_lock lock(m_lock);
+                if (m_wake.wait_until(lock, begin + n * period, [this] { return m_stopping; }))
+                    return;
+            }
+            if (!step(n))
+                return;
+        }
+    });
+}
+
+void PacedStream::stop() {
+    if (!m_thread.joinable())
+        return;
+    {
+        std::lock_guard guard(m_lock);
+        m_stopping = true;
+    }
+    m_wake.notify_all();
+    m_thread.join();
+}
+
+VirtualCameraInput::VirtualCameraInput(CaptureDevice device,
+                                       std::shared_ptr<VirtualDevices> devices)
+    : CaptureInput(std::move(device)), m_devices(std::move(devices)) {
+}
+
+std::optional<QString> VirtualCameraInput::start(SessionPreset preset, CaptureSink& sink) {
+    const auto initial = m_devices->state(device().uniqueID);
+    if (!initial || !initial->present)
+        return QStringLiteral("Gerät getrennt");
+    if (!initial->startError.isEmpty())
+        return initial->startError;
+    VirtualScene::prepare();
+
+    const QString id = device().uniqueID;
+    auto pool = std::make_shared<PixelBufferPool>(0, 0);
+    m_stream.start(std::chrono::nanoseconds(1'000'000'000 / VirtualScene::framesPerSecond),
+                   [this, id, preset, &sink, pool](std::int64_t n) mutable {
+                       const auto state = m_devices->state(id);
+                       if (!state || !state->present) {
+                           sink.streamEnded();
+                           return false;
+                       }
+                       if (state->silent || !sink.wantsVideo())
+                           return true;
+                       const QSize size =
+                           state->frameSize.isEmpty() ? presetSize(preset) : state->frameSize;
+                       if (pool->width() != size.width() || pool->height() != size.height())
+                           pool = std::make_shared<PixelBufferPool>(size.width(), size.height());
+                       const VirtualScene::Motion motion = state->motion;
+                       sink.pushVideo({captureClockNow(), [pool, motion, n] {
+                                           PixelBuffer frame = pool->acquire();
+                                           VirtualScene::render(motion, n, frame);
+                                           return frame;
+                                       }});
+                       return true;
+                   });
+    return std::nullopt;
+}
+
+VirtualMicrophoneInput::VirtualMicrophoneInput(CaptureDevice device,
+                                               std::shared_ptr<VirtualDevices> devices)
+    : CaptureInput(std::move(device)), m_devices(std::move(devices)) {
+}
+
+std::optional<QString> VirtualMicrophoneInput::start(SessionPreset, CaptureSink& sink) {
+    const auto initial = m_devices->state(device().uniqueID);
+    if (!initial || !initial->present)
+        return QStringLiteral("Gerät getrennt");
+    if (!initial->startError.isEmpty())
+        return initial->startError;
+
+    const QString id = device().uniqueID;
+    const auto period =
+        std::chrono::nanoseconds(std::int64_t(samplesPerBuffer) * 1'000'000'000 / sampleRate);
+    const MediaTime begin = captureClockNow();
+    m_stream.start(period, [this, id, &sink, begin](std::int64_t n) {
+        const auto state = m_devices->state(id);
+        if (!state || !state->present) {
+            sink.streamEnded();
+            return false;
+        }
+        if (state->silent)
+            return true;
+        auto bytes = std::make_shared<std::vector<std::uint8_t>>(samplesPerBuffer * sizeof(float));
+        auto* samples = reinterpret_cast<float*>(bytes->data());
+        const std::int64_t first = n * samplesPerBuffer;
+        for (int i = 0; i < samplesPerBuffer; ++i) {
+            const double t = double(first + i) / sampleRate;
+            samples[i] = amplitude * float(std::sin(2 * std::numbers::pi * toneHz * t));
+        }
+        AudioBuffer buffer;
+        buffer.format = AudioFormat{true, 32, 1, sampleRate};
+        buffer.pts = begin + mediaTimeFromSeconds(double(first) / sampleRate);
+        buffer.bytes = std::move(bytes);
+        sink.pushAudio(std::move(buffer));
+        return true;
+    });
+    return std::nullopt;
+}

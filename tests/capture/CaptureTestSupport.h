@@ -1,0 +1,91 @@
+#pragma once
+
+#include "capture/CaptureOutput.h"
+#include "diagnostics/OstrelLog.h"
+#include "runtime/SerialQueue.h"
+#include "support/EventLoop.h"
+
+#include <QSize>
+#include <QStringList>
+
+#include <atomic>
+#include <mutex>
+#include <ostream>
+#include <utility>
+#include <vector>
+
+// Readable failure output for log lines.
+inline void PrintTo(const QString& text, std::ostream* os) {
+    *os << '"' << text.toStdString() << '"';
+}
+inline void PrintTo(LogLevel level, std::ostream* os) {
+    *os << logLevelText(level).toStdString();
+}
+
+// Collects what outputs deliver, with the queue it arrived on.
+class RecordingDelegate : public SampleBufferDelegate {
+public:
+    void captureOutput(CaptureOutput& output, const SampleBuffer& buffer) override {
+        std::lock_guard guard(lock);
+        if (auto* tagged = dynamic_cast<TaggedOutput*>(&output)) {
+            const int i = tagged->index;
+            ++frames[i];
+            lastSize[i] = QSize(buffer.image.width(), buffer.image.height());
+            if (expectedQueues[i] && !expectedQueues[i]->isCurrent())
+                ++wrongQueue;
+        } else if (buffer.isAudio()) {
+            ++audioBuffers;
+            lastAudio = buffer.audio;
+            if (expectedAudioQueue && !expectedAudioQueue->isCurrent())
+                ++wrongQueue;
+        }
+    }
+    int frameCount(int i) {
+        std::lock_guard guard(lock);
+        return frames[i];
+    }
+    int audioCount() {
+        std::lock_guard guard(lock);
+        return audioBuffers;
+    }
+    QSize size(int i) {
+        std::lock_guard guard(lock);
+        return lastSize[i];
+    }
+
+    std::mutex lock;
+    int frames[2] = {0, 0};
+    QSize lastSize[2];
+    int audioBuffers = 0;
+    AudioBuffer lastAudio;
+    int wrongQueue = 0;
+    SerialQueue* expectedQueues[2] = {nullptr, nullptr};
+    SerialQueue* expectedAudioQueue = nullptr;
+};
+
+// The diagnostic log from a clean start: everything posted so far, with its level.
+class LogProbe {
+public:
+    LogProbe() {
+        pumpPosted();
+        OstrelLog::shared().clear();
+        m_skip = OstrelLog::shared().count(); // the "cleared" entry
+    }
+    std::vector<std::pair<LogLevel, QString>> entries() const {
+        pumpPosted();
+        std::vector<std::pair<LogLevel, QString>> result;
+        const auto& all = OstrelLog::shared().entries();
+        for (std::size_t i = std::size_t(m_skip); i < all.size(); ++i)
+            result.emplace_back(all[i].level, all[i].message);
+        return result;
+    }
+    QStringList messages() const {
+        QStringList result;
+        for (const auto& [level, message] : entries())
+            result << message;
+        return result;
+    }
+
+private:
+    int m_skip = 0;
+};
