@@ -1,0 +1,264 @@
+#include "capture/CameraManagerMac.h"
+
+#include "capture/AudioLevel.h"
+#include "capture/FrameStore.h"
+#include "diagnostics/OstrelLog.h"
+#include "imaging/Stabilizer.h"
+#include "recording/RecordingEngine.h"
+#include "runtime/MainThread.h"
+#include "runtime/SerialQueue.h"
+
+#include <QDir>
+
+namespace {
+
+QPointer<CameraManagerMac>& currentManager() {
+    static QPointer<CameraManagerMac> manager; // main thread only
+    return manager;
+}
+
+} // namespace
+
+// The outputs hold their delegate weakly; this small object forwards to the manager, which
+// outlives every delivery (its destructor stops the sessions and drains the queues first).
+class CameraManagerMac::Delegate : public SampleBufferDelegate {
+public:
+    explicit Delegate(CameraManagerMac& manager) : m_manager(manager) {}
+    void captureOutput(CaptureOutput& output, const SampleBuffer& buffer) override {
+        m_manager.handleFrame(output, buffer);
+    }
+
+private:
+    CameraManagerMac& m_manager;
+};
+
+CameraManagerMac::CameraManagerMac(CaptureBackend& backend, SettingsStore& settings,
+                                   QObject* parent)
+    : CameraManagerMac(backend, settings, Options{}, parent) {}
+
+CameraManagerMac::CameraManagerMac(CaptureBackend& backend, SettingsStore& settings,
+                                   Options options, QObject* parent)
+    : QObject(parent), m_backend(backend), m_settings(settings),
+      m_scheduler(options.scheduler ? *options.scheduler : Scheduler::system()),
+      m_options(std::move(options)) {
+    if (m_options.tempFolder.isEmpty())
+        m_options.tempFolder = QDir::tempPath();
+
+    m_camQueue = std::make_unique<SerialQueue>("com.ostrel.cam.config");
+    m_frameQueue = std::make_unique<SerialQueue>("com.ostrel.cam.frames");
+    m_camQueues[0] = std::make_unique<SerialQueue>("com.ostrel.cam.video0");
+    m_camQueues[1] = std::make_unique<SerialQueue>("com.ostrel.cam.video1");
+    m_snapshotQueue = std::make_unique<SerialQueue>("com.ostrel.snapshot");
+    m_storageQueue = std::make_unique<SerialQueue>("com.ostrel.storage");
+
+    m_recorder = std::make_unique<RecordingEngine>();
+    m_stabilizer = std::make_unique<Stabilizer>(m_settings);
+
+    currentManager() = this;
+
+    connect(&m_backend.discovery(), &DeviceDiscovery::devicesChanged, this,
+            [this](DeviceChange change, const CaptureDevice& device) {
+                if (change == DeviceChange::connected)
+                    deviceConnected(device);
+                else
+                    deviceDisconnected(device);
+            },
+            Qt::QueuedConnection);
+
+    // A write failure during a recording: alert and stop, if still recording.
+    QPointer<CameraManagerMac> weak(this);
+    m_recorder->onFailure = [weak](const QString&) {
+        if (!weak)
+            return;
+        runOn(weak.data(), [weak] {
+            if (!weak || !weak->m_isRecording)
+                return;
+            weak->setUserAlert(
+                tr("Aufnahme fehlgeschlagen — Laufwerk getrennt oder Schreibfehler. Die Datei "
+                   "ist voraussichtlich unbrauchbar."));
+            weak->stopRecording();
+        });
+    };
+
+    m_delegate = std::make_shared<Delegate>(*this);
+    m_pipeline = std::make_unique<PipelineSetup>(
+        m_backend, m_delegate,
+        std::array<SerialQueue*, 2>{m_camQueues[0].get(), m_camQueues[1].get()},
+        m_frameQueue.get());
+    m_pipeline->macroStartPause = m_options.macroStartPause;
+    m_sessions = CaptureSessions::make(m_backend);
+}
+
+CameraManagerMac::~CameraManagerMac() {
+    m_recorder->onFailure = nullptr;
+    m_camQueue->sync([this] { PipelineSetup::stopSessions(m_sessions); });
+    for (auto& queue : m_camQueues)
+        queue->drain();
+    m_frameQueue->drain();
+    m_snapshotQueue->drain();
+    m_storageQueue->drain();
+    m_delegate.reset();
+}
+
+CameraManagerMac* CameraManagerMac::current() { return currentManager().data(); }
+
+void CameraManagerMac::drainConfigurationQueue() { m_camQueue->drain(); }
+
+// --- frames -------------------------------------------------------------------------------
+
+void CameraManagerMac::handleFrame(CaptureOutput& output, const SampleBuffer& buffer) {
+    if (buffer.isAudio()) {
+        m_recorder->appendAudio(buffer.audio);
+        const std::optional<float> dB = audioLevelDB(buffer.audio);
+        if (!dB)
+            return;
+        runOn(this, [this, level = *dB] { applyAudioLevel(level); });
+        return;
+    }
+    const auto* tagged = dynamic_cast<const TaggedOutput*>(&output);
+    if (!tagged || !buffer.image)
+        return;
+    const int index = tagged->index;
+
+    if (index == m_recorder->macroIndex()) {
+        const StabilizationResult result = m_stabilizer->stabilize(buffer.image, index);
+        FrameStore::shared().store(index, {buffer.image, result.offset, result.zoom});
+        runOn(this, [this, offset = result.offset] { setStabOffset(offset); });
+        return;
+    }
+
+    FrameStore::shared().store(index, {buffer.image, QPointF(), 1.0});
+    if (!m_recorder->active() || index != m_recorder->wideIndex())
+        return;
+    const std::optional<StoredFrame> macro = FrameStore::shared().latest(m_recorder->macroIndex());
+    FrameJob job;
+    job.wide = buffer.image;
+    job.macroFraction = m_recorder->macroFraction();
+    if (macro) {
+        job.macro = macro->buffer;
+        job.macroZoom = macro->stabZoom;
+        job.macroOffset = {macro->stabOffset.x(), macro->stabOffset.y()};
+    }
+    job.pts = buffer.pts;
+    m_recorder->enqueueFrame(std::move(job));
+}
+
+void CameraManagerMac::applyAudioLevel(float dB) {
+    setAudioLevel(smoothedAudioLevel(m_audioLevel, dB));
+}
+
+void CameraManagerMac::startFPSTask() {
+    cancelFPSTask();
+    m_fpsTask = m_scheduler.every(std::chrono::seconds(1), this, [this] {
+        if (!m_running) {
+            m_fpsTask.cancel();
+            return;
+        }
+        setFPS(FrameStore::shared().takeCounts());
+        setWriterFPS(m_isRecording ? std::optional<int>(m_recorder->takeAppendedThisSecond())
+                                   : std::nullopt);
+    });
+}
+
+void CameraManagerMac::cancelFPSTask() {
+    m_fpsTask.cancel();
+    m_fpsTask = {};
+}
+
+void CameraManagerMac::setStabilizationEnabled(bool on) { m_stabilizer->setEnabled(on); }
+
+double CameraManagerMac::currentZoom() const { return m_stabilizer->currentZoom(); }
+
+// --- observable state ---------------------------------------------------------------------
+
+void CameraManagerMac::setStatus(CameraStatus status) {
+    if (status == m_status)
+        return;
+    m_status = status;
+    emit statusChanged();
+}
+
+void CameraManagerMac::setRunning(bool running) {
+    if (running == m_running)
+        return;
+    m_running = running;
+    emit runningChanged();
+}
+
+void CameraManagerMac::setConnectedCount(int count) {
+    if (count == m_connectedCount)
+        return;
+    m_connectedCount = count;
+    emit connectedCountChanged();
+}
+
+void CameraManagerMac::setRecording(bool recording) {
+    if (recording == m_isRecording)
+        return;
+    m_isRecording = recording;
+    emit isRecordingChanged();
+}
+
+void CameraManagerMac::setAudioLevel(float level) {
+    if (level == m_audioLevel)
+        return;
+    m_audioLevel = level;
+    emit audioLevelChanged();
+}
+
+void CameraManagerMac::setFPS(std::map<int, int> fps) {
+    if (fps == m_fps)
+        return;
+    m_fps = std::move(fps);
+    emit fpsChanged();
+}
+
+void CameraManagerMac::setWriterFPS(std::optional<int> fps) {
+    if (fps == m_writerFPS)
+        return;
+    m_writerFPS = fps;
+    emit writerFPSChanged();
+}
+
+void CameraManagerMac::setUserAlert(std::optional<QString> alert) {
+    if (alert == m_userAlert)
+        return;
+    m_userAlert = std::move(alert);
+    emit userAlertChanged();
+}
+
+void CameraManagerMac::setUserAlertText(const QString& text) {
+    setUserAlert(text.isEmpty() ? std::nullopt : std::optional<QString>(text));
+}
+
+void CameraManagerMac::setStorageWarning(std::optional<QString> warning) {
+    if (warning == m_storageWarning)
+        return;
+    m_storageWarning = std::move(warning);
+    emit storageWarningChanged();
+}
+
+void CameraManagerMac::setStabOffset(QPointF offset) {
+    if (offset == m_stabOffset)
+        return;
+    m_stabOffset = offset;
+    emit stabOffsetChanged();
+}
+
+void CameraManagerMac::setSaveURL(const QUrl& url) {
+    if (url == m_saveURL)
+        return;
+    m_saveURL = url;
+    emit saveURLChanged();
+}
+
+QVariantMap CameraManagerMac::fpsMap() const {
+    QVariantMap map;
+    for (const auto& [index, rate] : m_fps)
+        map.insert(QString::number(index), rate);
+    return map;
+}
+
+QVariant CameraManagerMac::writerFPSValue() const {
+    return m_writerFPS ? QVariant(*m_writerFPS) : QVariant();
+}

@@ -1,0 +1,447 @@
+#include "capture/CameraManagerMac.h"
+#include "capture/FrameStore.h"
+#include "capture/virtual/VirtualBackend.h"
+#include "recording/RecordingEngine.h"
+#include "settings/SettingsStore.h"
+#include "support/EventLoop.h"
+
+#include "CaptureTestSupport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+const QString kWide = VirtualDevices::camera1ID;
+const QString kMacro = VirtualDevices::camera2ID;
+
+class CameraManagerTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        settings = std::make_unique<SettingsStore>(dir.filePath(QStringLiteral("ostrel.ini")));
+        settings->setValue(Setting::wideDeviceUID, kWide);
+        settings->setValue(Setting::macroDeviceUID, kMacro);
+        ASSERT_TRUE(QDir().mkpath(tempFolder()));
+        ASSERT_TRUE(QDir().mkpath(folder()));
+    }
+
+    void TearDown() override {
+        manager.reset();
+        FrameStore::shared().clear();
+    }
+
+    QString tempFolder() const { return dir.filePath(QStringLiteral("tmp")); }
+    QString folder() const { return dir.filePath(QStringLiteral("Aufnahmen")); }
+
+    CameraManagerMac& make() {
+        CameraManagerMac::Options options;
+        options.scheduler = &scheduler;
+        options.tempFolder = tempFolder();
+        options.macroStartPause = 0ms;
+        options.freeSpace = [this](const QString&, const std::optional<QString>&,
+                                   const std::optional<QString>&) {
+            return freeBytes.load() < 0 ? std::nullopt
+                                        : std::optional<std::int64_t>(freeBytes.load());
+        };
+        manager = std::make_unique<CameraManagerMac>(backend, *settings, options);
+        manager->setSaveURL(QUrl::fromLocalFile(folder()));
+        return *manager;
+    }
+
+    // Lets the configuration queue finish and its outcome reach the main thread.
+    void settle() {
+        manager->drainConfigurationQueue();
+        pumpPosted();
+    }
+
+    bool bothCamerasDeliver() {
+        return pumpUntil([] {
+            return FrameStore::shared().latestBuffer(0) && FrameStore::shared().latestBuffer(1);
+        });
+    }
+
+    CameraManagerMac& live() {
+        CameraManagerMac& cam = make();
+        cam.startCapture();
+        settle();
+        EXPECT_EQ(cam.status(), CameraStatus::live);
+        EXPECT_TRUE(bothCamerasDeliver());
+        return cam;
+    }
+
+    QStringList filesIn(const QString& path, const QString& pattern) const {
+        return QDir(path).entryList({pattern}, QDir::Files, QDir::Name);
+    }
+
+    QTemporaryDir dir;
+    VirtualBackend backend;
+    ManualScheduler scheduler;
+    std::unique_ptr<SettingsStore> settings;
+    std::unique_ptr<CameraManagerMac> manager;
+    std::atomic<std::int64_t> freeBytes{500'000'000'000};
+    LogProbe log;
+};
+
+} // namespace
+
+TEST_F(CameraManagerTest, BothCamerasAtLaunchGoLiveWithTheMicrophone) {
+    settings->setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
+    CameraManagerMac& cam = make();
+    EXPECT_EQ(cam.status(), CameraStatus::ready);
+    EXPECT_EQ(CameraManagerMac::current(), &cam);
+    cam.startCapture();
+    EXPECT_TRUE(cam.starting());
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+    EXPECT_TRUE(cam.running());
+    EXPECT_EQ(cam.connectedCount(), 2);
+    EXPECT_TRUE(cam.micActive());
+    EXPECT_TRUE(log.messages().contains(QStringLiteral("2 Kameras live · Mikrofon aktiv")));
+
+    ASSERT_TRUE(bothCamerasDeliver());
+    ASSERT_TRUE(pumpUntil([&] { return cam.audioLevel() > 0; })) << "the tone moves the meter";
+    scheduler.advance(1s);
+    EXPECT_GT(cam.fps().at(0), 0);
+    EXPECT_FALSE(cam.writerFPS());
+
+    cam.startCapture(); // while running: only the ids are read again
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+    EXPECT_EQ(log.messages().count(QStringLiteral("2 Kameras live · Mikrofon aktiv")), 1);
+}
+
+TEST_F(CameraManagerTest, LatePluggedCameraIsFoundByThePollLoop) {
+    backend.devices().unplug(kMacro);
+    CameraManagerMac& cam = make();
+    cam.startCapture();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::searching);
+    scheduler.advance(8s);
+    EXPECT_EQ(cam.pollCount(), 11);
+    backend.devices().replug(kMacro);
+    pumpPosted(); // the connect notice starts a fresh round at once
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+    EXPECT_TRUE(log.messages().contains(QStringLiteral("Kamera angeschlossen: OSTREL Kamera")));
+}
+
+TEST_F(CameraManagerTest, PollLoopGivesUpAfterSixtyAttemptsAndAPlugInStartsAgain) {
+    backend.devices().unplug(kMacro);
+    CameraManagerMac& cam = make();
+    cam.startCapture();
+    scheduler.advance(47200ms);
+    EXPECT_EQ(cam.pollCount(), 60);
+    EXPECT_FALSE(cam.polling());
+    EXPECT_EQ(cam.status(), CameraStatus::noCameras);
+    EXPECT_EQ(log.messages().count(
+                  QStringLiteral("Kameras nicht erkannt — beide anstecken; bei Bedarf neu starten.")),
+              1);
+    scheduler.advance(60s);
+    EXPECT_EQ(scheduler.pendingCount(), 0) << "no polling after giving up";
+
+    backend.devices().replug(kMacro);
+    pumpPosted();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+}
+
+TEST_F(CameraManagerTest, SameCameraForWideAndMacroNeverStarts) {
+    settings->setValue(Setting::macroDeviceUID, kWide);
+    CameraManagerMac& cam = make();
+    cam.startCapture();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::searching);
+    scheduler.advance(60s);
+    EXPECT_EQ(cam.status(), CameraStatus::noCameras);
+    EXPECT_FALSE(cam.running());
+}
+
+TEST_F(CameraManagerTest, EmptyAssignmentIsFilledFromTheExternalCameras) {
+    settings->remove(Setting::wideDeviceUID);
+    settings->remove(Setting::macroDeviceUID);
+    CameraManagerMac& cam = make();
+    cam.startCapture();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+    EXPECT_TRUE(settings->text(Setting::wideDeviceUID).isEmpty()) << "kept in memory only";
+}
+
+TEST_F(CameraManagerTest, CameraWithoutPictureIsRestartedThreeTimesThenGivenUp) {
+    backend.devices().setSilent(kMacro, true);
+    CameraManagerMac& cam = make();
+    cam.startCapture();
+    for (int restart = 1; restart <= 3; ++restart) {
+        settle();
+        ASSERT_EQ(cam.status(), CameraStatus::live) << restart;
+        ASSERT_TRUE(pumpUntil([] { return FrameStore::shared().latestBuffer(0).has_value(); }));
+        scheduler.advance(3s);
+        EXPECT_EQ(cam.status(), CameraStatus::restarting);
+        EXPECT_EQ(cam.watchdogRetries(), restart);
+        EXPECT_TRUE(log.messages().contains(
+            QStringLiteral("Kamera ohne Bild (Wide:true Macro:false) — automatischer Neustart %1/3")
+                .arg(restart)));
+    }
+    settle();
+    ASSERT_TRUE(pumpUntil([] { return FrameStore::shared().latestBuffer(0).has_value(); }));
+    scheduler.advance(3s);
+    EXPECT_EQ(cam.status(), CameraStatus::noImage);
+    EXPECT_TRUE(cam.running()) << "the restart button stays hidden";
+    EXPECT_TRUE(log.entries().back() ==
+                std::make_pair(LogLevel::error,
+                               QStringLiteral("Kamera liefert kein Bild (Wide:true Macro:false) — "
+                                              "bitte USB-Verbindung/Hub prüfen und neu starten (↻).")));
+    scheduler.advance(10s);
+    EXPECT_EQ(cam.status(), CameraStatus::noImage) << "the watchdog is not armed again";
+}
+
+TEST_F(CameraManagerTest, WatchdogFindingBothCamerasResetsItsCount) {
+    CameraManagerMac& cam = live();
+    scheduler.advance(3s);
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+    EXPECT_EQ(cam.watchdogRetries(), 0);
+}
+
+TEST_F(CameraManagerTest, UnplugLowersTheCountAndIgnoresOtherDevices) {
+    settings->setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
+    CameraManagerMac& cam = live();
+    backend.devices().unplug(VirtualDevices::microphoneID);
+    pumpPosted();
+    EXPECT_EQ(cam.status(), CameraStatus::live) << "the microphone changes nothing here";
+
+    backend.devices().unplug(kMacro);
+    pumpPosted();
+    EXPECT_EQ(cam.status(), CameraStatus::cameraDisconnected);
+    EXPECT_EQ(cam.connectedCount(), 1);
+    EXPECT_FALSE(cam.running());
+    EXPECT_TRUE(log.messages().contains(
+        QStringLiteral("Kamera getrennt: OSTREL Kamera — USB-Verbindung/Hub prüfen")));
+    backend.devices().unplug(kWide);
+    pumpPosted();
+    EXPECT_EQ(cam.connectedCount(), 0);
+    cam.deviceDisconnected({kWide, QStringLiteral("OSTREL Kamera"), DeviceType::external});
+    EXPECT_EQ(cam.connectedCount(), 0);
+
+    backend.devices().replug(kWide);
+    backend.devices().replug(kMacro);
+    pumpPosted();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+}
+
+TEST_F(CameraManagerTest, StopWhileSearchingDoesNothingAndStopWhileLiveStopsEverything) {
+    backend.devices().unplug(kMacro);
+    CameraManagerMac& cam = make();
+    cam.startCapture();
+    settle();
+    cam.stopCapture();
+    EXPECT_EQ(cam.status(), CameraStatus::searching);
+    EXPECT_TRUE(cam.polling());
+
+    backend.devices().replug(kMacro);
+    pumpPosted();
+    settle();
+    ASSERT_TRUE(bothCamerasDeliver());
+    cam.stopCapture();
+    EXPECT_EQ(cam.status(), CameraStatus::stopped);
+    EXPECT_FALSE(cam.running());
+    EXPECT_EQ(cam.connectedCount(), 0);
+    EXPECT_TRUE(cam.fps().empty());
+    EXPECT_FALSE(FrameStore::shared().latestBuffer(0));
+    EXPECT_EQ(log.messages().last(), QStringLiteral("Kamera-Sessions gestoppt"));
+}
+
+TEST_F(CameraManagerTest, RecordingLandsInTheFolderUnderItsFinalName) {
+    CameraManagerMac& cam = live();
+    cam.startRecordingWith(false, true, true, QStringLiteral("Praxis Dr. Muster"), 0.3);
+    cam.startRecordingWith(false, true, true, QStringLiteral("zweimal"), 0.3); // ignored
+    EXPECT_TRUE(cam.isRecording());
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 15; }));
+    scheduler.advance(1s);
+    ASSERT_TRUE(cam.writerFPS());
+
+    bool finished = false;
+    cam.onRecordingFinished = [&] { finished = true; };
+    cam.stopRecording();
+    cam.stopRecording(); // ignored while stopping
+    ASSERT_TRUE(pumpUntil([&] { return finished; }));
+    EXPECT_FALSE(cam.isRecording());
+    EXPECT_FALSE(cam.onRecordingFinished);
+    const QStringList saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
+    ASSERT_EQ(saved.size(), 1);
+    EXPECT_TRUE(filesIn(tempFolder(), QStringLiteral("*")).isEmpty());
+    const QStringList messages = log.messages();
+    EXPECT_EQ(messages.count(QStringLiteral("Aufnahme läuft (1920×1080, Audio: aus)")), 1)
+        << "no microphone assigned: no sound";
+    EXPECT_TRUE(messages.contains(QStringLiteral("Aufnahme gespeichert: ") + saved[0]));
+}
+
+TEST_F(CameraManagerTest, RecordingGoesOnWhileACameraIsUnplugged) {
+    CameraManagerMac& cam = live();
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 5; }));
+    backend.devices().unplug(kMacro);
+    pumpPosted();
+    EXPECT_EQ(cam.status(), CameraStatus::cameraDisconnected);
+    EXPECT_TRUE(cam.isRecording());
+    bool finished = false;
+    cam.onRecordingFinished = [&] { finished = true; };
+    cam.stopRecording();
+    ASSERT_TRUE(pumpUntil([&] { return finished; }));
+    EXPECT_EQ(filesIn(folder(), QStringLiteral("OSTREL-*.mp4")).size(), 1);
+}
+
+TEST_F(CameraManagerTest, RecordWhileNotRunningDoesNothingAndLogsNothing) {
+    CameraManagerMac& cam = make();
+    cam.startRecordingWith(false, true, true, QString(), 0.3);
+    cam.stopRecording();
+    EXPECT_FALSE(cam.isRecording());
+    EXPECT_TRUE(log.messages().isEmpty());
+}
+
+TEST_F(CameraManagerTest, FailedStartShowsTheRecordingError) {
+    CameraManagerMac& cam = live();
+    ASSERT_TRUE(QDir(tempFolder()).removeRecursively()); // the writer cannot open its file
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return !cam.isRecording(); }));
+    EXPECT_EQ(cam.status(), CameraStatus::recordingError);
+    const auto entries = log.entries();
+    ASSERT_FALSE(entries.empty());
+    EXPECT_EQ(entries.back().first, LogLevel::error);
+    EXPECT_TRUE(entries.back().second.startsWith(QStringLiteral("Aufnahme-Start fehlgeschlagen: ")));
+    cam.stopRecording(); // nothing to stop
+    pumpPosted();
+    EXPECT_EQ(log.entries().size(), entries.size());
+}
+
+TEST_F(CameraManagerTest, RecordingWithoutFramesIsAFinishError) {
+    backend.devices().setSilent(kWide, true);
+    CameraManagerMac& cam = make();
+    cam.startCapture();
+    settle();
+    ASSERT_TRUE(cam.running());
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    pumpUntil([&] { return log.messages().join(u'\n').contains(QStringLiteral("Aufnahme läuft")); });
+    bool finished = false;
+    cam.onRecordingFinished = [&] { finished = true; };
+    cam.stopRecording();
+    ASSERT_TRUE(pumpUntil([&] { return finished; }));
+    EXPECT_EQ(cam.status(), CameraStatus::recordingError);
+    EXPECT_TRUE(log.messages().contains(
+        QStringLiteral("Aufnahme-Fehler beim Abschluss: Keine Bilddaten aufgenommen")));
+    EXPECT_TRUE(filesIn(folder(), QStringLiteral("*.mp4")).isEmpty());
+}
+
+TEST_F(CameraManagerTest, WithoutFolderTheFileStaysInTheTemporaryFolder) {
+    CameraManagerMac& cam = live();
+    cam.setSaveURL(QUrl());
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 3; }));
+    bool finished = false;
+    cam.onRecordingFinished = [&] { finished = true; };
+    cam.stopRecording();
+    ASSERT_TRUE(pumpUntil([&] { return finished; }));
+    const QStringList temp = filesIn(tempFolder(), QStringLiteral("ostrel-*.mp4"));
+    ASSERT_EQ(temp.size(), 1);
+    EXPECT_EQ(cam.activeTempFile(), QDir(tempFolder()).filePath(temp[0]));
+    EXPECT_EQ(log.messages().last(),
+              QStringLiteral("Kein Aufnahmeordner gewählt — Datei bleibt im temporären Ordner: ") +
+                  temp[0]);
+}
+
+TEST_F(CameraManagerTest, VanishedFolderKeepsTheFileAndAlerts) {
+    CameraManagerMac& cam = live();
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 3; }));
+    ASSERT_TRUE(QDir(folder()).removeRecursively()); // the drive was pulled
+    bool finished = false;
+    cam.onRecordingFinished = [&] { finished = true; };
+    cam.stopRecording();
+    ASSERT_TRUE(pumpUntil([&] { return finished; }));
+    EXPECT_EQ(filesIn(tempFolder(), QStringLiteral("ostrel-*.mp4")).size(), 1);
+    ASSERT_TRUE(cam.userAlert());
+    EXPECT_TRUE(cam.userAlert()->startsWith(
+        QStringLiteral("Aufnahme konnte nicht in den Aufnahmeordner verschoben werden")));
+    EXPECT_TRUE(log.messages().last().startsWith(QStringLiteral("Aufnahme speichern fehlgeschlagen: ")));
+    EXPECT_FALSE(cam.activeTempFile());
+}
+
+TEST_F(CameraManagerTest, StorageMonitorWarnsOnceThenStopsTheRecording) {
+    CameraManagerMac& cam = live();
+    freeBytes = 1'800'000'000;
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    int checks = 0;
+    const auto checked = [&] { return pumpUntil([&] { return cam.storageChecks() == checks; }); };
+    ASSERT_TRUE(pumpUntil([&] { return log.messages().join(u'\n').contains(QStringLiteral("Aufnahme läuft")); }));
+    scheduler.advance(5s);
+    ++checks;
+    ASSERT_TRUE(checked());
+    ASSERT_TRUE(cam.storageWarning());
+    EXPECT_EQ(*cam.storageWarning(), QStringLiteral("Speicher fast voll · ≈ 8 Min"));
+    EXPECT_TRUE(log.messages().contains(
+        QStringLiteral("Speicherplatz wird knapp: ≈ 8 Min Restzeit am Aufnahmeziel")));
+
+    freeBytes = 1'500'000'000; // fewer minutes now, but the warning stays as it was
+    scheduler.advance(5s);
+    ++checks;
+    ASSERT_TRUE(checked());
+    EXPECT_EQ(*cam.storageWarning(), QStringLiteral("Speicher fast voll · ≈ 8 Min"));
+
+    freeBytes = 900'000'000;
+    bool finished = false;
+    cam.onRecordingFinished = [&] { finished = true; };
+    scheduler.advance(5s);
+    ASSERT_TRUE(pumpUntil([&] { return finished; }));
+    EXPECT_TRUE(log.messages().contains(QStringLiteral(
+        "Speicherplatz fast voll (900 MB frei) — Aufnahme wird automatisch beendet")));
+    EXPECT_EQ(cam.userAlert(),
+              QStringLiteral("Aufnahme automatisch beendet: Der Speicherplatz am Ziel ist fast "
+                             "voll. Die Aufnahme wurde gespeichert."));
+    EXPECT_FALSE(cam.storageWarning());
+    EXPECT_EQ(filesIn(folder(), QStringLiteral("OSTREL-*.mp4")).size(), 1);
+}
+
+TEST_F(CameraManagerTest, WriterFailureAlertsAndStops) {
+    CameraManagerMac& cam = live();
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 3; }));
+    cam.recorder().injectWriteFaultForTesting();
+    ASSERT_TRUE(pumpUntil([&] { return !cam.isRecording(); }));
+    EXPECT_EQ(cam.userAlert(),
+              QStringLiteral("Aufnahme fehlgeschlagen — Laufwerk getrennt oder Schreibfehler. Die "
+                             "Datei ist voraussichtlich unbrauchbar."));
+}
+
+TEST_F(CameraManagerTest, PhotoNeedsALivePictureAndWritesThreeFiles) {
+    CameraManagerMac& cam = make();
+    cam.takeSnapshot(false, true, QStringLiteral("Praxis"), 0.3);
+    EXPECT_EQ(log.messages().last(), QStringLiteral("Foto nicht möglich — noch kein Live-Bild"));
+    cam.startCapture();
+    settle();
+    ASSERT_TRUE(bothCamerasDeliver());
+    cam.takeSnapshot(false, true, QStringLiteral("Praxis"), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return filesIn(folder(), QStringLiteral("*.jpg")).size() == 3; }));
+}
+
+TEST_F(CameraManagerTest, LeftoverRecordingOfACrashIsRecovered) {
+    const QString leftover = QDir(tempFolder()).filePath(QStringLiteral("ostrel-1763301909.mp4"));
+    QFile file(leftover);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(1000, 'x'));
+    ASSERT_TRUE(file.setFileTime(QDateTime::currentDateTime().addSecs(-600),
+                                 QFileDevice::FileModificationTime));
+    file.close();
+    CameraManagerMac& cam = make();
+    EXPECT_EQ(cam.recoverLeftoverRecordings(), 1);
+    const QStringList saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
+    ASSERT_EQ(saved.size(), 1);
+    EXPECT_EQ(log.messages().last(),
+              QStringLiteral("Aufnahme nach Absturz wiederhergestellt: ") + saved[0]);
+    EXPECT_FALSE(QFile::exists(leftover));
+}
