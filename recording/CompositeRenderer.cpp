@@ -1,4 +1,5 @@
 #include "recording/CompositeRenderer.h"
+#include "recording/BilinearResampler.h"
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
@@ -6,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <optional>
 #include <vector>
 
 namespace {
@@ -24,6 +26,11 @@ bool nearInteger(double v, long& out) {
 
 cv::Mat matOf(const PixelBuffer& b) {
     return cv::Mat(b.height(), b.width(), CV_8UC4, b.data(), std::size_t(b.stride()));
+}
+
+PlaneView viewOf(const cv::Mat& m) {
+    return {const_cast<std::uint8_t*>(m.ptr<std::uint8_t>(0)), int(m.step[0]), m.cols, m.rows,
+            m.channels()};
 }
 
 cv::Rect cvRect(const PixelRect& r) {
@@ -98,8 +105,10 @@ void mirror(const cv::Mat& src, cv::Mat& dst, bool mirrorX, bool mirrorY) {
 }
 
 // Fills `rect` of `dst` from `src` placed by `t` (source pixel coordinates → destination
-// coordinates), bilinear. Mirrors and exact scales use flip/resize; anything else warpAffine.
-void drawLayer(const cv::Mat& src, cv::Mat& dst, const AxisTransform& t, const PixelRect& rect) {
+// coordinates), bilinear. Mirrors and exact scales use flip/resize; anything else (fractional
+// crops) the separable resampler.
+void drawLayer(const cv::Mat& src, cv::Mat& dst, const AxisTransform& t, const PixelRect& rect,
+               BilinearResampler& resampler) {
     if (rect.isEmpty() || src.empty())
         return;
     cv::Mat roi = dst(cvRect(rect));
@@ -127,9 +136,7 @@ void drawLayer(const cv::Mat& src, cv::Mat& dst, const AxisTransform& t, const P
         }
         return;
     }
-    const cv::Matx23d map(ax, 0, bx, 0, ay, by);
-    cv::warpAffine(src, roi, map, roi.size(), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP,
-                   cv::BORDER_REPLICATE);
+    resampler.resample(viewOf(src), viewOf(roi), {ax, bx}, {ay, by});
 }
 
 inline int div255(int x) {
@@ -267,6 +274,97 @@ void blendYuv(const cv::Mat& over, const std::vector<RowSpan>& spans, const Pixe
     }
 }
 
+// An overlay of canvas size, prepared once for laying over YUV planes: per pixel what it adds
+// to luma and how much of the luma below it keeps, the same per 2×2 chroma block. Only pairs of
+// rows with anything visible are kept, and in them only the columns that are.
+class YuvOverlay {
+public:
+    explicit YuvOverlay(const cv::Mat& over) {
+        const std::vector<RowSpan> spans = opaqueSpans(over);
+        for (int by = 0; by + 1 < over.rows; by += 2) {
+            const RowSpan a = spans[std::size_t(by)];
+            const RowSpan b = spans[std::size_t(by + 1)];
+            int begin = std::min(a.end > a.begin ? a.begin : over.cols,
+                                 b.end > b.begin ? b.begin : over.cols);
+            int end = std::max(a.end, b.end);
+            if (end <= begin)
+                continue;
+            begin &= ~1;
+            end = std::min((end + 1) & ~1, over.cols & ~1);
+            const std::size_t n = std::size_t(end - begin);
+            m_rows.push_back({by, begin, end, m_lumaAdd.size(), m_chromaKeep.size()});
+            for (int row = by; row < by + 2; ++row) {
+                const std::uint8_t* p = over.ptr<std::uint8_t>(row) + 4 * begin;
+                for (std::size_t i = 0; i < n; ++i, p += 4) {
+                    // A clear pixel adds nothing, whatever its colour bytes say.
+                    const int luma = p[3] ? lumaOf(p[0], p[1], p[2], p[3]) : 0;
+                    m_lumaAdd.push_back(std::uint8_t(std::clamp(luma, 0, 255)));
+                    m_lumaKeep.push_back(std::uint8_t(255 - p[3]));
+                }
+            }
+            for (std::size_t i = 0; i < n; i += 2) {
+                int uSum = 0, vSum = 0, aSum = 0;
+                for (int row = by; row < by + 2; ++row)
+                    for (int col = begin + int(i); col < begin + int(i) + 2; ++col) {
+                        const std::uint8_t* q = over.ptr<std::uint8_t>(row) + 4 * col;
+                        if (q[3] == 0)
+                            continue;
+                        uSum += blueDiffOf(q[0], q[1], q[2], q[3]);
+                        vSum += redDiffOf(q[0], q[1], q[2], q[3]);
+                        aSum += q[3];
+                    }
+                m_blueAdd.push_back(std::int16_t((uSum + 2) / 4));
+                m_redAdd.push_back(std::int16_t((vSum + 2) / 4));
+                m_chromaKeep.push_back(std::uint16_t(1020 - aSum));
+            }
+        }
+    }
+
+    // Lays it over planes of its own size. A clear pixel leaves the one below unchanged.
+    void blend(YuvPlanes& dst) const {
+        for (const Row& r : m_rows) {
+            const int n = r.end - r.begin;
+            for (int k = 0; k < 2; ++k)
+                blendLuma(&m_lumaAdd[r.luma + std::size_t(k * n)],
+                          &m_lumaKeep[r.luma + std::size_t(k * n)],
+                          dst.y.ptr<std::uint8_t>(r.y + k) + r.begin, n);
+            const std::size_t c = r.chroma;
+            blendChroma(&m_blueAdd[c], &m_chromaKeep[c],
+                        dst.u.ptr<std::uint8_t>(r.y / 2) + r.begin / 2, n / 2);
+            blendChroma(&m_redAdd[c], &m_chromaKeep[c],
+                        dst.v.ptr<std::uint8_t>(r.y / 2) + r.begin / 2, n / 2);
+        }
+    }
+
+private:
+    // 16-bit throughout (y · keep ≤ 65025), so the loop vectorises.
+    static void blendLuma(const std::uint8_t* __restrict add, const std::uint8_t* __restrict keep,
+                          std::uint8_t* __restrict y, int n) {
+        for (int x = 0; x < n; ++x) {
+            std::uint16_t t = std::uint16_t(std::uint16_t(y[x] * keep[x]) + 128);
+            t = std::uint16_t((t + (t >> 8)) >> 8);
+            const std::uint16_t v = std::uint16_t(add[x] + t);
+            y[x] = std::uint8_t(v > 255 ? 255 : v);
+        }
+    }
+    static void blendChroma(const std::int16_t* __restrict add,
+                            const std::uint16_t* __restrict keep, std::uint8_t* __restrict c,
+                            int n) {
+        for (int x = 0; x < n; ++x)
+            c[x] = clampByte(add[x] + (c[x] * keep[x] + 510) / 1020);
+    }
+
+    struct Row {
+        int y; // the first of the two rows
+        int begin, end;
+        std::size_t luma, chroma; // where its values start
+    };
+    std::vector<Row> m_rows;
+    std::vector<std::uint8_t> m_lumaAdd, m_lumaKeep;
+    std::vector<std::int16_t> m_blueAdd, m_redAdd;
+    std::vector<std::uint16_t> m_chromaKeep;
+};
+
 const PixelBuffer* bufferFor(LayerSource source, const CompositeSources& sources) {
     switch (source) {
     case LayerSource::wide:
@@ -323,6 +421,63 @@ PixelRect coveredPixels(const RectD& r, int width, int height) {
     return {x0, y0, x1 - x0, y1 - y0};
 }
 
+namespace {
+
+// `r` without `hole`: the bands above and below the hole and the strips beside it.
+void subtract(const PixelRect& r, const PixelRect& hole, std::vector<PixelRect>& out) {
+    const int x0 = std::max(r.x, hole.x);
+    const int x1 = std::min(r.x + r.width, hole.x + hole.width);
+    const int y0 = std::max(r.y, hole.y);
+    const int y1 = std::min(r.y + r.height, hole.y + hole.height);
+    if (x1 <= x0 || y1 <= y0) {
+        out.push_back(r);
+        return;
+    }
+    auto add = [&](int x, int y, int w, int h) {
+        if (w > 0 && h > 0)
+            out.push_back({x, y, w, h});
+    };
+    add(r.x, r.y, r.width, y0 - r.y);
+    add(r.x, y1, r.width, r.y + r.height - y1);
+    add(r.x, y0, x0 - r.x, y1 - y0);
+    add(x1, y0, r.x + r.width - x1, y1 - y0);
+}
+
+bool isOpaque(const ImageLayer& layer) {
+    return layer.source != LayerSource::overlay;
+}
+
+// The pixels of camera layer `index` that no camera layer above it hides: only those are
+// drawn. `even` grows every rectangle to whole 2×2 chroma blocks, as the YUV output draws them.
+std::vector<PixelRect> visiblePieces(const CompositePlan& plan, std::size_t index,
+                                     const CompositeSources& sources, int width, int height,
+                                     bool even) {
+    auto pixels = [&](const ImageLayer& layer) {
+        const PixelRect r = coveredPixels(layer.extent(), width, height);
+        return even && !r.isEmpty() ? evenAligned(r, width, height) : r;
+    };
+    std::vector<PixelRect> pieces;
+    const PixelRect all = pixels(plan.layers[index]);
+    if (all.isEmpty())
+        return pieces;
+    pieces.push_back(all);
+    for (std::size_t above = index + 1; above < plan.layers.size(); ++above) {
+        const ImageLayer& layer = plan.layers[above];
+        if (!isOpaque(layer) || !layerBuffer(layer, sources))
+            continue;
+        const PixelRect hole = pixels(layer);
+        if (hole.isEmpty())
+            continue;
+        std::vector<PixelRect> rest;
+        for (const PixelRect& piece : pieces)
+            subtract(piece, hole, rest);
+        pieces.swap(rest);
+    }
+    return pieces;
+}
+
+} // namespace
+
 struct CompositeRenderer::Caches {
     // Spans of the last overlay laid over unscaled, which is the same for a whole recording.
     PixelBuffer spansOf;
@@ -330,6 +485,20 @@ struct CompositeRenderer::Caches {
     cv::Mat scratchBgra;
     cv::Mat scratchI420;
     cv::Mat scratchI420Part;
+    BilinearResampler resampler;
+
+    // The last overlay prepared for YUV output, likewise.
+    PixelBuffer yuvOverlayOf;
+    std::optional<YuvOverlay> yuvOverlay;
+
+    const YuvOverlay& yuvOverlayFor(const PixelBuffer& overlay) {
+        if (!yuvOverlay || !overlay.sharesPixelsWith(yuvOverlayOf) ||
+            overlay.width() != yuvOverlayOf.width() || overlay.height() != yuvOverlayOf.height()) {
+            yuvOverlayOf = overlay;
+            yuvOverlay.emplace(matOf(overlay));
+        }
+        return *yuvOverlay;
+    }
 
     const std::vector<RowSpan>& spansFor(const PixelBuffer& overlay) {
         if (!overlay.sharesPixelsWith(spansOf) || overlay.width() != spansOf.width() ||
@@ -343,6 +512,48 @@ struct CompositeRenderer::Caches {
     cv::Mat& bgra(int width, int height) {
         scratchBgra.create(height, width, CV_8UC4);
         return scratchBgra;
+    }
+
+    // An opaque camera picture placed by `t` into `area` (even-aligned) of the YUV planes.
+    void drawCameraYuv(const cv::Mat& src, const AxisTransform& t, const PixelRect& area,
+                       YuvPlanes& out) {
+        // Convert at whichever resolution is smaller: the source part the layer
+        // samples, or the layer's area on the canvas.
+        const double sxa = (area.x - t.tx) / t.sx, sxb = (area.x + area.width - t.tx) / t.sx;
+        const double sya = (area.y - t.ty) / t.sy, syb = (area.y + area.height - t.ty) / t.sy;
+        const PixelRect needed =
+            evenAligned(coveredPixels(RectD{std::min(sxa, sxb) - 1.5, std::min(sya, syb) - 1.5,
+                                            std::abs(sxb - sxa) + 3, std::abs(syb - sya) + 3},
+                                      src.cols, src.rows),
+                        src.cols, src.rows);
+        const bool sourceFirst =
+            !needed.isEmpty() && needed.width % 2 == 0 && needed.height % 2 == 0 &&
+            double(needed.width) * needed.height <= 2.0 * double(area.width) * area.height;
+        if (sourceFirst) {
+            scratchI420.create(needed.height * 3 / 2, needed.width, CV_8UC1);
+            cv::cvtColor(src(cvRect(needed)), scratchI420, cv::COLOR_BGRA2YUV_I420);
+            YuvPlanes in = planesOfI420(scratchI420, needed.width, needed.height);
+            drawLayer(in.y, out.y,
+                      shifted(AxisTransform{t.sx, t.sy, 0, 0}, t.sx * needed.x + t.tx,
+                              t.sy * needed.y + t.ty),
+                      area, resampler);
+            const AxisTransform half{t.sx, t.sy, (t.sx * needed.x + t.tx) / 2,
+                                     (t.sy * needed.y + t.ty) / 2};
+            const PixelRect chroma{area.x / 2, area.y / 2, area.width / 2, area.height / 2};
+            drawLayer(in.u, out.u, half, chroma, resampler);
+            drawLayer(in.v, out.v, half, chroma, resampler);
+        } else {
+            cv::Mat& part = bgra(area.width, area.height);
+            drawLayer(src, part, shifted(t, -area.x, -area.y), {0, 0, area.width, area.height},
+                      resampler);
+            scratchI420Part.create(area.height * 3 / 2, area.width, CV_8UC1);
+            cv::cvtColor(part, scratchI420Part, cv::COLOR_BGRA2YUV_I420);
+            YuvPlanes in = planesOfI420(scratchI420Part, area.width, area.height);
+            in.y.copyTo(out.y(cvRect(area)));
+            const cv::Rect chroma(area.x / 2, area.y / 2, area.width / 2, area.height / 2);
+            in.u.copyTo(out.u(chroma));
+            in.v.copyTo(out.v(chroma));
+        }
     }
 };
 
@@ -374,18 +585,20 @@ bool CompositeRenderer::render(const CompositePlan& plan, const CompositeSources
             .setTo(black);
     }
 
-    for (const ImageLayer& layer : plan.layers) {
+    for (std::size_t index = 0; index < plan.layers.size(); ++index) {
+        const ImageLayer& layer = plan.layers[index];
         const PixelBuffer* buffer = layerBuffer(layer, sources);
         if (!buffer)
             continue;
+        const cv::Mat src = matOf(*buffer);
+        if (isOpaque(layer)) {
+            for (const PixelRect& piece : visiblePieces(plan, index, sources, W, H, false))
+                drawLayer(src, out, layer.transform, piece, m_caches->resampler);
+            continue;
+        }
         const PixelRect rect = coveredPixels(layer.extent(), W, H);
         if (rect.isEmpty())
             continue;
-        const cv::Mat src = matOf(*buffer);
-        if (layer.source != LayerSource::overlay) {
-            drawLayer(src, out, layer.transform, rect);
-            continue;
-        }
         cv::Mat target = out(cvRect(rect));
         long dx = 0, dy = 0;
         if (isIntegerShift(layer.transform, dx, dy)) {
@@ -403,7 +616,7 @@ bool CompositeRenderer::render(const CompositePlan& plan, const CompositeSources
         } else {
             cv::Mat& scaled = m_caches->bgra(rect.width, rect.height);
             drawLayer(src, scaled, shifted(layer.transform, -rect.x, -rect.y),
-                      {0, 0, rect.width, rect.height});
+                      {0, 0, rect.width, rect.height}, m_caches->resampler);
             blendBgra(scaled, opaqueSpans(scaled), target);
         }
     }
@@ -428,76 +641,44 @@ bool CompositeRenderer::renderYuv420(const CompositePlan& plan, const CompositeS
         out.v.setTo(128);
     }
 
-    for (const ImageLayer& layer : plan.layers) {
+    for (std::size_t index = 0; index < plan.layers.size(); ++index) {
+        const ImageLayer& layer = plan.layers[index];
         const PixelBuffer* buffer = layerBuffer(layer, sources);
         if (!buffer)
             continue;
+        const cv::Mat src = matOf(*buffer);
+        if (isOpaque(layer)) {
+            // Camera pictures cover whole 2×2 chroma blocks (an odd edge grows by one pixel).
+            for (const PixelRect& area : visiblePieces(plan, index, sources, W, H, true))
+                m_caches->drawCameraYuv(src, layer.transform, area, out);
+            continue;
+        }
         const PixelRect rect = coveredPixels(layer.extent(), W, H);
         if (rect.isEmpty())
             continue;
-        const cv::Mat src = matOf(*buffer);
-
-        if (layer.source == LayerSource::overlay) {
-            long dx = 0, dy = 0;
-            if (isIntegerShift(layer.transform, dx, dy)) {
-                const cv::Mat part =
-                    src(cv::Rect(int(rect.x - dx), int(rect.y - dy), rect.width, rect.height));
-                const std::vector<RowSpan>& all = m_caches->spansFor(*buffer);
-                std::vector<RowSpan> spans(std::size_t(rect.height));
-                const int offset = int(rect.x - dx);
-                for (int y = 0; y < rect.height; ++y) {
-                    const RowSpan s = all[std::size_t(y + rect.y - dy)];
-                    spans[std::size_t(y)] = {std::max(s.begin - offset, 0),
-                                             std::min(s.end - offset, rect.width)};
-                }
-                blendYuv(part, spans, rect, out);
-            } else {
-                cv::Mat& scaled = m_caches->bgra(rect.width, rect.height);
-                drawLayer(src, scaled, shifted(layer.transform, -rect.x, -rect.y),
-                          {0, 0, rect.width, rect.height});
-                blendYuv(scaled, opaqueSpans(scaled), rect, out);
+        long dx = 0, dy = 0;
+        const bool shift = isIntegerShift(layer.transform, dx, dy);
+        const bool whole = rect.x == 0 && rect.y == 0 && rect.width == W && rect.height == H;
+        if (shift && dx == 0 && dy == 0 && whole && buffer->width() == W && buffer->height() == H) {
+            // The recording's case: the watermark made at canvas size, prepared once.
+            m_caches->yuvOverlayFor(*buffer).blend(out);
+        } else if (shift) {
+            const cv::Mat part =
+                src(cv::Rect(int(rect.x - dx), int(rect.y - dy), rect.width, rect.height));
+            const std::vector<RowSpan>& all = m_caches->spansFor(*buffer);
+            std::vector<RowSpan> spans(std::size_t(rect.height));
+            const int offset = int(rect.x - dx);
+            for (int y = 0; y < rect.height; ++y) {
+                const RowSpan s = all[std::size_t(y + rect.y - dy)];
+                spans[std::size_t(y)] = {std::max(s.begin - offset, 0),
+                                         std::min(s.end - offset, rect.width)};
             }
-            continue;
-        }
-
-        // Camera pictures are opaque and cover whole 2×2 chroma blocks (an odd edge grows by
-        // one pixel). Convert at whichever resolution is smaller: the source part the layer
-        // samples, or the layer's area on the canvas.
-        const PixelRect area = evenAligned(rect, W, H);
-        const AxisTransform& t = layer.transform;
-        const double sxa = (area.x - t.tx) / t.sx, sxb = (area.x + area.width - t.tx) / t.sx;
-        const double sya = (area.y - t.ty) / t.sy, syb = (area.y + area.height - t.ty) / t.sy;
-        const PixelRect needed =
-            evenAligned(coveredPixels(RectD{std::min(sxa, sxb) - 1.5, std::min(sya, syb) - 1.5,
-                                            std::abs(sxb - sxa) + 3, std::abs(syb - sya) + 3},
-                                      src.cols, src.rows),
-                        src.cols, src.rows);
-        const bool sourceFirst =
-            !needed.isEmpty() && needed.width % 2 == 0 && needed.height % 2 == 0 &&
-            double(needed.width) * needed.height <= 2.0 * double(area.width) * area.height;
-        if (sourceFirst) {
-            m_caches->scratchI420.create(needed.height * 3 / 2, needed.width, CV_8UC1);
-            cv::cvtColor(src(cvRect(needed)), m_caches->scratchI420, cv::COLOR_BGRA2YUV_I420);
-            YuvPlanes in = planesOfI420(m_caches->scratchI420, needed.width, needed.height);
-            drawLayer(in.y, out.y,
-                      shifted(AxisTransform{t.sx, t.sy, 0, 0}, t.sx * needed.x + t.tx,
-                              t.sy * needed.y + t.ty),
-                      area);
-            const AxisTransform half{t.sx, t.sy, (t.sx * needed.x + t.tx) / 2,
-                                     (t.sy * needed.y + t.ty) / 2};
-            const PixelRect chroma{area.x / 2, area.y / 2, area.width / 2, area.height / 2};
-            drawLayer(in.u, out.u, half, chroma);
-            drawLayer(in.v, out.v, half, chroma);
+            blendYuv(part, spans, rect, out);
         } else {
-            cv::Mat& part = m_caches->bgra(area.width, area.height);
-            drawLayer(src, part, shifted(t, -area.x, -area.y), {0, 0, area.width, area.height});
-            m_caches->scratchI420Part.create(area.height * 3 / 2, area.width, CV_8UC1);
-            cv::cvtColor(part, m_caches->scratchI420Part, cv::COLOR_BGRA2YUV_I420);
-            YuvPlanes in = planesOfI420(m_caches->scratchI420Part, area.width, area.height);
-            in.y.copyTo(out.y(cvRect(area)));
-            const cv::Rect chroma(area.x / 2, area.y / 2, area.width / 2, area.height / 2);
-            in.u.copyTo(out.u(chroma));
-            in.v.copyTo(out.v(chroma));
+            cv::Mat& scaled = m_caches->bgra(rect.width, rect.height);
+            drawLayer(src, scaled, shifted(layer.transform, -rect.x, -rect.y),
+                      {0, 0, rect.width, rect.height}, m_caches->resampler);
+            blendYuv(scaled, opaqueSpans(scaled), rect, out);
         }
     }
     return true;

@@ -1,14 +1,17 @@
 #pragma once
 
-// Executes a CompositePlan on the CPU (OpenCV, bilinear) in one pass into a caller's canvas.
+// Executes a CompositePlan on the CPU in one pass into a caller's canvas: bilinear, exact
+// mirrors and whole-pixel shifts copied, exact scales by cv::resize, fractional crops (the
+// Macro inset) by a separable fixed-point resampler. A camera layer draws only the pixels no
+// camera layer above it hides, so the Wide picture under the inset costs nothing.
 //
 // How to call it (one renderer per recording or per photo job; it keeps small caches and is
 // not thread-safe, so use it on one queue):
 //
 //     CompositeRenderer renderer;
-//     const CompositePlan plan = composeFrame(inputs);     // inputs.canvas = 1920×1080 or
-//     2560×1440 const CompositeSources sources{wide, macro, overlay}; // macro and overlay may be
-//     null
+//     // inputs.canvas = 1920×1080 or 2560×1440
+//     const CompositePlan plan = composeFrame(inputs);
+//     const CompositeSources sources{wide, macro, overlay}; // macro and overlay may be null
 //
 //   BGRA (photos, screenshots): a PixelBuffer of the canvas size, e.g. from
 //   PixelBufferPool(1920, 1080). Every pixel is written, alpha 255.
@@ -19,8 +22,11 @@
 //   AVCOL_SPC_SMPTE170M / AVCOL_PRI_SMPTE170M / AVCOL_TRC_SMPTE170M / AVCOL_RANGE_MPEG.
 //     Yuv420Buffer yuv = Yuv420Buffer::allocate(1920, 1080); // or from a Yuv420Pool
 //     renderer.renderYuv420(plan, sources, yuv);
-//   Writing YUV directly costs less than BGRA plus a conversion, most at 2560 × 1440, where
-//   the Wide picture is scaled as planes (bench/composite_bench prints both).
+//   Use this for recording: writing YUV directly costs less than BGRA plus a conversion
+//   (camera pictures are converted at the smaller of source and canvas resolution and scaled
+//   as planes), and the watermark is prepared for YUV once, as long as the same overlay
+//   buffer is passed frame after frame (a changed watermark comes as a new buffer).
+//   bench/composite_bench prints all three.
 //
 // The sources' sizes must match the sizes the plan was made with; a layer whose source is
 // missing or of another size is left out. Pixels of the canvas outside the plan are black.

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 
 namespace {
@@ -266,4 +267,48 @@ TEST(CompositeRenderer, BadInputStillGivesADefinedPicture) {
     }
     in.canvas = {nan, 1080};
     EXPECT_TRUE(renderer.renderImage(composeFrame(in), {}).isNull());
+}
+
+TEST(CompositeRenderer, WatermarkOverYuvIsTheSameWhereverItComesFrom) {
+    // A canvas-sized watermark is prepared once and reused; it must give exactly the planes the
+    // general blend gives for the same pixels taken from a larger picture. Clear pixels with
+    // stray colour bytes and half-covered chroma blocks included.
+    const int W = 640, H = 360;
+    PixelBuffer wide = PixelBuffer::allocate(W, H);
+    PixelBuffer big = solid(W, H + 2, Bgra{0, 0, 0, 0});
+    PixelBuffer exact = PixelBuffer::allocate(W, H);
+    unsigned seed = 7;
+    auto next = [&] { return (seed = seed * 1103515245u + 12345u) >> 16; };
+    for (int y = 0; y < H; ++y)
+        for (int x = 0; x < W; ++x) {
+            fillRect(wide, x, y, x + 1, y + 1,
+                     Bgra{std::uint8_t(next()), std::uint8_t(next()), std::uint8_t(next()), 255});
+            if (y < 200 || next() % 3 == 0)
+                continue;
+            const std::uint8_t a = std::uint8_t(next() % 256);
+            Bgra p{std::uint8_t(next() % (a + 1)), std::uint8_t(next() % (a + 1)),
+                   std::uint8_t(next() % (a + 1)), a};
+            if (a == 0)
+                p.r = 200;
+            fillRect(big, x, y, x + 1, y + 1, p);
+        }
+    for (int y = 0; y < H; ++y)
+        std::copy(big.row(y), big.row(y) + 4 * W, exact.row(y));
+    const RectD all{0, 0, double(W), double(H)};
+    CompositePlan plan;
+    plan.size = {double(W), double(H)};
+    plan.layers.push_back(sourceLayer(LayerSource::wide, {double(W), double(H)}));
+    CompositePlan fromBig = plan;
+    fromBig.layers.push_back(
+        cropped(sourceLayer(LayerSource::overlay, {double(W), double(H + 2)}), all));
+    plan.layers.push_back(cropped(sourceLayer(LayerSource::overlay, {double(W), double(H)}), all));
+
+    CompositeRenderer renderer;
+    Yuv420Buffer a = Yuv420Buffer::allocate(W, H);
+    Yuv420Buffer b = Yuv420Buffer::allocate(W, H);
+    for (int round = 0; round < 2; ++round) { // the second time from the prepared watermark
+        ASSERT_TRUE(renderer.renderYuv420(plan, {wide, {}, exact}, a));
+        ASSERT_TRUE(renderer.renderYuv420(fromBig, {wide, {}, big}, b));
+        ASSERT_EQ(std::memcmp(a.plane(0), b.plane(0), std::size_t(W * H * 3 / 2)), 0);
+    }
 }
