@@ -101,7 +101,7 @@ struct PhaseCorrelator::Impl {
             float* out = grey + std::size_t(y) * rowFloats();
             const float wy = windowY[std::size_t(y)];
             const std::uint8_t* p = picture.row(y);
-            // 32 bits hold a row: 960 · 1020² < 2³¹.
+            // 32 bits hold a row of up to 2048 pixels: 2048 · 1020² < 2³¹.
             std::int32_t rowSum = 0;
             std::int32_t rowSquares = 0;
 #pragma omp simd reduction(+ : rowSum, rowSquares)
