@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QPointF>
+
+// What the stabiliser hands out for one Macro frame: the crop offset as fractions of the
+// frame's width (x) and height (y), applied to the half-turned picture in its own pixel axes,
+// and the crop zoom (1.0 = no crop).
+struct StabilizationResult {
+    QPointF offset;
+    double zoom = 1.0;
+};

@@ -1,0 +1,371 @@
+#include "imaging/Stabilizer.h"
+#include "diagnostics/OstrelLog.h"
+#include "settings/SettingsStore.h"
+#include "support/EventLoop.h"
+#include "support/SyntheticScene.h"
+
+#include <QRegularExpression>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <thread>
+
+namespace {
+
+constexpr int FW = 1280; // frame size of the tests' Macro camera
+constexpr int FH = 720;
+constexpr double defaultMargin = 0.15 / 2.3; // zoom 1.15
+constexpr double defaultMaxStep = defaultMargin * 0.12;
+
+const cv::Mat& scene() {
+    static const cv::Mat s = synthetic::makeScene(1800, 1000, 5);
+    return s;
+}
+
+double margin(double zoom) {
+    return (zoom - 1.0) / (2.0 * zoom);
+}
+
+struct Entry {
+    LogLevel level;
+    QString message;
+};
+
+class StabilizerTest : public ::testing::Test {
+protected:
+    QTemporaryDir dir;
+    SettingsStore settings{dir.filePath(QStringLiteral("settings.ini"))};
+    double now = 1000.0; // seconds; only the test moves it
+    Stabilizer stabilizer{settings, [this] { return now; }};
+    double cameraX = 0;
+    double cameraY = 0;
+
+    void SetUp() override {
+        pumpPosted();
+        OstrelLog::shared().clear();
+    }
+
+    // The next frame after the camera moved by (dx, dy) pixels.
+    StabilizationResult move(double dx, double dy, int source = 1) {
+        cameraX += dx;
+        cameraY += dy;
+        return stabilizer.stabilize(synthetic::renderFrame(scene(), FW, FH, cameraX, cameraY),
+                                    source);
+    }
+
+    // A steady pan of 8 px per frame (gate open) builds up a clear positive x correction.
+    StabilizationResult buildCorrection() {
+        stabilizer.setEnabled(true);
+        move(0, 0);
+        StabilizationResult r;
+        for (int i = 0; i < 12; ++i)
+            r = move(8, 0);
+        return r;
+    }
+
+    // Log entries of the stabiliser that have reached the main thread.
+    static std::vector<Entry> stabEntries() {
+        pumpPosted();
+        std::vector<Entry> found;
+        for (const LogEntry& e : OstrelLog::shared().entries())
+            if (e.message.startsWith(QStringLiteral("Stab")))
+                found.push_back({e.level, e.message});
+        return found;
+    }
+};
+
+} // namespace
+
+TEST_F(StabilizerTest, FirstFrameAfterSwitchingOnGivesZeroThenTheFirstCorrection) {
+    StabilizationResult r = move(0, 0);
+    EXPECT_EQ(r.offset, QPointF(0, 0));
+    EXPECT_EQ(r.zoom, 1.0);
+    EXPECT_EQ(stabilizer.currentZoom(), 1.0);
+
+    stabilizer.setEnabled(true);
+    EXPECT_TRUE(stabilizer.needsReset());
+    EXPECT_DOUBLE_EQ(stabilizer.currentZoom(), 1.15);
+    r = move(5, 5);
+    EXPECT_FALSE(stabilizer.needsReset());
+    EXPECT_EQ(r.offset, QPointF(0, 0));
+    EXPECT_DOUBLE_EQ(r.zoom, 1.15);
+
+    // Camera 4 px right and 2 px up: raw path (4, −2), smoothed 0.15 of it, gate open, gain 0.5.
+    // The crop follows the camera, in fractions of the frame.
+    r = move(4, -2);
+    EXPECT_NEAR(r.offset.x(), 0.5 * 0.85 * 4 / FW, 5e-5);
+    EXPECT_NEAR(r.offset.y(), 0.5 * 0.85 * -2 / FH, 5e-5);
+    EXPECT_DOUBLE_EQ(r.zoom, 1.15);
+}
+
+TEST_F(StabilizerTest, SwitchingOnLogsTheTuningOnceAndAlwaysResets) {
+    stabilizer.setEnabled(true);
+    auto entries = stabEntries();
+    ASSERT_EQ(entries.size(), 1u);
+    EXPECT_EQ(entries[0].level, LogLevel::info);
+    EXPECT_EQ(entries[0].message, QStringLiteral("Stabilisierung an — Stärke 0.5 · Glättung 0.850 "
+                                                 "· Crop 1.15 · Vorhersage 0.00"));
+
+    buildCorrection();
+    stabilizer.setEnabled(true); // already on: no entry, but a clean start
+    EXPECT_EQ(stabEntries().size(), 1u);
+    EXPECT_EQ(move(8, 0).offset, QPointF(0, 0));
+
+    stabilizer.setEnabled(false);
+    EXPECT_EQ(stabEntries().size(), 1u);
+    settings.setStabGain(1.2);
+    settings.setStabSmoothing(0.9);
+    settings.setStabCropZoom(1.2);
+    settings.setStabLead(0.5);
+    stabilizer.setEnabled(true);
+    entries = stabEntries();
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[1].message, QStringLiteral("Stabilisierung an — Stärke 1.2 · Glättung 0.900 "
+                                                 "· Crop 1.20 · Vorhersage 0.50"));
+}
+
+TEST_F(StabilizerTest, ATenPercentJumpClosesTheGateAndTheOffsetReturnsAtMaxStep) {
+    double previous = buildCorrection().offset.x();
+    ASSERT_GT(previous, 1.5 * defaultMaxStep);
+
+    // 10 % of the width in one frame: the envelope is capped at 4.2 %, the gate is shut and the
+    // target is 0, so the offset moves back by exactly maxStep.
+    StabilizationResult r = move(0.10 * FW, 0);
+    EXPECT_NEAR(r.offset.x(), previous - defaultMaxStep, 1e-12);
+    previous = r.offset.x();
+    // Standing still, the envelope decays from 4.2 % by 0.9 per frame: the gate stays shut
+    // (offset exactly 0 once it got there) for six frames and opens a crack at the seventh.
+    r = move(0, 0);
+    EXPECT_NEAR(r.offset.x(), std::max(previous - defaultMaxStep, 0.0), 1e-12);
+    for (int i = 2; i <= 6; ++i) {
+        r = move(0, 0);
+        EXPECT_EQ(r.offset.x(), 0.0) << i;
+    }
+    r = move(0, 0);
+    EXPECT_GT(r.offset.x(), 1e-7);
+    EXPECT_LT(r.offset.x(), 1e-4);
+}
+
+TEST_F(StabilizerTest, GainZeroDecaysTheOffsetToZero) {
+    double previous = buildCorrection().offset.x();
+    ASSERT_GT(previous, 0.0);
+    settings.setStabGain(0.0); // read at the next measurement
+    for (int i = 0; i < 6; ++i) {
+        const StabilizationResult r = move(8, 0);
+        EXPECT_NEAR(r.offset.x(), std::max(previous - defaultMaxStep, 0.0), 1e-12) << i;
+        EXPECT_NEAR(r.offset.y(), 0.0, 1e-12);
+        previous = r.offset.x();
+    }
+    EXPECT_EQ(previous, 0.0);
+}
+
+TEST_F(StabilizerTest, CropZoomOneGivesNoCorrectionAndNoDiagnostics) {
+    settings.setStabCropZoom(1.0);
+    settings.setDevStabDiag(true);
+    stabilizer.setEnabled(true);
+    EXPECT_EQ(stabilizer.currentZoom(), 1.0);
+    for (int i = 0; i < 14; ++i) {
+        now += 1.0;
+        const StabilizationResult r = move(i % 2 ? 6 : -6, 3);
+        EXPECT_EQ(r.offset, QPointF(0, 0));
+        EXPECT_EQ(r.zoom, 1.0);
+    }
+    const auto entries = stabEntries();
+    ASSERT_EQ(entries.size(), 1u);
+    EXPECT_TRUE(entries[0].message.startsWith(QStringLiteral("Stabilisierung an")));
+}
+
+TEST_F(StabilizerTest, DiagnosticSummaryEveryFiveSeconds) {
+    settings.setDevStabDiag(true);
+    stabilizer.setEnabled(true);
+    move(0, 0); // reference only, nothing recorded
+    // Every half second the camera shakes 3 px to one side or the other. The test clock stands
+    // still during a measurement, so registration takes 0.0 ms.
+    auto shake = [&](int k) {
+        now = 1000.0 + 0.5 * k;
+        move(k % 2 ? 3 : -3, 0);
+    };
+    for (int k = 1; k <= 10; ++k)
+        shake(k);
+    EXPECT_EQ(stabEntries().size(), 1u) << "only the switch-on entry before 5 s";
+    shake(11); // 5.0 s after the first measurement: 11 frames
+    auto entries = stabEntries();
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[1].level, LogLevel::info);
+    const QRegularExpression format(
+        QStringLiteral("^Stab-Diagnose: 2/s · Vision 0\\.0 ms \\(max 0\\.0\\) · Bewegung 3\\.0 px "
+                       "\\(max 3\\.[01]\\)"
+                       " · Korrektur \\d+\\.\\d px \\(max \\d+\\.\\d\\) · Gate 100% · Fehler 0$"));
+    EXPECT_TRUE(format.match(entries[1].message).hasMatch()) << entries[1].message.toStdString();
+
+    for (int k = 12; k <= 20; ++k)
+        shake(k);
+    EXPECT_EQ(stabEntries().size(), 2u);
+    shake(21);
+    entries = stabEntries();
+    ASSERT_EQ(entries.size(), 3u);
+    EXPECT_TRUE(format.match(entries[2].message).hasMatch()) << entries[2].message.toStdString();
+
+    // Switched off in the settings: nothing more.
+    settings.setDevStabDiag(false);
+    for (int k = 22; k <= 40; ++k)
+        shake(k);
+    EXPECT_EQ(stabEntries().size(), 3u);
+}
+
+TEST_F(StabilizerTest, OnlyFailedMeasurementsGiveOneWarningPerPeriod) {
+    settings.setDevStabDiag(true);
+    stabilizer.setEnabled(true);
+    const PixelBuffer flat = synthetic::flatFrame(FW, FH, 90);
+    stabilizer.stabilize(flat, 1); // reference
+    // A flat picture cannot be registered: each frame is an error. Frames come every 0.7 s, so
+    // the period ends 5.6 s after the first error, written as a truncated "5 s".
+    int k = 1;
+    for (; k <= 8; ++k) {
+        now = 1000.0 + 0.7 * k;
+        EXPECT_EQ(stabilizer.stabilize(flat, 1).offset, QPointF(0, 0));
+    }
+    EXPECT_EQ(stabEntries().size(), 1u);
+    now = 1000.0 + 0.7 * k++;
+    stabilizer.stabilize(flat, 1);
+    auto entries = stabEntries();
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[1].level, LogLevel::warn);
+    EXPECT_EQ(entries[1].message, QStringLiteral("Stab-Diagnose: keine Messung in 5 s · Fehler 9"));
+
+    for (; k <= 17; ++k) {
+        now = 1000.0 + 0.7 * k;
+        stabilizer.stabilize(flat, 1);
+    }
+    entries = stabEntries();
+    ASSERT_EQ(entries.size(), 3u);
+    EXPECT_EQ(entries[2].message, QStringLiteral("Stab-Diagnose: keine Messung in 5 s · Fehler 8"));
+
+    settings.setDevStabDiag(false);
+    for (; k <= 40; ++k) {
+        now = 1000.0 + 0.7 * k;
+        stabilizer.stabilize(flat, 1);
+    }
+    EXPECT_EQ(stabEntries().size(), 3u);
+}
+
+TEST_F(StabilizerTest, SourceChangeResetRequestAndSwitchingOffStartAfresh) {
+    ASSERT_GT(buildCorrection().offset.x(), 0.0);
+    // The Macro camera index changes: paths and reference are dropped before this frame.
+    StabilizationResult r = move(8, 0, 0);
+    EXPECT_EQ(r.offset, QPointF(0, 0));
+    EXPECT_DOUBLE_EQ(r.zoom, 1.15);
+    r = move(4, 0, 0);
+    EXPECT_NEAR(r.offset.x(), 0.5 * 0.85 * 4 / FW, 5e-5) << "a fresh path, not the old one";
+
+    buildCorrection();
+    stabilizer.requestReset();
+    EXPECT_EQ(move(8, 0).offset, QPointF(0, 0));
+
+    buildCorrection();
+    stabilizer.setEnabled(false);
+    r = move(8, 0);
+    EXPECT_EQ(r.offset, QPointF(0, 0));
+    EXPECT_EQ(r.zoom, 1.0);
+    stabilizer.setEnabled(true);
+    EXPECT_EQ(move(8, 0).offset, QPointF(0, 0));
+}
+
+TEST_F(StabilizerTest, BadFramesKeepTheLastOffset) {
+    const QPointF built = buildCorrection().offset;
+    ASSERT_GT(built.x(), 0.0);
+    // Too small in either dimension, or no picture at all: not measured, offset unchanged.
+    for (const PixelBuffer& bad :
+         {synthetic::flatFrame(959, 720, 50), synthetic::flatFrame(1280, 539, 50), PixelBuffer()}) {
+        const StabilizationResult r = stabilizer.stabilize(bad, 1);
+        EXPECT_EQ(r.offset, built);
+        EXPECT_DOUBLE_EQ(r.zoom, 1.15);
+    }
+    // A failed registration (flat picture) keeps the offset too.
+    EXPECT_EQ(stabilizer.stabilize(synthetic::flatFrame(FW, FH, 50), 1).offset, built);
+
+    cv::RNG rng(4);
+    auto check = [](const StabilizationResult& r, double zoom) {
+        ASSERT_TRUE(std::isfinite(r.offset.x()) && std::isfinite(r.offset.y()));
+        EXPECT_LE(std::abs(r.offset.x()), margin(zoom) + 1e-12);
+        EXPECT_LE(std::abs(r.offset.y()), margin(zoom) + 1e-12);
+        EXPECT_DOUBLE_EQ(r.zoom, zoom);
+    };
+    for (int i = 0; i < 30; ++i) {
+        switch (i % 5) {
+        case 0:
+            check(stabilizer.stabilize(synthetic::noiseFrame(FW, FH, rng), 1), 1.15);
+            break;
+        case 1: {
+            PixelBuffer dim = synthetic::renderFrame(scene(), FW, FH, cameraX, cameraY);
+            synthetic::scaleBrightness(dim, i % 2 ? 0.3 : 1.6);
+            check(stabilizer.stabilize(dim, 1), 1.15);
+            break;
+        }
+        default:
+            check(move(rng.uniform(-20.0, 20.0), rng.uniform(-20.0, 20.0)), 1.15);
+        }
+    }
+}
+
+TEST_F(StabilizerTest, AbsurdSettingsStayInsideTheFrame) {
+    stabilizer.setEnabled(true);
+    cv::RNG rng(8);
+    // Absurd values are limited to what the sliders offer: gain 8, smoothing 0.985, zoom 1.0.
+    settings.setStabGain(1e9);
+    settings.setStabSmoothing(2.0);
+    settings.setStabCropZoom(0.5);
+    settings.setStabLead(-40.0);
+    EXPECT_EQ(stabilizer.currentZoom(), 1.0);
+    for (int i = 0; i < 8; ++i) {
+        const StabilizationResult r = move(rng.uniform(-12.0, 12.0), rng.uniform(-12.0, 12.0));
+        EXPECT_EQ(r.offset, QPointF(0, 0));
+        EXPECT_EQ(r.zoom, 1.0);
+    }
+    settings.setStabCropZoom(1e6);
+    settings.setStabLead(1e9);
+    double largest = 0;
+    for (int i = 0; i < 40; ++i) {
+        const double step = i % 10 == 9 ? 90.0 : rng.uniform(-15.0, 15.0);
+        const StabilizationResult r = move(step, rng.uniform(-15.0, 15.0));
+        ASSERT_TRUE(std::isfinite(r.offset.x()) && std::isfinite(r.offset.y()));
+        EXPECT_DOUBLE_EQ(r.zoom, 1.35);
+        EXPECT_LT(std::abs(r.offset.x()), margin(1.35));
+        EXPECT_LT(std::abs(r.offset.y()), margin(1.35));
+        largest = std::max(largest, std::abs(r.offset.x()));
+    }
+    EXPECT_GT(largest, 0.5 * margin(1.35)) << "the strong gain did correct";
+
+    // Lowering the zoom pulls a large offset inside the new, smaller margin at once.
+    settings.setStabCropZoom(1.02);
+    const StabilizationResult r = stabilizer.stabilize(synthetic::flatFrame(FW, 100, 0), 1);
+    EXPECT_LE(std::abs(r.offset.x()), margin(1.02));
+    EXPECT_LE(std::abs(r.offset.y()), margin(1.02));
+}
+
+TEST_F(StabilizerTest, SwitchingFromAnotherThreadWhileMeasuring) {
+    std::atomic<bool> done = false;
+    std::thread ui([&] {
+        int i = 0;
+        while (!done) {
+            stabilizer.setEnabled(i % 3 != 0);
+            if (i % 5 == 0)
+                stabilizer.requestReset();
+            const double zoom = stabilizer.currentZoom();
+            EXPECT_TRUE(zoom == 1.0 || zoom == 1.15);
+            ++i;
+            std::this_thread::yield();
+        }
+    });
+    cv::RNG rng(2);
+    for (int i = 0; i < 25; ++i) {
+        const StabilizationResult r = move(rng.uniform(-10.0, 10.0), rng.uniform(-10.0, 10.0));
+        EXPECT_LE(std::abs(r.offset.x()), defaultMargin);
+        EXPECT_TRUE(r.zoom == 1.0 || r.zoom == 1.15);
+    }
+    done = true;
+    ui.join();
+}
