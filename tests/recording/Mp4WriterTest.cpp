@@ -122,8 +122,9 @@ TEST_F(Mp4WriterTest, WritesFragmentedHevcWithAacThatPlaysToItsFullDuration) {
     EXPECT_TRUE(packets.front().key);
     for (std::size_t i = 0; i < packets.size(); ++i) {
         pts.push_back(packets[i].pts);
-        if (i > 0)
+        if (i > 0) {
             EXPECT_GT(packets[i].dts, packets[i - 1].dts);
+        }
         sinceKey = packets[i].key ? 0 : sinceKey + 1;
         EXPECT_LT(sinceKey, 60);
     }
