@@ -1,0 +1,470 @@
+#include "recording/CompositeRenderer.h"
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace {
+
+constexpr double tolerance = 1e-6;
+
+bool nearInteger(double v, long& out) {
+    if (!std::isfinite(v) || std::abs(v) > 1e9)
+        return false;
+    const double r = std::round(v);
+    if (std::abs(v - r) > tolerance)
+        return false;
+    out = long(r);
+    return true;
+}
+
+cv::Mat matOf(const PixelBuffer& b) {
+    return cv::Mat(b.height(), b.width(), CV_8UC4, b.data(), std::size_t(b.stride()));
+}
+
+cv::Rect cvRect(const PixelRect& r) {
+    return {r.x, r.y, r.width, r.height};
+}
+
+// One axis of the sampling map: source index = a · destination index + b (pixel centres).
+// If cv::resize of a whole source range reproduces it exactly, gives that range.
+bool resizeRange(double a, double b, int n, int sourceLength, int& start, int& length,
+                 bool& mirrored) {
+    mirrored = a < 0;
+    if (mirrored) {
+        b = a * (n - 1) + b;
+        a = -a;
+    }
+    // cv::resize samples at (u + 0.5) · length / n − 0.5 relative to the range's start.
+    long len = 0;
+    long first = 0;
+    if (!nearInteger(a * n, len) || !nearInteger(b - 0.5 * a + 0.5, first))
+        return false;
+    if (len < 1 || first < 0 || first + len > sourceLength)
+        return false;
+    start = int(first);
+    length = int(len);
+    return true;
+}
+
+// Fills `rect` of `dst` from `src` placed by `t` (source pixel coordinates → destination
+// coordinates), bilinear. Mirrors and exact scales use flip/resize; anything else warpAffine.
+void drawLayer(const cv::Mat& src, cv::Mat& dst, const AxisTransform& t, const PixelRect& rect) {
+    if (rect.isEmpty() || src.empty())
+        return;
+    cv::Mat roi = dst(cvRect(rect));
+    const double ax = 1.0 / t.sx;
+    const double bx = (rect.x + 0.5 - t.tx) / t.sx - 0.5;
+    const double ay = 1.0 / t.sy;
+    const double by = (rect.y + 0.5 - t.ty) / t.sy - 0.5;
+    if (!std::isfinite(ax) || !std::isfinite(bx) || !std::isfinite(ay) || !std::isfinite(by))
+        return;
+
+    int x0, w, y0, h;
+    bool mx, my;
+    if (resizeRange(ax, bx, rect.width, src.cols, x0, w, mx) &&
+        resizeRange(ay, by, rect.height, src.rows, y0, h, my)) {
+        const cv::Mat part = src(cv::Rect(x0, y0, w, h));
+        const int flipCode = mx && my ? -1 : (mx ? 1 : 0);
+        if (w == rect.width && h == rect.height) {
+            if (mx || my)
+                cv::flip(part, roi, flipCode);
+            else
+                part.copyTo(roi);
+        } else {
+            cv::resize(part, roi, roi.size(), 0, 0, cv::INTER_LINEAR);
+            if (mx || my)
+                cv::flip(roi, roi, flipCode);
+        }
+        return;
+    }
+    const cv::Matx23d map(ax, 0, bx, 0, ay, by);
+    cv::warpAffine(src, roi, map, roi.size(), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP,
+                   cv::BORDER_REPLICATE);
+}
+
+inline int div255(int x) {
+    x += 128;
+    return (x + (x >> 8)) >> 8;
+}
+
+// Columns [begin, end) of each row that hold any non-transparent pixel.
+struct RowSpan {
+    int begin = 0;
+    int end = 0;
+};
+
+std::vector<RowSpan> opaqueSpans(const cv::Mat& bgra) {
+    std::vector<RowSpan> spans(std::size_t(bgra.rows));
+    for (int y = 0; y < bgra.rows; ++y) {
+        const std::uint8_t* p = bgra.ptr<std::uint8_t>(y);
+        int first = -1;
+        int last = -1;
+        for (int x = 0; x < bgra.cols; ++x) {
+            if (p[4 * x + 3]) {
+                if (first < 0)
+                    first = x;
+                last = x;
+            }
+        }
+        if (first >= 0)
+            spans[std::size_t(y)] = {first, last + 1};
+    }
+    return spans;
+}
+
+// Premultiplied `over` (same size as `dst`) laid over `dst`, both BGRA.
+void blendBgra(const cv::Mat& over, const std::vector<RowSpan>& spans, cv::Mat& dst) {
+    for (int y = 0; y < over.rows; ++y) {
+        const RowSpan span = spans[std::size_t(y)];
+        const std::uint8_t* s = over.ptr<std::uint8_t>(y);
+        std::uint8_t* d = dst.ptr<std::uint8_t>(y);
+        for (int x = span.begin; x < span.end; ++x) {
+            const int a = s[4 * x + 3];
+            if (a == 0)
+                continue;
+            const int keep = 255 - a;
+            for (int c = 0; c < 4; ++c)
+                d[4 * x + c] = std::uint8_t(s[4 * x + c] + div255(d[4 * x + c] * keep));
+        }
+    }
+}
+
+// BT.601 limited range, the coefficients cv::cvtColor uses, applied to premultiplied colour:
+// the result is what the overlay adds, the background keeps (255 − a) / 255 of itself.
+inline int lumaOf(int b, int g, int r, int a) {
+    return ((66 * r + 129 * g + 25 * b + 128) >> 8) + div255(16 * a);
+}
+inline int blueDiffOf(int b, int g, int r, int a) {
+    return ((-38 * r - 74 * g + 112 * b + 128) >> 8) + div255(128 * a);
+}
+inline int redDiffOf(int b, int g, int r, int a) {
+    return ((112 * r - 94 * g - 18 * b + 128) >> 8) + div255(128 * a);
+}
+
+inline std::uint8_t clampByte(int v) {
+    return std::uint8_t(std::clamp(v, 0, 255));
+}
+
+struct YuvPlanes {
+    cv::Mat y, u, v;
+};
+
+YuvPlanes matsOf(const Yuv420Buffer& b) {
+    return {cv::Mat(b.height(), b.width(), CV_8UC1, b.plane(0), std::size_t(b.stride(0))),
+            cv::Mat(b.height() / 2, b.width() / 2, CV_8UC1, b.plane(1), std::size_t(b.stride(1))),
+            cv::Mat(b.height() / 2, b.width() / 2, CV_8UC1, b.plane(2), std::size_t(b.stride(2)))};
+}
+
+// The I420 block cv::cvtColor writes, seen as three planes.
+YuvPlanes planesOfI420(cv::Mat& block, int width, int height) {
+    std::uint8_t* base = block.ptr<std::uint8_t>(0);
+    const std::size_t luma = std::size_t(width) * std::size_t(height);
+    return {cv::Mat(height, width, CV_8UC1, base),
+            cv::Mat(height / 2, width / 2, CV_8UC1, base + luma),
+            cv::Mat(height / 2, width / 2, CV_8UC1, base + luma + luma / 4)};
+}
+
+// Premultiplied BGRA `over` laid over the pixels `rect` of the YUV planes (over has rect's
+// size). Chroma takes the average of each 2×2 block, pixels outside `rect` counting as clear.
+void blendYuv(const cv::Mat& over, const std::vector<RowSpan>& spans, const PixelRect& rect,
+              YuvPlanes& dst) {
+    const int y0 = rect.y & ~1;
+    const int y1 = rect.y + rect.height;
+    for (int by = y0; by < y1; by += 2) {
+        int begin = 1 << 30;
+        int end = -1;
+        for (int row = by; row < by + 2; ++row) {
+            if (row < rect.y || row >= y1)
+                continue;
+            const RowSpan s = spans[std::size_t(row - rect.y)];
+            if (s.end > s.begin) {
+                begin = std::min(begin, s.begin + rect.x);
+                end = std::max(end, s.end + rect.x);
+            }
+        }
+        if (end <= begin)
+            continue;
+        begin &= ~1;
+        for (int bx = begin; bx < end; bx += 2) {
+            int uSum = 0, vSum = 0, aSum = 0;
+            for (int row = by; row < by + 2; ++row) {
+                if (row < rect.y || row >= y1)
+                    continue;
+                const std::uint8_t* s = over.ptr<std::uint8_t>(row - rect.y);
+                std::uint8_t* yRow = dst.y.ptr<std::uint8_t>(row);
+                for (int col = bx; col < bx + 2; ++col) {
+                    if (col < rect.x || col >= rect.x + rect.width)
+                        continue;
+                    const std::uint8_t* p = s + 4 * (col - rect.x);
+                    const int a = p[3];
+                    if (a == 0)
+                        continue;
+                    yRow[col] =
+                        clampByte(lumaOf(p[0], p[1], p[2], a) + div255(yRow[col] * (255 - a)));
+                    uSum += blueDiffOf(p[0], p[1], p[2], a);
+                    vSum += redDiffOf(p[0], p[1], p[2], a);
+                    aSum += a;
+                }
+            }
+            if (aSum == 0)
+                continue;
+            std::uint8_t& u = dst.u.at<std::uint8_t>(by / 2, bx / 2);
+            std::uint8_t& v = dst.v.at<std::uint8_t>(by / 2, bx / 2);
+            const int keep = 1020 - aSum;
+            u = clampByte((uSum + 2) / 4 + (u * keep + 510) / 1020);
+            v = clampByte((vSum + 2) / 4 + (v * keep + 510) / 1020);
+        }
+    }
+}
+
+const PixelBuffer* bufferFor(LayerSource source, const CompositeSources& sources) {
+    switch (source) {
+    case LayerSource::wide:
+        return &sources.wide;
+    case LayerSource::macro:
+        return &sources.macro;
+    case LayerSource::overlay:
+        return &sources.overlay;
+    }
+    return nullptr;
+}
+
+// The layer's picture, if present and of the size the plan expects.
+const PixelBuffer* layerBuffer(const ImageLayer& layer, const CompositeSources& sources) {
+    const PixelBuffer* b = bufferFor(layer.source, sources);
+    if (!b || b->isNull() || double(b->width()) != layer.sourceSize.width ||
+        double(b->height()) != layer.sourceSize.height)
+        return nullptr;
+    return b;
+}
+
+bool isIntegerShift(const AxisTransform& t, long& dx, long& dy) {
+    return std::abs(t.sx - 1) < tolerance && std::abs(t.sy - 1) < tolerance &&
+           nearInteger(t.tx, dx) && nearInteger(t.ty, dy);
+}
+
+AxisTransform shifted(const AxisTransform& t, double dx, double dy) {
+    return t.then(AxisTransform::translation(dx, dy));
+}
+
+PixelRect evenAligned(const PixelRect& r, int width, int height) {
+    const int x0 = r.x & ~1;
+    const int y0 = r.y & ~1;
+    const int x1 = std::min((r.x + r.width + 1) & ~1, width);
+    const int y1 = std::min((r.y + r.height + 1) & ~1, height);
+    return {x0, y0, x1 - x0, y1 - y0};
+}
+
+} // namespace
+
+PixelRect coveredPixels(const RectD& r, int width, int height) {
+    if (r.isEmpty() || width <= 0 || height <= 0)
+        return {};
+    auto edge = [](double v, int limit) {
+        const double e = std::ceil(v - 0.5);
+        return int(std::clamp(e, 0.0, double(limit)));
+    };
+    const int x0 = edge(r.x, width);
+    const int x1 = edge(r.maxX(), width);
+    const int y0 = edge(r.y, height);
+    const int y1 = edge(r.maxY(), height);
+    if (x1 <= x0 || y1 <= y0)
+        return {};
+    return {x0, y0, x1 - x0, y1 - y0};
+}
+
+struct CompositeRenderer::Caches {
+    // Spans of the last overlay laid over unscaled, which is the same for a whole recording.
+    PixelBuffer spansOf;
+    std::vector<RowSpan> overlaySpans;
+    cv::Mat scratchBgra;
+    cv::Mat scratchI420;
+    cv::Mat scratchI420Part;
+
+    const std::vector<RowSpan>& spansFor(const PixelBuffer& overlay) {
+        if (!overlay.sharesPixelsWith(spansOf) || overlay.width() != spansOf.width() ||
+            overlay.height() != spansOf.height()) {
+            spansOf = overlay;
+            overlaySpans = opaqueSpans(matOf(overlay));
+        }
+        return overlaySpans;
+    }
+
+    cv::Mat& bgra(int width, int height) {
+        scratchBgra.create(height, width, CV_8UC4);
+        return scratchBgra;
+    }
+};
+
+CompositeRenderer::CompositeRenderer() : m_caches(std::make_unique<Caches>()) {
+}
+CompositeRenderer::~CompositeRenderer() = default;
+
+bool CompositeRenderer::render(const CompositePlan& plan, const CompositeSources& sources,
+                               const PixelBuffer& canvas) {
+    if (canvas.isNull())
+        return false;
+    cv::Mat out = matOf(canvas);
+    const int W = canvas.width();
+    const int H = canvas.height();
+
+    // Black wherever the bottom layer does not reach.
+    PixelRect base;
+    if (!plan.layers.empty() && plan.layers.front().source != LayerSource::overlay &&
+        layerBuffer(plan.layers.front(), sources))
+        base = coveredPixels(plan.layers.front().extent(), W, H);
+    const cv::Scalar black(0, 0, 0, 255);
+    if (base.isEmpty()) {
+        out.setTo(black);
+    } else {
+        out(cv::Rect(0, 0, W, base.y)).setTo(black);
+        out(cv::Rect(0, base.y + base.height, W, H - base.y - base.height)).setTo(black);
+        out(cv::Rect(0, base.y, base.x, base.height)).setTo(black);
+        out(cv::Rect(base.x + base.width, base.y, W - base.x - base.width, base.height))
+            .setTo(black);
+    }
+
+    for (const ImageLayer& layer : plan.layers) {
+        const PixelBuffer* buffer = layerBuffer(layer, sources);
+        if (!buffer)
+            continue;
+        const PixelRect rect = coveredPixels(layer.extent(), W, H);
+        if (rect.isEmpty())
+            continue;
+        const cv::Mat src = matOf(*buffer);
+        if (layer.source != LayerSource::overlay) {
+            drawLayer(src, out, layer.transform, rect);
+            continue;
+        }
+        cv::Mat target = out(cvRect(rect));
+        long dx = 0, dy = 0;
+        if (isIntegerShift(layer.transform, dx, dy)) {
+            const cv::Mat part =
+                src(cv::Rect(int(rect.x - dx), int(rect.y - dy), rect.width, rect.height));
+            const std::vector<RowSpan>& all = m_caches->spansFor(*buffer);
+            std::vector<RowSpan> spans(std::size_t(rect.height));
+            for (int y = 0; y < rect.height; ++y) {
+                const RowSpan s = all[std::size_t(y + rect.y - dy)];
+                const int offset = int(rect.x - dx);
+                spans[std::size_t(y)] = {std::max(s.begin - offset, 0),
+                                         std::min(s.end - offset, rect.width)};
+            }
+            blendBgra(part, spans, target);
+        } else {
+            cv::Mat& scaled = m_caches->bgra(rect.width, rect.height);
+            drawLayer(src, scaled, shifted(layer.transform, -rect.x, -rect.y),
+                      {0, 0, rect.width, rect.height});
+            blendBgra(scaled, opaqueSpans(scaled), target);
+        }
+    }
+    return true;
+}
+
+bool CompositeRenderer::renderYuv420(const CompositePlan& plan, const CompositeSources& sources,
+                                     const Yuv420Buffer& canvas) {
+    if (canvas.isNull())
+        return false;
+    YuvPlanes out = matsOf(canvas);
+    const int W = canvas.width();
+    const int H = canvas.height();
+
+    PixelRect base;
+    if (!plan.layers.empty() && plan.layers.front().source != LayerSource::overlay &&
+        layerBuffer(plan.layers.front(), sources))
+        base = coveredPixels(plan.layers.front().extent(), W, H);
+    if (base.x != 0 || base.y != 0 || base.width != W || base.height != H) {
+        out.y.setTo(16);
+        out.u.setTo(128);
+        out.v.setTo(128);
+    }
+
+    for (const ImageLayer& layer : plan.layers) {
+        const PixelBuffer* buffer = layerBuffer(layer, sources);
+        if (!buffer)
+            continue;
+        const PixelRect rect = coveredPixels(layer.extent(), W, H);
+        if (rect.isEmpty())
+            continue;
+        const cv::Mat src = matOf(*buffer);
+
+        if (layer.source == LayerSource::overlay) {
+            long dx = 0, dy = 0;
+            if (isIntegerShift(layer.transform, dx, dy)) {
+                const cv::Mat part =
+                    src(cv::Rect(int(rect.x - dx), int(rect.y - dy), rect.width, rect.height));
+                const std::vector<RowSpan>& all = m_caches->spansFor(*buffer);
+                std::vector<RowSpan> spans(std::size_t(rect.height));
+                const int offset = int(rect.x - dx);
+                for (int y = 0; y < rect.height; ++y) {
+                    const RowSpan s = all[std::size_t(y + rect.y - dy)];
+                    spans[std::size_t(y)] = {std::max(s.begin - offset, 0),
+                                             std::min(s.end - offset, rect.width)};
+                }
+                blendYuv(part, spans, rect, out);
+            } else {
+                cv::Mat& scaled = m_caches->bgra(rect.width, rect.height);
+                drawLayer(src, scaled, shifted(layer.transform, -rect.x, -rect.y),
+                          {0, 0, rect.width, rect.height});
+                blendYuv(scaled, opaqueSpans(scaled), rect, out);
+            }
+            continue;
+        }
+
+        // Camera pictures are opaque and cover whole 2×2 chroma blocks (an odd edge grows by
+        // one pixel). Convert at whichever resolution is smaller: the source part the layer
+        // samples, or the layer's area on the canvas.
+        const PixelRect area = evenAligned(rect, W, H);
+        const AxisTransform& t = layer.transform;
+        const double sxa = (area.x - t.tx) / t.sx, sxb = (area.x + area.width - t.tx) / t.sx;
+        const double sya = (area.y - t.ty) / t.sy, syb = (area.y + area.height - t.ty) / t.sy;
+        const PixelRect needed =
+            evenAligned(coveredPixels(RectD{std::min(sxa, sxb) - 1.5, std::min(sya, syb) - 1.5,
+                                            std::abs(sxb - sxa) + 3, std::abs(syb - sya) + 3},
+                                      src.cols, src.rows),
+                        src.cols, src.rows);
+        const bool sourceFirst =
+            !needed.isEmpty() && needed.width % 2 == 0 && needed.height % 2 == 0 &&
+            double(needed.width) * needed.height <= 2.0 * double(area.width) * area.height;
+        if (sourceFirst) {
+            m_caches->scratchI420.create(needed.height * 3 / 2, needed.width, CV_8UC1);
+            cv::cvtColor(src(cvRect(needed)), m_caches->scratchI420, cv::COLOR_BGRA2YUV_I420);
+            YuvPlanes in = planesOfI420(m_caches->scratchI420, needed.width, needed.height);
+            drawLayer(in.y, out.y,
+                      shifted(AxisTransform{t.sx, t.sy, 0, 0}, t.sx * needed.x + t.tx,
+                              t.sy * needed.y + t.ty),
+                      area);
+            const AxisTransform half{t.sx, t.sy, (t.sx * needed.x + t.tx) / 2,
+                                     (t.sy * needed.y + t.ty) / 2};
+            const PixelRect chroma{area.x / 2, area.y / 2, area.width / 2, area.height / 2};
+            drawLayer(in.u, out.u, half, chroma);
+            drawLayer(in.v, out.v, half, chroma);
+        } else {
+            cv::Mat& part = m_caches->bgra(area.width, area.height);
+            drawLayer(src, part, shifted(t, -area.x, -area.y), {0, 0, area.width, area.height});
+            m_caches->scratchI420Part.create(area.height * 3 / 2, area.width, CV_8UC1);
+            cv::cvtColor(part, m_caches->scratchI420Part, cv::COLOR_BGRA2YUV_I420);
+            YuvPlanes in = planesOfI420(m_caches->scratchI420Part, area.width, area.height);
+            in.y.copyTo(out.y(cvRect(area)));
+            const cv::Rect chroma(area.x / 2, area.y / 2, area.width / 2, area.height / 2);
+            in.u.copyTo(out.u(chroma));
+            in.v.copyTo(out.v(chroma));
+        }
+    }
+    return true;
+}
+
+PixelBuffer CompositeRenderer::renderImage(const CompositePlan& plan,
+                                           const CompositeSources& sources) {
+    const double w = std::round(plan.size.width);
+    const double h = std::round(plan.size.height);
+    if (!(w >= 1 && h >= 1 && w <= 16384 && h <= 16384))
+        return {};
+    PixelBuffer canvas = PixelBuffer::allocate(int(w), int(h));
+    if (!render(plan, sources, canvas))
+        return {};
+    return canvas;
+}

@@ -1,0 +1,269 @@
+#include "recording/CompositeRenderer.h"
+#include "TestImages.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+
+namespace {
+
+// Wide: red, green / blue, white. Macro: cyan, magenta / yellow, grey. After the half turn the
+// top-left of each picture shows its bottom-right colour.
+PixelBuffer wideQuadrants(int w = 1920, int h = 1080) {
+    return quadrants(w, h, {red, green, blue, white});
+}
+PixelBuffer macroQuadrants(int w = 1920, int h = 1080) {
+    return quadrants(w, h, {cyan, magenta, yellow, grey});
+}
+
+CompositeInputs inputsFor(const PixelBuffer& wide, const PixelBuffer& macro, int W, int H,
+                          double fraction) {
+    CompositeInputs in;
+    in.wide = {double(wide.width()), double(wide.height())};
+    if (macro)
+        in.macro = SizeD{double(macro.width()), double(macro.height())};
+    in.canvas = {double(W), double(H)};
+    in.macroFraction = fraction;
+    return in;
+}
+
+PixelBuffer renderComposite(const CompositeInputs& in, const CompositeSources& sources) {
+    CompositeRenderer renderer;
+    PixelBuffer canvas = PixelBuffer::allocate(int(in.canvas.width), int(in.canvas.height));
+    EXPECT_TRUE(renderer.render(composeFrame(in), sources, canvas));
+    return canvas;
+}
+
+bool near(Bgra a, Bgra b, int tolerance = 2) {
+    return std::abs(a.b - b.b) <= tolerance && std::abs(a.g - b.g) <= tolerance &&
+           std::abs(a.r - b.r) <= tolerance && std::abs(a.a - b.a) <= tolerance;
+}
+
+} // namespace
+
+TEST(CompositeRenderer, TurnsTheWidePictureAndPlacesTheInsetExactly) {
+    const PixelBuffer wide = wideQuadrants();
+    const PixelBuffer macro = macroQuadrants();
+    for (auto [W, H] : {std::pair{1920, 1080}, std::pair{2560, 1440}}) {
+        SCOPED_TRACE(W);
+        const CompositeInputs in = inputsFor(wide, macro, W, H, 0.3);
+        const PixelBuffer out = renderComposite(in, {wide, macro, {}});
+        const RectD inset = insetRect(in);
+        const int x0 = int(inset.x), x1 = int(inset.maxX()), y0 = int(inset.y);
+        // Wide turned: bottom-right colour at the top left and so on.
+        EXPECT_EQ(pixelAt(out, 0, 0), white);
+        EXPECT_EQ(pixelAt(out, W - 1, 0), blue);
+        EXPECT_EQ(pixelAt(out, 0, H - 1), green);
+        EXPECT_EQ(pixelAt(out, W - 1, H - 1), red);
+        // Unscaled the Wide boundary is sharp; scaled by 4/3 it blends over one pixel.
+        const int blend = W == 1920 ? 0 : 1;
+        EXPECT_EQ(pixelAt(out, W / 2 - 1 - blend, 0), white);
+        EXPECT_EQ(pixelAt(out, W / 2 + blend, 0), blue);
+        // The inset's edges, to the pixel: Wide just outside, turned Macro just inside.
+        EXPECT_EQ(pixelAt(out, x0 - 1, H - 1), green);
+        EXPECT_EQ(pixelAt(out, x0, H - 1), magenta);
+        EXPECT_EQ(pixelAt(out, x1 - 1, H - 1), cyan);
+        EXPECT_EQ(pixelAt(out, x1, H - 1), red);
+        EXPECT_EQ(pixelAt(out, x0, y0 - 1), green);
+        EXPECT_EQ(pixelAt(out, x0, y0), grey);
+        EXPECT_EQ(pixelAt(out, x1 - 1, y0), yellow);
+        // The Macro quadrant boundary lies on the inset's centre line.
+        const int mid = x0 + int(inset.width) / 2;
+        EXPECT_EQ(pixelAt(out, mid - 1, H - 1), magenta);
+        EXPECT_EQ(pixelAt(out, mid, H - 1), cyan);
+    }
+}
+
+TEST(CompositeRenderer, WithoutMacroTheInsetPlaceShowsWide) {
+    const PixelBuffer wide = wideQuadrants();
+    const CompositeInputs in = inputsFor(wide, {}, 1920, 1080, 0.3);
+    const PixelBuffer out = renderComposite(in, {wide, {}, {}});
+    EXPECT_EQ(pixelAt(out, 672, 1079), green);
+    EXPECT_EQ(pixelAt(out, 1247, 1079), red);
+    EXPECT_EQ(pixelAt(out, 900, 800), green);
+    // A Macro buffer of the wrong size is left out, not read out of bounds.
+    CompositeInputs lying = in;
+    lying.macro = SizeD{3840, 2160};
+    const PixelBuffer small = macroQuadrants(64, 36);
+    const PixelBuffer out2 = renderComposite(lying, {wide, small, {}});
+    EXPECT_EQ(pixelAt(out2, 900, 1000), green);
+}
+
+TEST(CompositeRenderer, ZoomCropsTheMacroAndOffsetsUncoverTheWide) {
+    const PixelBuffer wide = solid(1920, 1080, blue);
+    // Macro: a 100-pixel red frame around green. Zoom 1.15 cuts 125 × 70 pixels from each side.
+    PixelBuffer macro = solid(1920, 1080, red);
+    fillRect(macro, 100, 60, 1820, 1020, green);
+    CompositeInputs in = inputsFor(wide, macro, 1920, 1080, 0.3);
+
+    in.macroZoom = 0.8; // counts as 1: the red frame is visible at the inset edge
+    PixelBuffer out = renderComposite(in, {wide, macro, {}});
+    EXPECT_EQ(pixelAt(out, 672, 756), red);
+    EXPECT_EQ(pixelAt(out, 960, 900), green);
+    in.macroZoom = 1.0;
+    const PixelBuffer same = renderComposite(in, {wide, macro, {}});
+    for (int y = 756; y < 1080; y += 7)
+        for (int x = 672; x < 1248; x += 5)
+            ASSERT_EQ(pixelAt(out, x, y), pixelAt(same, x, y));
+
+    in.macroZoom = 1.15; // the central 1/1.15 only: no red anywhere in the inset
+    out = renderComposite(in, {wide, macro, {}});
+    for (int y = 756; y < 1080; ++y)
+        for (int x = 672; x < 1248; ++x)
+            ASSERT_EQ(pixelAt(out, x, y), green) << x << "," << y;
+
+    // Offset up by 0.1 of the height: the crop leaves the frame's top by 37.6 source rows,
+    // 13 inset rows, where the Wide picture shows through.
+    in.macroOffset = {0, 0.1};
+    out = renderComposite(in, {wide, macro, {}});
+    EXPECT_EQ(pixelAt(out, 960, 756), blue);
+    EXPECT_EQ(pixelAt(out, 960, 766), blue);
+    EXPECT_EQ(pixelAt(out, 960, 770), red); // the frame's turned bottom edge: inset rows 13…33
+    EXPECT_EQ(pixelAt(out, 960, 788), red);
+    EXPECT_EQ(pixelAt(out, 960, 1000), green);
+
+    // Pushed fully outside: the whole inset place shows the Wide picture.
+    in.macroOffset = {3, -3};
+    out = renderComposite(in, {wide, macro, {}});
+    for (int y = 756; y < 1080; y += 3)
+        for (int x = 672; x < 1248; x += 3)
+            ASSERT_EQ(pixelAt(out, x, y), blue);
+}
+
+TEST(CompositeRenderer, ScalesOtherWideSizesToFill) {
+    // 1280 × 720 scaled by 1.5 fills the canvas; the quadrant boundary lands on the middle.
+    const PixelBuffer hd = wideQuadrants(1280, 720);
+    PixelBuffer out = renderComposite(inputsFor(hd, {}, 1920, 1080, 0.3), {hd, {}, {}});
+    EXPECT_EQ(pixelAt(out, 0, 0), white);
+    EXPECT_EQ(pixelAt(out, 1919, 1079), red);
+    EXPECT_EQ(pixelAt(out, 958, 538), white);
+    EXPECT_EQ(pixelAt(out, 961, 538), blue);
+    EXPECT_EQ(pixelAt(out, 958, 541), green);
+
+    // 4:3: scaled to the width, 135 source rows cut at top and bottom.
+    PixelBuffer old = solid(1440, 1080, green);
+    fillRect(old, 0, 0, 1440, 135, red);
+    fillRect(old, 0, 945, 1440, 1080, blue);
+    fillRect(old, 0, 136, 1440, 137, white); // one row just inside the visible part
+    out = renderComposite(inputsFor(old, {}, 1920, 1080, 0.3), {old, {}, {}});
+    for (int x = 0; x < 1920; x += 97) {
+        ASSERT_TRUE(near(pixelAt(out, x, 0), green, 0)) << x;
+        ASSERT_NE(pixelAt(out, x, 1079), red) << x;
+        ASSERT_NE(pixelAt(out, x, 1079), blue) << x;
+    }
+    // The white row (turned, near the bottom) is visible: source row 136 → canvas ~1077.
+    bool sawWhite = false;
+    for (int y = 1070; y < 1080; ++y)
+        sawWhite = sawWhite || (pixelAt(out, 500, y).r > 128 && pixelAt(out, 500, y).b > 128);
+    EXPECT_TRUE(sawWhite);
+}
+
+TEST(CompositeRenderer, OverlayIsLaidOverPremultiplied) {
+    const PixelBuffer wide = solid(1920, 1080, white);
+    PixelBuffer overlay = solid(1920, 1080, Bgra{0, 0, 0, 0});
+    fillRect(overlay, 100, 100, 200, 200, Bgra{0, 0, 0, 128});   // half-transparent black
+    fillRect(overlay, 300, 300, 400, 400, Bgra{0, 0, 200, 200}); // mostly opaque red
+    CompositeInputs in = inputsFor(wide, {}, 1920, 1080, 0.3);
+    in.overlay = SizeD{1920, 1080};
+    const PixelBuffer out = renderComposite(in, {wide, {}, overlay});
+    EXPECT_TRUE(near(pixelAt(out, 150, 150), Bgra{127, 127, 127, 255}, 1));
+    EXPECT_TRUE(near(pixelAt(out, 350, 350), Bgra{55, 55, 255, 255}, 1));
+    EXPECT_EQ(pixelAt(out, 250, 250), white);
+
+    // Over a single 1280 × 720 photo the overlay is scaled by 2/3.
+    const PixelBuffer photo = solid(1280, 720, white);
+    CompositeRenderer renderer;
+    const PixelBuffer stamped = renderer.renderImage(
+        stampOverlay(sourceLayer(LayerSource::wide, {1280, 720}), SizeD{1920, 1080}),
+        {photo, {}, overlay});
+    ASSERT_EQ(stamped.width(), 1280);
+    EXPECT_TRUE(near(pixelAt(stamped, 100, 100), Bgra{127, 127, 127, 255}, 1));
+    EXPECT_EQ(pixelAt(stamped, 150, 150), white);
+    EXPECT_TRUE(near(pixelAt(stamped, 233, 233), Bgra{55, 55, 255, 255}, 1));
+}
+
+TEST(CompositeRenderer, YuvOutputMatchesTheBgraComposite) {
+    const PixelBuffer wide = wideQuadrants();
+    const PixelBuffer macro = macroQuadrants();
+    PixelBuffer overlay = solid(2560, 1440, Bgra{0, 0, 0, 0});
+    fillRect(overlay, 2000, 1300, 2400, 1380, Bgra{235, 235, 235, 235});
+    for (double fraction : {0.3, 0.7, 0.33}) {
+        SCOPED_TRACE(fraction);
+        CompositeInputs in = inputsFor(wide, macro, 2560, 1440, fraction);
+        in.overlay = SizeD{2560, 1440};
+        in.macroZoom = 1.1;
+        in.macroOffset = {0.02, -0.01};
+        const CompositePlan plan = composeFrame(in);
+        CompositeRenderer renderer;
+        PixelBuffer bgra = PixelBuffer::allocate(2560, 1440);
+        Yuv420Buffer yuv = Yuv420Buffer::allocate(2560, 1440);
+        ASSERT_TRUE(renderer.render(plan, {wide, macro, overlay}, bgra));
+        ASSERT_TRUE(renderer.renderYuv420(plan, {wide, macro, overlay}, yuv));
+        int mismatches = 0;
+        for (int y = 0; y < 1440; y += 2) {
+            for (int x = 0; x < 2560; x += 2) {
+                const Bgra p = pixelAt(bgra, x, y);
+                const int luma = ((66 * p.r + 129 * p.g + 25 * p.b + 128) >> 8) + 16;
+                const int u = ((-38 * p.r - 74 * p.g + 112 * p.b + 128) >> 8) + 128;
+                const int gotY = yuv.plane(0)[y * yuv.stride(0) + x];
+                const int gotU = yuv.plane(1)[(y / 2) * yuv.stride(1) + x / 2];
+                // Edges may differ by a pixel (chroma blocks); count, don't fail on them.
+                if (std::abs(gotY - luma) > 3 || std::abs(gotU - u) > 12)
+                    ++mismatches;
+            }
+        }
+        EXPECT_LT(mismatches, 2560 * 1440 / 4 / 200) << "more than 0.5 % of pixels differ";
+    }
+}
+
+TEST(CompositeRenderer, BadInputStillGivesADefinedPicture) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const PixelBuffer wides[] = {wideQuadrants(1, 1), wideQuadrants(1440, 1080),
+                                 wideQuadrants(3840, 2160), wideQuadrants(1921, 1081),
+                                 wideQuadrants(7, 3)};
+    const PixelBuffer macros[] = {PixelBuffer(), macroQuadrants(1, 1), macroQuadrants(641, 479),
+                                  macroQuadrants(3840, 2160)};
+    struct Case {
+        double fraction, zoom;
+        PointD offset;
+    };
+    const Case cases[] = {{0.3, 1.0, {0, 0}},          {0.0, 0.0, {0.9, 0.9}},
+                          {2.0, 0.5, {-50, 50}},       {nan, nan, {nan, nan}},
+                          {-1, 40.0, {1e300, -1e300}}, {0.7, 1.15, {0.2, -0.7}}};
+    CompositeRenderer renderer;
+    PixelBuffer canvas = PixelBuffer::allocate(640, 360);
+    Yuv420Buffer yuv = Yuv420Buffer::allocate(640, 360);
+    for (const PixelBuffer& wide : wides)
+        for (const PixelBuffer& macro : macros)
+            for (const Case& c : cases) {
+                CompositeInputs in = inputsFor(wide, macro, 640, 360, c.fraction);
+                in.macroZoom = c.zoom;
+                in.macroOffset = c.offset;
+                const CompositePlan plan = composeFrame(in);
+                ASSERT_TRUE(renderer.render(plan, {wide, macro, {}}, canvas));
+                ASSERT_TRUE(renderer.renderYuv420(plan, {wide, macro, {}}, yuv));
+                // The turned Wide always reaches the top-left corner.
+                ASSERT_EQ(pixelAt(canvas, 0, 0), white);
+            }
+    canvas = PixelBuffer::allocate(1920, 1080);
+    // An empty picture, an empty plan, a null canvas and odd canvases.
+    CompositeInputs in = inputsFor(wideQuadrants(), {}, 1920, 1080, 0.3);
+    in.wide = {0, 0};
+    ASSERT_TRUE(renderer.render(composeFrame(in), {PixelBuffer(), {}, {}}, canvas));
+    EXPECT_EQ(pixelAt(canvas, 960, 540), black);
+    EXPECT_FALSE(renderer.render(composeFrame(in), {}, PixelBuffer()));
+    EXPECT_FALSE(renderer.renderYuv420(composeFrame(in), {}, Yuv420Buffer()));
+    EXPECT_TRUE(Yuv420Buffer::allocate(1921, 1080).isNull());
+    for (auto [W, H] : {std::pair{1, 1}, std::pair{1921, 1081}, std::pair{3, 2}}) {
+        const PixelBuffer wide = wideQuadrants();
+        const PixelBuffer macro = macroQuadrants();
+        CompositeInputs odd = inputsFor(wide, macro, W, H, 0.3);
+        const PixelBuffer out = renderer.renderImage(composeFrame(odd), {wide, macro, {}});
+        ASSERT_EQ(out.width(), W);
+        EXPECT_EQ(pixelAt(out, 0, 0).a, 255);
+    }
+    in.canvas = {nan, 1080};
+    EXPECT_TRUE(renderer.renderImage(composeFrame(in), {}).isNull());
+}
