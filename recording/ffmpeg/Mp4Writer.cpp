@@ -54,7 +54,7 @@ bool Mp4Writer::addVideoInput(const VideoEncoderSettings& requested) {
     stream->time_base = videoTimeBase;
     stream->avg_frame_rate = AVRational{settings.frameRate, 1};
     m_framePool =
-        std::make_unique<VideoFramePool>(settings.width, settings.height, encoder->inputFormat());
+        std::make_unique<VideoFramePool>(settings.width, settings.height, AV_PIX_FMT_YUV420P);
     m_frameDuration = av_rescale_q(1, AVRational{1, settings.frameRate}, videoTimeBase);
     m_videoStream = stream;
     m_videoEncoder = std::move(encoder);
@@ -245,7 +245,8 @@ void Mp4Writer::holdEncoding(bool held) {
 
 void Mp4Writer::waitUntilQueueEmpty() {
     std::unique_lock lock(m_mutex);
-    m_taken.wait(lock, [this] { return m_items.empty() || !m_thread.joinable() || m_abort; });
+    m_taken.wait(lock,
+                 [this] { return m_items.empty() || m_held || !m_thread.joinable() || m_abort; });
 }
 
 void Mp4Writer::stopThread() {

@@ -62,7 +62,8 @@ public:
     bool isReadyForMoreVideo() const;
     // Whether a frame at `pts` would advance the track: equal or earlier times are refused.
     bool acceptsVideoTime(MediaTime pts) const;
-    // A frame from the encoder's pool, in its input format, to draw the next picture into.
+    // A frame from the writer's pool (YUV420P, BT.601 limited range, canvas size) to draw the
+    // next picture into.
     FramePtr makeVideoFrame();
     // Queue a picture for encoding; false when it was not taken (not ready, time not
     // advancing, not writing).
@@ -78,7 +79,8 @@ public:
     // Stops at once and removes the file.
     void cancel();
 
-    // Waits until the writer's thread has taken every queued item (tests and benchmarks).
+    // Waits until the writer's thread has taken every queued item, or is held (tests and
+    // benchmarks).
     void waitUntilQueueEmpty();
 
     // Test hooks: from now on every write to the file fails, as on a pulled drive; and the

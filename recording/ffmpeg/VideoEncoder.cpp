@@ -25,10 +25,10 @@ CodecContextPtr makeContext(const AVCodec* codec, const VideoEncoderSettings& s,
     c->bit_rate = s.bitRate;
     c->gop_size = s.maxKeyInterval;
     c->sample_aspect_ratio = AVRational{1, 1};
-    // Pictures are converted with BT.709 coefficients into limited range.
-    c->colorspace = AVCOL_SPC_BT709;
-    c->color_primaries = AVCOL_PRI_BT709;
-    c->color_trc = AVCOL_TRC_BT709;
+    // Pictures arrive as BT.601 YUV in limited range (what the compositor writes).
+    c->colorspace = AVCOL_SPC_SMPTE170M;
+    c->color_primaries = AVCOL_PRI_SMPTE170M;
+    c->color_trc = AVCOL_TRC_SMPTE170M;
     c->color_range = AVCOL_RANGE_MPEG;
     if (s.globalHeader)
         c->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
@@ -90,6 +90,7 @@ std::unique_ptr<VideoEncoder> VideoEncoder::openVaapi(const VideoEncoderSettings
     encoder->m_inputFormat = AV_PIX_FMT_NV12;
     encoder->m_hwDevice = std::move(deviceRef);
     encoder->m_hwFrame = makeFrame();
+    encoder->m_swFrame = makeFrame();
     return encoder;
 }
 
@@ -135,6 +136,23 @@ std::unique_ptr<VideoEncoder> VideoEncoder::openX265(const VideoEncoderSettings&
 int VideoEncoder::send(AVFrame* frame) {
     if (!frame || !m_context->hw_frames_ctx)
         return avcodec_send_frame(m_context.get(), frame);
+    // VAAPI surfaces are NV12: convert the planar frame first.
+    if (frame->format != m_inputFormat) {
+        m_sws.reset(sws_getCachedContext(m_sws.release(), frame->width, frame->height,
+                                         AVPixelFormat(frame->format), m_context->width,
+                                         m_context->height, m_inputFormat, SWS_BILINEAR, nullptr,
+                                         nullptr, nullptr));
+        av_frame_unref(m_swFrame.get());
+        m_swFrame->format = m_inputFormat;
+        m_swFrame->width = m_context->width;
+        m_swFrame->height = m_context->height;
+        if (!m_sws || av_frame_get_buffer(m_swFrame.get(), 0) < 0)
+            return AVERROR(ENOMEM);
+        sws_scale(m_sws.get(), frame->data, frame->linesize, 0, frame->height, m_swFrame->data,
+                  m_swFrame->linesize);
+        av_frame_copy_props(m_swFrame.get(), frame);
+        frame = m_swFrame.get();
+    }
     av_frame_unref(m_hwFrame.get());
     int result = av_hwframe_get_buffer(m_context->hw_frames_ctx, m_hwFrame.get(), 0);
     if (result < 0)

@@ -31,7 +31,8 @@ public:
     const QString& name() const { return m_name; } // "hevc_vaapi", "hevc_nvenc" or "libx265"
     AVCodecContext* context() const { return m_context.get(); }
 
-    // The software pixel format frames must have when handed to `send`.
+    // The software pixel format the encoder takes; `send` also accepts YUV420P frames and
+    // converts them when this differs.
     AVPixelFormat inputFormat() const { return m_inputFormat; }
 
     // Sends one frame (null flushes); uploads it to the GPU first for hardware encoders.
@@ -48,6 +49,8 @@ private:
     AVPixelFormat m_inputFormat = AV_PIX_FMT_YUV420P;
     BufferRefPtr m_hwDevice;
     FramePtr m_hwFrame;
+    FramePtr m_swFrame;
+    SwsPtr m_sws;
 };
 
 } // namespace ffmpeg

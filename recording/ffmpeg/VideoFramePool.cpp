@@ -32,9 +32,9 @@ FramePtr VideoFramePool::acquire() {
     frame->format = m_format;
     frame->width = m_width;
     frame->height = m_height;
-    frame->colorspace = AVCOL_SPC_BT709;
-    frame->color_primaries = AVCOL_PRI_BT709;
-    frame->color_trc = AVCOL_TRC_BT709;
+    frame->colorspace = AVCOL_SPC_SMPTE170M;
+    frame->color_primaries = AVCOL_PRI_SMPTE170M;
+    frame->color_trc = AVCOL_TRC_SMPTE170M;
     frame->color_range = AVCOL_RANGE_MPEG;
     return frame;
 }
@@ -42,14 +42,14 @@ FramePtr VideoFramePool::acquire() {
 FramePtr VideoFramePool::convert(const PixelBuffer& bgra) {
     if (bgra.isNull())
         return nullptr;
-    m_sws = sws_getCachedContext(m_sws, bgra.width(), bgra.height(), AV_PIX_FMT_BGRA, m_width,
-                                 m_height, m_format, SWS_BILINEAR, nullptr, nullptr, nullptr);
-    if (m_swsOwner.get() != m_sws) {
-        m_swsOwner.release(); // sws_getCachedContext has freed the previous context already
-        m_swsOwner.reset(m_sws);
+    if (!m_sws || bgra.width() != m_sourceWidth || bgra.height() != m_sourceHeight) {
+        m_sws.reset(sws_getContext(bgra.width(), bgra.height(), AV_PIX_FMT_BGRA, m_width, m_height,
+                                   m_format, SWS_BILINEAR, nullptr, nullptr, nullptr));
         if (m_sws)
-            sws_setColorspaceDetails(m_sws, sws_getCoefficients(SWS_CS_DEFAULT), 1,
-                                     sws_getCoefficients(SWS_CS_ITU709), 0, 0, 1 << 16, 1 << 16);
+            sws_setColorspaceDetails(m_sws.get(), sws_getCoefficients(SWS_CS_DEFAULT), 1,
+                                     sws_getCoefficients(SWS_CS_SMPTE170M), 0, 0, 1 << 16, 1 << 16);
+        m_sourceWidth = bgra.width();
+        m_sourceHeight = bgra.height();
     }
     if (!m_sws)
         return nullptr;
@@ -58,7 +58,7 @@ FramePtr VideoFramePool::convert(const PixelBuffer& bgra) {
         return nullptr;
     const std::uint8_t* source[4] = {bgra.data(), nullptr, nullptr, nullptr};
     const int sourceStride[4] = {bgra.stride(), 0, 0, 0};
-    sws_scale(m_sws, source, sourceStride, 0, bgra.height(), frame->data, frame->linesize);
+    sws_scale(m_sws.get(), source, sourceStride, 0, bgra.height(), frame->data, frame->linesize);
     return frame;
 }
 

@@ -21,7 +21,7 @@ public:
     // A frame from the pool with its pixels uninitialised; null when out of memory.
     FramePtr acquire();
 
-    // The picture converted to the pool's format and size (BT.709, limited range); null when
+    // The picture converted to the pool's format and size (BT.601, limited range); null when
     // the picture is empty or memory runs out.
     FramePtr convert(const PixelBuffer& bgra);
 
@@ -31,8 +31,9 @@ private:
     AVPixelFormat m_format;
     int m_bufferSize = 0;
     BufferPoolPtr m_pool;
-    SwsContext* m_sws = nullptr; // owned by m_swsOwner; sws_getCachedContext replaces it
-    SwsPtr m_swsOwner;
+    SwsPtr m_sws;
+    int m_sourceWidth = 0;
+    int m_sourceHeight = 0;
 };
 
 } // namespace ffmpeg

@@ -59,6 +59,18 @@ int decodedVideoFrames(const QString& path) {
     return streams.first().toObject().value("nb_read_frames").toString().toInt();
 }
 
+QImage firstVideoFrame(const QString& path) {
+    const QString png = path + QStringLiteral(".first.png");
+    QProcess process;
+    process.start(QStringLiteral("ffmpeg"),
+                  {"-v", "error", "-y", "-i", path, "-frames:v", "1", png});
+    if (!process.waitForFinished(120000) || process.exitCode() != 0)
+        return {};
+    QImage image(png);
+    QFile::remove(png);
+    return image.convertToFormat(QImage::Format_RGB32);
+}
+
 QStringList topLevelBoxes(const QString& path) {
     QFile file(path);
     QStringList names;

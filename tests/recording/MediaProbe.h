@@ -1,6 +1,7 @@
 #pragma once
 
 // Reading recorded files back with the ffprobe program, as a player would see them.
+#include <QImage>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QString>
@@ -33,6 +34,9 @@ std::vector<ProbedPacket> probePackets(const QString& path, const QString& strea
 
 // Decodes the video stream and returns how many pictures came out (-1 when ffprobe fails).
 int decodedVideoFrames(const QString& path);
+
+// The first picture of the file, decoded by ffmpeg (null when that fails).
+QImage firstVideoFrame(const QString& path);
 
 // The names of the top-level boxes of an MP4 file, in order.
 QStringList topLevelBoxes(const QString& path);

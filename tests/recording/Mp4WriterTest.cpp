@@ -246,16 +246,3 @@ TEST_F(Mp4WriterTest, FailsToStartInAMissingFolderAndCancelRemovesTheFile) {
     EXPECT_EQ(writer->status(), Mp4Writer::Status::cancelled);
     EXPECT_FALSE(QFile::exists(file));
 }
-
-TEST_F(Mp4WriterTest, FullHdMeetsTheAverageBitRate) {
-    const QString file = path("i.mp4");
-    auto writer = start(file, 1920, 1080, false);
-    ASSERT_TRUE(writer);
-    feed(*writer, 0, 150, 1920, 1080);
-    ASSERT_EQ(finish(*writer), Mp4Writer::Status::completed);
-    const ProbedFile probed = probeFile(file);
-    const QJsonObject video = probed.stream("video");
-    EXPECT_EQ(video.value("width").toInt(), 1920);
-    EXPECT_EQ(video.value("height").toInt(), 1080);
-    EXPECT_NEAR(video.value("bit_rate").toString().toDouble(), 10'000'000, 2'500'000);
-}
