@@ -1,6 +1,7 @@
 #include "app/Localisation.h"
 #include "app/MainWindow.h"
 #include "diagnostics/OstrelLog.h"
+#include "resources/Fonts.h"
 #include "settings/SettingsStore.h"
 
 #include <QGuiApplication>
@@ -12,6 +13,8 @@ int main(int argc, char* argv[]) {
     QGuiApplication::setOrganizationName(QStringLiteral("ostrel"));
     QGuiApplication::setApplicationName(QStringLiteral("ostrel"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("OSTREL"));
+
+    registerBrandFont();
 
     QTranslator translator;
     installTranslation(app, translator, QLocale::system());

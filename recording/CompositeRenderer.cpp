@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <vector>
 
 namespace {
@@ -50,6 +51,52 @@ bool resizeRange(double a, double b, int n, int sourceLength, int& start, int& l
     return true;
 }
 
+void reverseBytes(const std::uint8_t* from, std::uint8_t* to, int n) {
+    int i = 0;
+    for (; i + 8 <= n; i += 8) {
+        std::uint64_t v;
+        std::memcpy(&v, from + n - i - 8, 8);
+        v = __builtin_bswap64(v);
+        std::memcpy(to + i, &v, 8);
+    }
+    for (; i < n; ++i)
+        to[i] = from[n - 1 - i];
+}
+
+// cv::flip goes byte by byte on one-channel planes; this mirrors 8 bytes at a time. `src` and
+// `dst` have the same size and may be the same pixels.
+void mirrorPlane(const cv::Mat& src, cv::Mat& dst, bool mirrorX, bool mirrorY) {
+    const int rows = dst.rows;
+    const int n = dst.cols;
+    std::vector<std::uint8_t> a(static_cast<std::size_t>(n)), b(static_cast<std::size_t>(n));
+    auto put = [&](const std::uint8_t* from, std::uint8_t* to) {
+        if (mirrorX)
+            reverseBytes(from, to, n);
+        else
+            std::memcpy(to, from, std::size_t(n));
+    };
+    if (src.data != dst.data) {
+        for (int y = 0; y < rows; ++y)
+            put(src.ptr<std::uint8_t>(mirrorY ? rows - 1 - y : y), dst.ptr<std::uint8_t>(y));
+        return;
+    }
+    for (int y = 0; y < (mirrorY ? (rows + 1) / 2 : rows); ++y) {
+        const int z = mirrorY ? rows - 1 - y : y;
+        std::memcpy(a.data(), dst.ptr<std::uint8_t>(y), std::size_t(n));
+        std::memcpy(b.data(), dst.ptr<std::uint8_t>(z), std::size_t(n));
+        put(b.data(), dst.ptr<std::uint8_t>(y));
+        if (z != y)
+            put(a.data(), dst.ptr<std::uint8_t>(z));
+    }
+}
+
+void mirror(const cv::Mat& src, cv::Mat& dst, bool mirrorX, bool mirrorY) {
+    if (src.type() == CV_8UC1)
+        mirrorPlane(src, dst, mirrorX, mirrorY);
+    else
+        cv::flip(src, dst, mirrorX && mirrorY ? -1 : (mirrorX ? 1 : 0));
+}
+
 // Fills `rect` of `dst` from `src` placed by `t` (source pixel coordinates → destination
 // coordinates), bilinear. Mirrors and exact scales use flip/resize; anything else warpAffine.
 void drawLayer(const cv::Mat& src, cv::Mat& dst, const AxisTransform& t, const PixelRect& rect) {
@@ -68,16 +115,15 @@ void drawLayer(const cv::Mat& src, cv::Mat& dst, const AxisTransform& t, const P
     if (resizeRange(ax, bx, rect.width, src.cols, x0, w, mx) &&
         resizeRange(ay, by, rect.height, src.rows, y0, h, my)) {
         const cv::Mat part = src(cv::Rect(x0, y0, w, h));
-        const int flipCode = mx && my ? -1 : (mx ? 1 : 0);
         if (w == rect.width && h == rect.height) {
             if (mx || my)
-                cv::flip(part, roi, flipCode);
+                mirror(part, roi, mx, my);
             else
                 part.copyTo(roi);
         } else {
             cv::resize(part, roi, roi.size(), 0, 0, cv::INTER_LINEAR);
             if (mx || my)
-                cv::flip(roi, roi, flipCode);
+                mirror(roi, roi, mx, my);
         }
         return;
     }

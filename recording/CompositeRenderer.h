@@ -19,7 +19,8 @@
 //   AVCOL_SPC_SMPTE170M / AVCOL_PRI_SMPTE170M / AVCOL_TRC_SMPTE170M / AVCOL_RANGE_MPEG.
 //     Yuv420Buffer yuv = Yuv420Buffer::allocate(1920, 1080); // or from a Yuv420Pool
 //     renderer.renderYuv420(plan, sources, yuv);
-//   Writing YUV directly is cheaper than BGRA plus a conversion (see bench/composite_bench).
+//   Writing YUV directly costs less than BGRA plus a conversion, most at 2560 × 1440, where
+//   the Wide picture is scaled as planes (bench/composite_bench prints both).
 //
 // The sources' sizes must match the sizes the plan was made with; a layer whose source is
 // missing or of another size is left out. Pixels of the canvas outside the plan are black.

@@ -1,0 +1,115 @@
+#include "recording/Watermark.h"
+#include "TestImages.h"
+#include "recording/CompositeRenderer.h"
+#include "recording/LogoMark.h"
+#include "resources/Fonts.h"
+
+#include <QFontDatabase>
+#include <QPainter>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Leftmost column with a clearly white pixel (the text, not its shadow) in rows [y0, y1).
+int firstWhiteColumn(const QImage& image, int y0, int y1) {
+    for (int x = 0; x < image.width(); ++x)
+        for (int y = y0; y < y1; ++y) {
+            const QRgb p = image.pixel(x, y);
+            if (qAlpha(p) > 200 && qRed(p) > 200)
+                return x;
+        }
+    return -1;
+}
+
+bool hasGold(const QImage& image, QRect area) {
+    for (int y = area.top(); y <= area.bottom(); ++y)
+        for (int x = area.left(); x <= area.right(); ++x) {
+            const QRgb p = image.pixel(x, y);
+            if (qAlpha(p) == 255 && std::abs(qRed(p) - 196) < 6 && std::abs(qGreen(p) - 147) < 6 &&
+                std::abs(qBlue(p) - 63) < 6)
+                return true;
+        }
+    return false;
+}
+
+} // namespace
+
+TEST(Watermark, BrandFontIsRegistered) {
+    ASSERT_TRUE(registerBrandFont());
+    EXPECT_TRUE(QFontDatabase::families().contains(QStringLiteral("Archivo Black")));
+    EXPECT_EQ(QFontInfo(brandFont(28.08)).family(), QStringLiteral("Archivo Black"));
+}
+
+TEST(Watermark, PracticeNameAtTheLowerLeftMarkAndLabelAtTheLowerRight) {
+    registerBrandFont();
+    const QImage plain = makeWatermark(std::nullopt, 1920, 1080);
+    ASSERT_EQ(plain.size(), QSize(1920, 1080));
+    EXPECT_EQ(plain.format(), QImage::Format_ARGB32_Premultiplied);
+    EXPECT_EQ(makeWatermark(QString(), 1920, 1080), plain); // empty text: same as none
+    EXPECT_EQ(qAlpha(plain.pixel(960, 540)), 0);
+    EXPECT_EQ(firstWhiteColumn(plain, 980, 1080), 1920 - 1920 + firstWhiteColumn(plain, 980, 1080));
+    EXPECT_GT(firstWhiteColumn(plain, 980, 1080), 1500); // only the right-hand block
+    EXPECT_TRUE(hasGold(plain, QRect(1500, 990, 420, 90)));
+
+    const QImage named = makeWatermark(QStringLiteral("Praxis Dr. Muster"), 1920, 1080);
+    const int left = firstWhiteColumn(named, 980, 1080);
+    EXPECT_GE(left, 37); // one margin (37.8) from the left edge, plus the glyph's side bearing
+    EXPECT_LE(left, 44);
+    // The label ends one margin from the right edge.
+    int right = 0;
+    for (int x = 0; x < 1920; ++x)
+        for (int y = 990; y < 1080; ++y)
+            if (qAlpha(named.pixel(x, y)) > 200)
+                right = x;
+    EXPECT_GE(right, 1920 - 38 - 4);
+    EXPECT_LE(right, 1920 - 38);
+
+    // A very long name runs on as one line, neither cut nor wrapped.
+    const QImage longName = makeWatermark(QString(200, QLatin1Char('W')), 1920, 1080);
+    EXPECT_GT(qAlpha(longName.pixel(1910, 1080 - 45)), 0);
+    EXPECT_TRUE(makeWatermark(std::nullopt, 0.4, 1080).isNull());
+    EXPECT_TRUE(makeWatermark(std::nullopt, 1920, -3).isNull());
+    EXPECT_FALSE(makeWatermark(std::nullopt, 0.5, 0.5).isNull()); // rounds to 1 × 1
+}
+
+TEST(LogoMark, RingsAndDotSpanTheDesignGrid) {
+    QImage image(180, 160, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    {
+        QPainter p(&image);
+        drawOstrelMark(p, QRectF(0, 0, 180, 160), Qt::white);
+    }
+    // Large ring's outer edge x = 10 … 120, small ring's 88 … 162 (through the centre row 80).
+    EXPECT_EQ(qAlpha(image.pixel(8, 80)), 0);
+    EXPECT_EQ(qAlpha(image.pixel(11, 80)), 255);
+    EXPECT_EQ(qAlpha(image.pixel(160, 80)), 255);
+    EXPECT_EQ(qAlpha(image.pixel(163, 80)), 0);
+    EXPECT_EQ(image.pixel(65, 80), qRgb(196, 147, 63)); // the gold dot
+    EXPECT_EQ(qAlpha(image.pixel(40, 80)), 0);          // inside the large ring, left of the dot
+    EXPECT_DOUBLE_EQ(ostrelMarkWidth(26), 29.25);
+}
+
+TEST(Watermark, CompositesWithWatermarkAreSavedForInspection) {
+    registerBrandFont();
+    const PixelBuffer wide = quadrants(1920, 1080, {red, green, blue, white});
+    const PixelBuffer macro = quadrants(1920, 1080, {cyan, magenta, yellow, grey});
+    for (auto [W, H] : {std::pair{1920, 1080}, std::pair{2560, 1440}}) {
+        const QImage mark = makeWatermark(QStringLiteral("Praxis Dr. Muster"), W, H);
+        CompositeInputs in;
+        in.wide = {1920, 1080};
+        in.macro = SizeD{1920, 1080};
+        in.canvas = {double(W), double(H)};
+        in.overlay = SizeD{double(W), double(H)};
+        CompositeRenderer renderer;
+        const PixelBuffer out =
+            renderer.renderImage(composeFrame(in), {wide, macro, pixelBufferOf(mark)});
+        ASSERT_EQ(out.width(), W);
+        // The watermark's gold dot is burnt in; the picture under it is unchanged elsewhere.
+        EXPECT_TRUE(hasGold(toImage(out), QRect(W * 3 / 4, H * 9 / 10, W / 4 - 1, H / 10 - 1)));
+        EXPECT_EQ(pixelAt(out, 0, 0), white);
+        const QString path =
+            testOutputFolder() + QStringLiteral("/composite-%1x%2.png").arg(W).arg(H);
+        EXPECT_TRUE(toImage(out).save(path));
+    }
+}
