@@ -16,6 +16,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <future>
 #include <sys/resource.h>
 #include <thread>
@@ -109,20 +110,30 @@ RunResult recordRealTime(const QString& file, int width, int height, double seco
     return result;
 }
 
-// The same composites as raw YUV 4:2:0, one second of them.
+double threadCpuSeconds() {
+    timespec t{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return double(t.tv_sec) + double(t.tv_nsec) / 1e9;
+}
+
+// The same composites as raw YUV 4:2:0, one second of them; `renderCpu` receives the CPU
+// seconds one composite took on average.
 bool writeRawComposites(const QString& path, int width, int height,
-                        const std::vector<PixelBuffer>& wide,
-                        const std::vector<PixelBuffer>& macro) {
+                        const std::vector<PixelBuffer>& wide, const std::vector<PixelBuffer>& macro,
+                        double& renderCpu) {
     QFile out(path);
     if (!out.open(QIODevice::WriteOnly))
         return false;
     CompositeRenderer renderer;
     Yuv420Buffer yuv = Yuv420Buffer::allocate(width, height);
+    renderCpu = 0;
     for (int i = 0; i < sourceFrames; ++i) {
         const FrameJob job = jobFor(wide, macro, i);
         const CompositePlan plan =
             composeFrame(compositeInputs(job, SizeD{double(width), double(height)}, std::nullopt));
+        const double before = threadCpuSeconds();
         renderer.renderYuv420(plan, CompositeSources{job.wide, job.macro, {}}, yuv);
+        renderCpu += (threadCpuSeconds() - before) / sourceFrames;
         const qint64 bytes = qint64(width) * height * 3 / 2;
         if (out.write(reinterpret_cast<const char*>(yuv.plane(0)), bytes) != bytes)
             return false;
@@ -190,10 +201,12 @@ void bench(const QTemporaryDir& dir, int width, int height, double seconds) {
     std::printf("  file %.1f MB, %.2f Mbit/s\n", r.bytes / 1e6, r.bytes * 8 / 1e6 / seconds);
 
     const QString raw = dir.filePath(QStringLiteral("composites-%1.yuv").arg(width));
-    if (!writeRawComposites(raw, width, height, wide, macro)) {
+    double renderCpu = 0;
+    if (!writeRawComposites(raw, width, height, wide, macro, renderCpu)) {
         std::printf("  (raw composites not written)\n");
         return;
     }
+    std::printf("  of which composing: %.1f ms CPU per frame\n", 1000 * renderCpu);
     const int frames = std::max(1, c.framesAppended);
     const double theirs = ffmpegCpu(raw, dir.filePath(QStringLiteral("ffmpeg-%1.mp4").arg(width)),
                                     width, height, frames);
