@@ -1,0 +1,372 @@
+#include "recording/RecordingEngine.h"
+
+#include "diagnostics/OstrelLog.h"
+#include "runtime/MainThread.h"
+
+#include <QFile>
+
+#include <chrono>
+
+using ffmpeg::Mp4Writer;
+
+namespace {
+const QString unknownError = QStringLiteral("unbekannt");
+
+QString orUnknown(const QString& description) {
+    return description.isEmpty() ? unknownError : description;
+}
+} // namespace
+
+RecordingEngine::RecordingEngine()
+    : m_clock([] {
+          return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+              .count();
+      }),
+      m_recordQueue(std::make_unique<SerialQueue>("com.ostrel.record")) {
+}
+
+RecordingEngine::~RecordingEngine() {
+    // Stop the writer's thread first; a finish in progress hands its completion to the queue,
+    // which runs it before the queue goes away.
+    m_recordQueue->sync([this] { m_writer.reset(); });
+    m_recordQueue.reset();
+}
+
+bool RecordingEngine::active() const {
+    std::lock_guard lock(m_lock);
+    return m_active;
+}
+
+int RecordingEngine::wideIndex() const {
+    std::lock_guard lock(m_lock);
+    return m_wideIndex;
+}
+
+int RecordingEngine::macroIndex() const {
+    std::lock_guard lock(m_lock);
+    return m_macroIndex;
+}
+
+double RecordingEngine::macroFraction() const {
+    std::lock_guard lock(m_lock);
+    return m_macroFraction;
+}
+
+void RecordingEngine::setMacroFraction(double fraction) {
+    std::lock_guard lock(m_lock);
+    m_macroFraction = fraction;
+}
+
+RecordingEngine::Counters RecordingEngine::counters() const {
+    std::lock_guard lock(m_lock);
+    return {m_framesAppended, m_droppedBusy, m_droppedNotReady};
+}
+
+double RecordingEngine::now() const {
+    return m_clock();
+}
+
+std::optional<QString> RecordingEngine::start(const QString& path, int width, int height,
+                                              bool withAudio, const PixelBuffer& overlay,
+                                              double macroFraction) {
+    {
+        std::lock_guard lock(m_lock);
+        m_wideIndex = 0;
+    }
+    {
+        std::lock_guard lock(m_lock);
+        m_macroIndex = 1;
+    }
+    {
+        std::lock_guard lock(m_lock);
+        m_macroFraction = macroFraction;
+    }
+    {
+        std::lock_guard lock(m_lock);
+        if (m_active)
+            return std::nullopt;
+    }
+    std::optional<QString> error;
+    m_recordQueue->sync([&] { error = prepareWriter(path, width, height, withAudio, overlay); });
+    if (error)
+        return error;
+    std::lock_guard lock(m_lock);
+    m_active = true;
+    m_pending.reset();
+    m_draining = false;
+    m_framesAppended = m_appendedThisSecond = m_droppedBusy = m_droppedNotReady = 0;
+    return std::nullopt;
+}
+
+std::optional<QString> RecordingEngine::prepareWriter(const QString& path, int width, int height,
+                                                      bool withAudio, const PixelBuffer& overlay) {
+    m_canvas = SizeD{double(width), double(height)};
+    m_sessionStarted = m_finishing = m_failureLogged = false;
+    m_startedAt = m_winStart = 0;
+    m_winAppends = m_winDropsBase = 0;
+    m_dropWarned = false;
+    m_overlay = overlay;
+    QFile::remove(path);
+    m_fileURL = path;
+
+    auto writer = Mp4Writer::create(path);
+    if (!writer)
+        return QStringLiteral("AVAssetWriter konnte nicht erstellt werden");
+    if (!writer->addVideoInput({width, height, videoBitRate(width), 60, 30, true}))
+        return QStringLiteral("Video-Spur nicht hinzufügbar");
+    if (withAudio)
+        writer->addAudioInput(); // without a working AAC encoder the recording has no sound
+    if (auto error = writer->startWriting())
+        return QStringLiteral("startWriting fehlgeschlagen: ") + orUnknown(*error);
+    ostrelPost(LogLevel::info, QStringLiteral("Video-Encoder: ") + writer->videoEncoderName());
+    // A writer still finishing the previous file completes before it is replaced.
+    m_writer = std::move(writer);
+    ++m_writerGeneration;
+    return std::nullopt;
+}
+
+void RecordingEngine::enqueueFrame(FrameJob job) {
+    {
+        std::lock_guard lock(m_lock);
+        if (!m_active)
+            return;
+        if (m_pending)
+            ++m_droppedBusy;
+        m_pending = std::move(job);
+        if (m_draining)
+            return;
+        m_draining = true;
+    }
+    m_recordQueue->async([this] { drain(); });
+}
+
+void RecordingEngine::drain() {
+    std::unique_lock lock(m_lock);
+    while (m_pending) {
+        const FrameJob job = std::move(*m_pending);
+        m_pending.reset();
+        lock.unlock();
+        appendFrame(job);
+        lock.lock();
+    }
+    m_draining = false;
+}
+
+void RecordingEngine::appendFrame(const FrameJob& job) {
+    if (m_finishing || !m_writer)
+        return;
+    if (m_writer->status() == Mp4Writer::Status::failed) {
+        if (m_failureLogged)
+            return;
+        m_failureLogged = true;
+        const QString message =
+            QStringLiteral("Aufnahme-Writer fehlgeschlagen: ") + orUnknown(m_writer->errorText());
+        ostrelPost(LogLevel::error, message);
+        if (onFailure)
+            onFailure(message);
+        return;
+    }
+    if (!m_sessionStarted) {
+        m_writer->startSession(job.pts);
+        m_sessionStarted = true;
+        m_startedAt = now();
+    }
+    // A full encoder queue, or a time that does not advance, cannot take this frame.
+    if (!m_writer->isReadyForMoreVideo() || !m_writer->acceptsVideoTime(job.pts)) {
+        {
+            std::lock_guard lock(m_lock);
+            ++m_droppedNotReady;
+        }
+        checkDropWindow();
+        return;
+    }
+
+    const std::optional<SizeD> overlaySize =
+        m_overlay.isNull()
+            ? std::nullopt
+            : std::optional<SizeD>(SizeD{double(m_overlay.width()), double(m_overlay.height())});
+    const CompositePlan plan = composeFrame(compositeInputs(job, m_canvas, overlaySize));
+
+    // Rendered straight into the encoder's own frame: no copy on the way.
+    ffmpeg::FramePtr frame = m_writer->makeVideoFrame();
+    if (!frame)
+        return;
+    const Yuv420Buffer target =
+        Yuv420Buffer::wrap(frame->data, frame->linesize, frame->width, frame->height, {});
+    m_renderer.renderYuv420(plan, CompositeSources{job.wide, job.macro, m_overlay}, target);
+    m_writer->appendVideoFrame(std::move(frame), job.pts);
+
+    {
+        std::lock_guard lock(m_lock);
+        ++m_framesAppended;
+        ++m_appendedThisSecond;
+    }
+    ++m_winAppends;
+    checkDropWindow();
+}
+
+void RecordingEngine::checkDropWindow() {
+    const double t = now();
+    int drops = 0;
+    {
+        std::lock_guard lock(m_lock);
+        drops = m_droppedBusy + m_droppedNotReady;
+    }
+    if (m_winStart == 0) {
+        m_winStart = t;
+        m_winAppends = 0;
+        m_winDropsBase = drops;
+        return;
+    }
+    if (t - m_winStart < 5.0)
+        return;
+    const int d = drops - m_winDropsBase;
+    if (!m_dropWarned && d > 0 && m_winAppends < 4 * d) {
+        m_dropWarned = true;
+        ostrelPost(LogLevel::warn, QStringLiteral("Aufnahme verwirft Frames (%1 in 5 s bei %2 "
+                                                  "geschrieben) — Aufnahme kann ruckeln")
+                                       .arg(d)
+                                       .arg(m_winAppends));
+    }
+    m_winStart = t;
+    m_winAppends = 0;
+    m_winDropsBase = drops;
+}
+
+void RecordingEngine::appendAudio(const AudioBuffer& buffer) {
+    {
+        std::lock_guard lock(m_lock);
+        if (!m_active)
+            return;
+    }
+    // Queued work runs before the queue goes away with the engine, so `this` outlives it.
+    m_recordQueue->async([this, buffer] { appendAudioOnQueue(buffer); });
+}
+
+void RecordingEngine::appendAudioOnQueue(const AudioBuffer& buffer) {
+    // Sound before the first composed frame is dropped, so it starts with the picture.
+    if (m_finishing || !m_sessionStarted || !m_writer || !m_writer->hasAudioInput())
+        return;
+    if (m_writer->status() == Mp4Writer::Status::writing && m_writer->isReadyForMoreAudio())
+        m_writer->appendAudio(buffer);
+}
+
+int RecordingEngine::takeAppendedThisSecond() {
+    std::lock_guard lock(m_lock);
+    const int n = m_appendedThisSecond;
+    m_appendedThisSecond = 0;
+    return n;
+}
+
+void RecordingEngine::stop(Completion completion) {
+    {
+        std::lock_guard lock(m_lock);
+        if (!m_active) {
+            runOnMain([completion] {
+                if (completion)
+                    completion(std::nullopt, QStringLiteral("Keine aktive Aufnahme"));
+            });
+            return;
+        }
+        m_active = false;
+    }
+    m_recordQueue->async([this, completion = std::move(completion)] { finish(completion); });
+}
+
+void RecordingEngine::finish(Completion completion) {
+    auto complete = [&completion](std::optional<QString> file, std::optional<QString> error) {
+        if (completion)
+            completion(std::move(file), std::move(error));
+    };
+    if (!m_writer) {
+        complete(std::nullopt, QStringLiteral("Keine aktive Aufnahme"));
+        return;
+    }
+    m_finishing = true;
+    logSummary();
+    if (!m_sessionStarted) {
+        m_writer->cancel();
+        resetWriter();
+        complete(std::nullopt, QStringLiteral("Keine Bilddaten aufgenommen"));
+        return;
+    }
+    Mp4Writer* writer = m_writer.get();
+    const std::uint64_t generation = m_writerGeneration;
+    const QString file = m_fileURL;
+    // The writer calls back on its own thread once the file is complete; the rest happens on
+    // the recording queue, where the writer may be released.
+    writer->finish([this, writer, generation, file, completion] {
+        const bool failed = writer->status() == Mp4Writer::Status::failed;
+        const QString error = orUnknown(writer->errorText());
+        m_recordQueue->async([this, generation, failed, error, file, completion] {
+            if (generation == m_writerGeneration)
+                resetWriter();
+            if (!completion)
+                return;
+            if (failed)
+                completion(std::nullopt, error);
+            else
+                completion(file, std::nullopt);
+        });
+    });
+}
+
+void RecordingEngine::logSummary() {
+    Counters c = counters();
+    double fps = 0;
+    if (m_startedAt > 0) {
+        const double elapsed = now() - m_startedAt;
+        if (elapsed > 0.5)
+            fps = c.framesAppended / elapsed;
+    }
+    ostrelPost(LogLevel::event,
+               QString::asprintf("Aufnahme beendet: %d Frames, Ø %.1f fps, verworfen: %d "
+                                 "(Compositing), %d (Encoder)",
+                                 c.framesAppended, fps, c.droppedBusy, c.droppedNotReady));
+}
+
+void RecordingEngine::resetWriter() {
+    m_writer.reset();
+    m_overlay = PixelBuffer();
+    m_sessionStarted = false;
+    m_finishing = false;
+}
+
+void RecordingEngine::waitUntilIdle() {
+    for (;;) {
+        m_recordQueue->drain();
+        bool pending = false;
+        {
+            std::lock_guard lock(m_lock);
+            pending = m_pending.has_value() || m_draining;
+        }
+        if (!pending)
+            break;
+    }
+    m_recordQueue->sync([this] {
+        if (m_writer)
+            m_writer->waitUntilQueueEmpty();
+    });
+}
+
+void RecordingEngine::setClockForTesting(std::function<double()> clock) {
+    m_recordQueue->sync([&] { m_clock = std::move(clock); });
+}
+
+void RecordingEngine::holdRecordQueueForTesting(std::shared_future<void> release) {
+    m_recordQueue->async([release] { release.wait(); });
+}
+
+void RecordingEngine::holdEncodingForTesting(bool held) {
+    m_recordQueue->sync([&] {
+        if (m_writer)
+            m_writer->holdEncoding(held);
+    });
+}
+
+void RecordingEngine::injectWriteFaultForTesting() {
+    m_recordQueue->sync([this] {
+        if (m_writer)
+            m_writer->injectWriteFault();
+    });
+}

@@ -1,0 +1,124 @@
+#pragma once
+
+#include "media/AudioBuffer.h"
+#include "media/PixelBuffer.h"
+#include "recording/CompositeLayout.h"
+#include "recording/CompositeRenderer.h"
+#include "recording/FrameJob.h"
+#include "recording/ffmpeg/Mp4Writer.h"
+#include "runtime/SerialQueue.h"
+
+#include <QString>
+
+#include <cstdint>
+#include <functional>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+// Turns the live camera streams into one MP4 file: each Wide frame is composed with the Macro
+// inset and the watermark and appended with its capture time; microphone samples go beside it.
+// Capture threads hand frames over through a single pending slot and are never held up: what
+// cannot be composed or encoded in time is dropped and counted.
+//
+// Threads: `enqueueFrame`, `appendAudio` and the accessors from any thread; `start` blocks
+// until the writer is ready. Composition, encoding hand-off and finishing run on the serial
+// queue "com.ostrel.record". `onFailure` and most completions of `stop` are called on that
+// queue; callers move to the main thread themselves.
+class RecordingEngine {
+public:
+    // (file, error): exactly one of them is present.
+    using Completion =
+        std::function<void(std::optional<QString> file, std::optional<QString> error)>;
+
+    RecordingEngine();
+    ~RecordingEngine(); // a running recording is abandoned; its fragments stay playable
+
+    RecordingEngine(const RecordingEngine&) = delete;
+    RecordingEngine& operator=(const RecordingEngine&) = delete;
+
+    bool active() const;
+    int wideIndex() const;
+    int macroIndex() const;
+    double macroFraction() const;
+    void setMacroFraction(double fraction);
+
+    // Opens `path` for a recording of width × height; the error text when that fails. While a
+    // recording runs it only takes over the fraction and returns none.
+    std::optional<QString> start(const QString& path, int width, int height, bool withAudio,
+                                 const PixelBuffer& overlay, double macroFraction);
+    void enqueueFrame(FrameJob job);
+    void appendAudio(const AudioBuffer& buffer);
+    int takeAppendedThisSecond();
+    void stop(Completion completion);
+
+    // Called with the message when the writer fails during a recording (once per recording).
+    std::function<void(const QString&)> onFailure;
+
+    struct Counters {
+        int framesAppended = 0;
+        int droppedBusy = 0;
+        int droppedNotReady = 0;
+    };
+    Counters counters() const;
+
+    // Average bit rate of the video for a canvas width.
+    static std::int64_t videoBitRate(int width) { return width < 2560 ? 10'000'000 : 18'000'000; }
+
+    // Tests and benchmarks: waits until every handed-over job has been composed and every
+    // composed frame has been taken by the encoder.
+    void waitUntilIdle();
+    // Test hooks: a wall clock of the test's making (seconds); nothing on the recording queue
+    // runs until `release` is ready; the encoder takes nothing while held; the open file's
+    // writes fail from now on.
+    void setClockForTesting(std::function<double()> clock);
+    void holdRecordQueueForTesting(std::shared_future<void> release);
+    void holdEncodingForTesting(bool held);
+    void injectWriteFaultForTesting();
+
+private:
+    std::optional<QString> prepareWriter(const QString& path, int width, int height, bool withAudio,
+                                         const PixelBuffer& overlay);
+    void drain();
+    void appendFrame(const FrameJob& job);
+    void checkDropWindow();
+    void appendAudioOnQueue(const AudioBuffer& buffer);
+    void finish(Completion completion);
+    void logSummary();
+    void resetWriter();
+    double now() const;
+
+    // Recording queue only.
+    CompositeRenderer m_renderer;
+    std::unique_ptr<ffmpeg::Mp4Writer> m_writer;
+    std::uint64_t m_writerGeneration = 0;
+    SizeD m_canvas{1920, 1080};
+    PixelBuffer m_overlay;
+    bool m_sessionStarted = false;
+    bool m_finishing = false;
+    bool m_failureLogged = false;
+    QString m_fileURL;
+    double m_startedAt = 0;
+    double m_winStart = 0;
+    int m_winAppends = 0;
+    int m_winDropsBase = 0;
+    bool m_dropWarned = false;
+    std::function<double()> m_clock;
+
+    // Under m_lock.
+    mutable std::mutex m_lock;
+    int m_wideIndex = 0;
+    int m_macroIndex = 1;
+    double m_macroFraction = defaultMacroFraction;
+    bool m_active = false;
+    std::optional<FrameJob> m_pending;
+    bool m_draining = false;
+    int m_framesAppended = 0;
+    int m_appendedThisSecond = 0;
+    int m_droppedBusy = 0;
+    int m_droppedNotReady = 0;
+
+    // Last: destroyed first, so queued work still finds every other member.
+    std::unique_ptr<SerialQueue> m_recordQueue;
+};

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "recording/ffmpeg/FfmpegPtr.h"
+
+#include <QString>
+
+#include <cstdint>
+#include <memory>
+
+namespace ffmpeg {
+
+struct VideoEncoderSettings {
+    int width = 1920;
+    int height = 1080;
+    std::int64_t bitRate = 10'000'000;
+    int maxKeyInterval = 60;
+    int frameRate = 30;
+    bool globalHeader = true; // parameter sets in the container (MP4), not in the stream
+};
+
+// Time base of video presentation times everywhere in the writer (the MPEG 90 kHz clock).
+inline constexpr AVRational videoTimeBase{1, 90000};
+
+// An opened HEVC encoder. Hardware encoders are tried first because they cost the CPU next to
+// nothing; libx265 with a real-time preset is the fallback that always exists.
+class VideoEncoder {
+public:
+    // Null when no HEVC encoder opens with these settings.
+    static std::unique_ptr<VideoEncoder> open(const VideoEncoderSettings& settings);
+
+    const QString& name() const { return m_name; } // "hevc_vaapi", "hevc_nvenc" or "libx265"
+    AVCodecContext* context() const { return m_context.get(); }
+
+    // The software pixel format the encoder takes; `send` also accepts YUV420P frames and
+    // converts them when this differs.
+    AVPixelFormat inputFormat() const { return m_inputFormat; }
+
+    // Sends one frame (null flushes); uploads it to the GPU first for hardware encoders.
+    int send(AVFrame* frame);
+    int receive(AVPacket* packet) { return avcodec_receive_packet(m_context.get(), packet); }
+
+private:
+    static std::unique_ptr<VideoEncoder> openVaapi(const VideoEncoderSettings& settings);
+    static std::unique_ptr<VideoEncoder> openNvenc(const VideoEncoderSettings& settings);
+    static std::unique_ptr<VideoEncoder> openX265(const VideoEncoderSettings& settings);
+
+    QString m_name;
+    CodecContextPtr m_context;
+    AVPixelFormat m_inputFormat = AV_PIX_FMT_YUV420P;
+    BufferRefPtr m_hwDevice;
+    FramePtr m_hwFrame;
+    FramePtr m_swFrame;
+    SwsPtr m_sws;
+};
+
+} // namespace ffmpeg

@@ -1,0 +1,97 @@
+#include "recording/MediaProbe.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QProcess>
+
+namespace {
+QJsonObject runProbe(const QStringList& arguments) {
+    QProcess process;
+    process.start(QStringLiteral("ffprobe"), QStringList{"-v", "error", "-of", "json"} + arguments);
+    if (!process.waitForFinished(120000) || process.exitCode() != 0)
+        return {};
+    return QJsonDocument::fromJson(process.readAllStandardOutput()).object();
+}
+} // namespace
+
+QJsonObject ProbedFile::stream(const QString& type) const {
+    for (const QJsonValue& s : streams)
+        if (s.toObject().value("codec_type").toString() == type)
+            return s.toObject();
+    return {};
+}
+
+int ProbedFile::streamCount(const QString& type) const {
+    int n = 0;
+    for (const QJsonValue& s : streams)
+        n += s.toObject().value("codec_type").toString() == type;
+    return n;
+}
+
+ProbedFile probeFile(const QString& path) {
+    const QJsonObject root = runProbe({"-show_streams", "-show_format", path});
+    ProbedFile file;
+    file.ok = root.contains("format");
+    file.format = root.value("format").toObject();
+    file.streams = root.value("streams").toArray();
+    return file;
+}
+
+std::vector<ProbedPacket> probePackets(const QString& path, const QString& streamType) {
+    const QJsonObject root = runProbe({"-select_streams", streamType, "-show_entries",
+                                       "packet=pts_time,dts_time,flags", "-show_packets", path});
+    std::vector<ProbedPacket> packets;
+    for (const QJsonValue& value : root.value("packets").toArray()) {
+        const QJsonObject p = value.toObject();
+        packets.push_back({p.value("pts_time").toString().toDouble(),
+                           p.value("dts_time").toString().toDouble(),
+                           p.value("flags").toString().startsWith('K')});
+    }
+    return packets;
+}
+
+int decodedVideoFrames(const QString& path) {
+    const QJsonObject root = runProbe(
+        {"-count_frames", "-select_streams", "v", "-show_entries", "stream=nb_read_frames", path});
+    const QJsonArray streams = root.value("streams").toArray();
+    if (streams.isEmpty())
+        return -1;
+    return streams.first().toObject().value("nb_read_frames").toString().toInt();
+}
+
+QImage firstVideoFrame(const QString& path) {
+    const QString png = path + QStringLiteral(".first.png");
+    QProcess process;
+    process.start(QStringLiteral("ffmpeg"),
+                  {"-v", "error", "-y", "-i", path, "-frames:v", "1", png});
+    if (!process.waitForFinished(120000) || process.exitCode() != 0)
+        return {};
+    QImage image(png);
+    QFile::remove(png);
+    return image.convertToFormat(QImage::Format_RGB32);
+}
+
+QStringList topLevelBoxes(const QString& path) {
+    QFile file(path);
+    QStringList names;
+    if (!file.open(QIODevice::ReadOnly))
+        return names;
+    qint64 offset = 0;
+    const qint64 size = file.size();
+    while (offset + 8 <= size) {
+        file.seek(offset);
+        const QByteArray header = file.read(16);
+        quint64 boxSize = quint32(quint8(header[0])) << 24 | quint32(quint8(header[1])) << 16 |
+                          quint32(quint8(header[2])) << 8 | quint8(header[3]);
+        if (boxSize == 1 && header.size() == 16) {
+            boxSize = 0;
+            for (int i = 8; i < 16; ++i)
+                boxSize = boxSize << 8 | quint8(header[i]);
+        }
+        names << QString::fromLatin1(header.mid(4, 4));
+        if (boxSize < 8)
+            break;
+        offset += qint64(boxSize);
+    }
+    return names;
+}

@@ -1,0 +1,425 @@
+#include "recording/RecordingEngine.h"
+
+#include "diagnostics/OstrelLog.h"
+#include "recording/MediaProbe.h"
+#include "recording/SyntheticMedia.h"
+#include "support/EventLoop.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <csignal>
+
+using namespace std::chrono_literals;
+
+// Readable failure output for texts.
+inline void PrintTo(const QString& text, std::ostream* os) {
+    *os << '"' << text.toStdString() << '"';
+}
+
+namespace {
+
+constexpr MediaTime frameInterval = 33'333'333ns;
+const MediaTime captureStart = 5000s;
+
+MediaTime frameTime(int index) {
+    return captureStart + index * frameInterval;
+}
+
+PixelBuffer solidFrame(int width, int height, std::uint8_t b, std::uint8_t g, std::uint8_t r) {
+    PixelBuffer buffer = PixelBuffer::allocate(width, height);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            std::uint8_t* p = buffer.row(y) + 4 * x;
+            p[0] = b, p[1] = g, p[2] = r, p[3] = 255;
+        }
+    return buffer;
+}
+
+FrameJob job(int index, int wideWidth = 640, int wideHeight = 360, bool withMacro = true) {
+    FrameJob job;
+    job.wide = syntheticFrame(wideWidth, wideHeight, index);
+    if (withMacro)
+        job.macro = syntheticFrame(320, 240, index + 7);
+    job.macroZoom = withMacro ? 1.1 : 1.0;
+    job.pts = frameTime(index);
+    return job;
+}
+
+struct StopResult {
+    std::optional<QString> file;
+    std::optional<QString> error;
+};
+
+class RecordingEngineTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        clearLog();
+        engine.setClockForTesting([this] { return clock.load(); });
+    }
+
+    QString path(const QString& name) const { return dir.filePath(name); }
+
+    // Hands the frames over one at a time, each composed and taken by the encoder before the
+    // next, while the clock advances by one frame each.
+    void feed(int first, int last, int wideWidth = 640, int wideHeight = 360) {
+        for (int i = first; i < last; ++i) {
+            engine.enqueueFrame(job(i, wideWidth, wideHeight));
+            engine.waitUntilIdle();
+            clock = clock + 1.0 / 30;
+        }
+    }
+
+    StopResult stop() {
+        auto result = std::make_shared<std::optional<StopResult>>();
+        auto mutex = std::make_shared<std::mutex>();
+        engine.stop([result, mutex](std::optional<QString> file, std::optional<QString> error) {
+            std::lock_guard lock(*mutex);
+            *result = StopResult{std::move(file), std::move(error)};
+        });
+        EXPECT_TRUE(pumpUntil([&] {
+            std::lock_guard lock(*mutex);
+            return result->has_value();
+        }));
+        std::lock_guard lock(*mutex);
+        return result->value_or(StopResult{});
+    }
+
+    void clearLog() {
+        pumpPosted();
+        OstrelLog::shared().clear();
+        logStart = OstrelLog::shared().count();
+    }
+
+    // Entries of a level that reached the log since it was cleared.
+    QStringList logged(LogLevel level) const {
+        pumpPosted();
+        QStringList messages;
+        const auto& entries = OstrelLog::shared().entries();
+        for (std::size_t i = std::size_t(logStart); i < entries.size(); ++i)
+            if (entries[i].level == level)
+                messages << entries[i].message;
+        return messages;
+    }
+
+    int logStart = 0;
+
+    QTemporaryDir dir;
+    std::atomic<double> clock{100.0};
+    RecordingEngine engine;
+};
+
+} // namespace
+
+TEST_F(RecordingEngineTest, RecordsComposedFramesWithSoundIntoAPlayableFile) {
+    const QString file = path("rec.mp4");
+    ASSERT_EQ(engine.start(file, 640, 360, true, {}, 0.3), std::nullopt);
+    EXPECT_TRUE(engine.active());
+    EXPECT_EQ(engine.wideIndex(), 0);
+    EXPECT_EQ(engine.macroIndex(), 1);
+
+    // A second of sound before the first picture is not written.
+    const AudioFormat mic{true, 32, 2, 48000};
+    MediaTime audioTime = captureStart - 1s;
+    for (; audioTime < captureStart; audioTime += 20ms)
+        engine.appendAudio(syntheticTone(mic, audioTime, 960));
+    engine.waitUntilIdle();
+
+    for (int i = 0; i < 90; ++i) {
+        engine.enqueueFrame(job(i));
+        engine.waitUntilIdle();
+        for (; audioTime < frameTime(i + 1); audioTime += 20ms)
+            engine.appendAudio(syntheticTone(mic, audioTime, 960));
+        clock = clock + 1.0 / 30;
+    }
+    EXPECT_EQ(engine.takeAppendedThisSecond(), 90);
+    EXPECT_EQ(engine.takeAppendedThisSecond(), 0);
+
+    const StopResult result = stop();
+    EXPECT_EQ(result.file, file);
+    EXPECT_EQ(result.error, std::nullopt);
+    EXPECT_FALSE(engine.active());
+
+    const ProbedFile probed = probeFile(file);
+    ASSERT_TRUE(probed.ok);
+    const QJsonObject video = probed.stream("video");
+    EXPECT_EQ(video.value("codec_name").toString(), "hevc");
+    EXPECT_EQ(video.value("width").toInt(), 640);
+    EXPECT_EQ(video.value("height").toInt(), 360);
+    const QJsonObject audio = probed.stream("audio");
+    EXPECT_EQ(audio.value("codec_name").toString(), "aac");
+    EXPECT_EQ(audio.value("channels").toInt(), 1);
+    EXPECT_EQ(audio.value("sample_rate").toString(), "44100");
+    EXPECT_NEAR(video.value("duration").toString().toDouble(), 3.0, 1.0 / 30);
+    EXPECT_NEAR(audio.value("duration").toString().toDouble(), 3.0, 0.05);
+    EXPECT_NEAR(audio.value("start_time").toString().toDouble(), 0.0, 0.03);
+    EXPECT_EQ(decodedVideoFrames(file), 90);
+
+    EXPECT_TRUE(logged(LogLevel::info).contains("Video-Encoder: libx265"));
+    EXPECT_EQ(logged(LogLevel::event),
+              QStringList{"Aufnahme beendet: 90 Frames, Ø 30.0 fps, verworfen: 0 (Compositing), "
+                          "0 (Encoder)"});
+    EXPECT_TRUE(logged(LogLevel::warn).isEmpty());
+}
+
+TEST_F(RecordingEngineTest, ComposesWideMacroAndOverlayInTheRecordedPicture) {
+    const QString file = path("colours.mp4");
+    // A white overlay square in the top-left corner, premultiplied, half transparent elsewhere
+    // is not needed: opaque white is enough to see it.
+    PixelBuffer overlay = PixelBuffer::allocate(640, 360);
+    for (int y = 0; y < 360; ++y)
+        std::memset(overlay.row(y), 0, std::size_t(640 * 4));
+    for (int y = 0; y < 40; ++y)
+        std::memset(overlay.row(y), 255, std::size_t(40 * 4));
+    ASSERT_EQ(engine.start(file, 640, 360, false, overlay, 0.3), std::nullopt);
+    FrameJob red;
+    red.wide = solidFrame(1280, 720, 0, 0, 255);
+    red.macro = solidFrame(640, 480, 255, 0, 0);
+    red.pts = frameTime(0);
+    engine.enqueueFrame(red);
+    engine.waitUntilIdle();
+    ASSERT_EQ(stop().error, std::nullopt);
+
+    const QImage picture = firstVideoFrame(file);
+    ASSERT_EQ(picture.size(), QSize(640, 360));
+    auto near = [](QRgb c, int r, int g, int b) {
+        return std::abs(qRed(c) - r) < 30 && std::abs(qGreen(c) - g) < 30 &&
+               std::abs(qBlue(c) - b) < 30;
+    };
+    EXPECT_TRUE(near(picture.pixel(20, 20), 255, 255, 255));     // overlay
+    EXPECT_TRUE(near(picture.pixel(100, 100), 255, 0, 0));       // Wide
+    EXPECT_TRUE(near(picture.pixel(320, 300), 0, 0, 255));       // inset 192 × 108 at the bottom
+    EXPECT_TRUE(near(picture.pixel(320, 360 - 112), 255, 0, 0)); // above the inset
+}
+
+TEST_F(RecordingEngineTest, FullHdHasTheTargetBitRateAndShortKeyFrameIntervals) {
+    EXPECT_EQ(RecordingEngine::videoBitRate(1920), 10'000'000);
+    EXPECT_EQ(RecordingEngine::videoBitRate(2560), 18'000'000);
+
+    const QString file = path("hd.mp4");
+    ASSERT_EQ(engine.start(file, 1920, 1080, false, {}, 0.3), std::nullopt);
+    for (int i = 0; i < 120; ++i) {
+        FrameJob j = job(i, 1920, 1080);
+        engine.enqueueFrame(std::move(j));
+        engine.waitUntilIdle();
+    }
+    ASSERT_EQ(stop().error, std::nullopt);
+    const QJsonObject video = probeFile(file).stream("video");
+    EXPECT_EQ(video.value("width").toInt(), 1920);
+    EXPECT_EQ(video.value("height").toInt(), 1080);
+    EXPECT_NEAR(video.value("bit_rate").toString().toDouble(), 10'000'000, 2'500'000);
+    int sinceKey = 0;
+    for (const ProbedPacket& packet : probePackets(file, "v")) {
+        sinceKey = packet.key ? 0 : sinceKey + 1;
+        EXPECT_LT(sinceKey, 60);
+    }
+}
+
+TEST_F(RecordingEngineTest, StartWhileRecordingOnlyTakesOverTheFraction) {
+    const QString file = path("one.mp4");
+    ASSERT_EQ(engine.start(file, 640, 360, false, {}, 0.3), std::nullopt);
+    feed(0, 10);
+    EXPECT_EQ(engine.start(path("two.mp4"), 1920, 1080, true, {}, 0.5), std::nullopt);
+    EXPECT_DOUBLE_EQ(engine.macroFraction(), 0.5);
+    EXPECT_FALSE(QFile::exists(path("two.mp4")));
+    feed(10, 20);
+    engine.setMacroFraction(0.6);
+    EXPECT_DOUBLE_EQ(engine.macroFraction(), 0.6);
+    EXPECT_EQ(engine.counters().framesAppended, 20);
+    EXPECT_EQ(stop().file, file);
+    const ProbedFile probed = probeFile(file);
+    EXPECT_EQ(probed.stream("video").value("width").toInt(), 640);
+    EXPECT_EQ(decodedVideoFrames(file), 20);
+}
+
+TEST_F(RecordingEngineTest, FailedStartLeavesTheEngineIdle) {
+    EXPECT_EQ(engine.start(path("missing/x.mp4"), 640, 360, false, {}, 0.3),
+              QString("startWriting fehlgeschlagen: No such file or directory"));
+    EXPECT_FALSE(engine.active());
+    engine.enqueueFrame(job(0));
+    engine.appendAudio(syntheticTone({false, 16, 1, 44100}, frameTime(0), 441));
+    engine.waitUntilIdle();
+    EXPECT_EQ(engine.counters().framesAppended, 0);
+
+    EXPECT_EQ(engine.start(path("odd.mp4"), 641, 360, false, {}, 0.3),
+              QString("Video-Spur nicht hinzufügbar"));
+    EXPECT_FALSE(engine.active());
+
+    const StopResult result = stop();
+    EXPECT_EQ(result.file, std::nullopt);
+    EXPECT_EQ(result.error, QString("Keine aktive Aufnahme"));
+}
+
+TEST_F(RecordingEngineTest, NewerJobReplacesThePendingOne) {
+    const QString file = path("pending.mp4");
+    ASSERT_EQ(engine.start(file, 640, 360, false, {}, 0.3), std::nullopt);
+    std::promise<void> release;
+    engine.holdRecordQueueForTesting(release.get_future().share());
+    FrameJob dark;
+    dark.wide = solidFrame(640, 360, 10, 10, 10);
+    dark.pts = frameTime(0);
+    FrameJob bright = dark;
+    bright.wide = solidFrame(640, 360, 240, 240, 240);
+    bright.pts = frameTime(1);
+    engine.enqueueFrame(dark);   // waits in the pending slot
+    engine.enqueueFrame(bright); // replaces it
+    EXPECT_EQ(engine.counters().droppedBusy, 1);
+    release.set_value();
+    engine.waitUntilIdle();
+    const auto c = engine.counters();
+    EXPECT_EQ(c.framesAppended, 1);
+    EXPECT_EQ(c.droppedBusy, 1);
+    EXPECT_EQ(c.droppedNotReady, 0);
+    ASSERT_EQ(stop().file, file);
+    const QImage picture = firstVideoFrame(file);
+    ASSERT_FALSE(picture.isNull());
+    EXPECT_GT(qGray(picture.pixel(320, 180)), 200); // the newer job was the one composed
+}
+
+TEST_F(RecordingEngineTest, WarnsOnceWhenMoreThanOneFrameInFiveIsDropped) {
+    ASSERT_EQ(engine.start(path("drops.mp4"), 320, 180, false, {}, 0.3), std::nullopt);
+    int next = 0;
+    // One 5-second window: `written` frames counted in it and 10 dropped by a full encoder.
+    auto window = [&](int written) {
+        const double opened = clock;
+        feed(next, next + written - 2, 320, 180);
+        next += written - 2;
+        engine.holdEncodingForTesting(true);
+        feed(next, next + 2, 320, 180); // these two fill the encoder's queue
+        next += 2;
+        for (int i = 0; i < 10; ++i, ++next) {
+            engine.enqueueFrame(job(next, 320, 180));
+            engine.waitUntilIdle();
+        }
+        engine.holdEncodingForTesting(false);
+        engine.waitUntilIdle();
+        clock = opened + 5.0;
+    };
+    feed(next, next + 1, 320, 180); // opens the first window
+    ++next;
+    window(29); // the frame that closes the window is the 30th
+    feed(next, next + 1, 320, 180);
+    ++next;
+    EXPECT_EQ(logged(LogLevel::warn),
+              QStringList{"Aufnahme verwirft Frames (10 in 5 s bei 30 geschrieben) — Aufnahme "
+                          "kann ruckeln"});
+    window(29); // as bad again: no second warning in this recording
+    feed(next, next + 1, 320, 180);
+    ++next;
+    EXPECT_EQ(logged(LogLevel::warn).size(), 1);
+    EXPECT_EQ(engine.counters().droppedNotReady, 20);
+    EXPECT_TRUE(stop().file);
+    EXPECT_TRUE(
+        logged(LogLevel::event).last().endsWith("verworfen: 0 (Compositing), 20 (Encoder)"));
+
+    // A new recording: exactly one drop per four written frames is no reason to warn.
+    clearLog();
+    ASSERT_EQ(engine.start(path("drops2.mp4"), 320, 180, false, {}, 0.3), std::nullopt);
+    next = 0;
+    feed(next, next + 1, 320, 180);
+    ++next;
+    window(39);
+    feed(next, next + 1, 320, 180);
+    ++next;
+    EXPECT_EQ(engine.counters().droppedNotReady, 10);
+    EXPECT_TRUE(stop().file);
+    EXPECT_TRUE(logged(LogLevel::warn).isEmpty());
+}
+
+TEST_F(RecordingEngineTest, StopBeforeTheFirstFrameCancelsTheFile) {
+    const QString file = path("empty.mp4");
+    ASSERT_EQ(engine.start(file, 640, 360, true, {}, 0.3), std::nullopt);
+    engine.appendAudio(syntheticTone({false, 16, 1, 44100}, frameTime(0), 441));
+    const StopResult result = stop();
+    EXPECT_EQ(result.file, std::nullopt);
+    EXPECT_EQ(result.error, QString("Keine Bilddaten aufgenommen"));
+    EXPECT_FALSE(QFile::exists(file));
+    EXPECT_EQ(logged(LogLevel::event),
+              QStringList{"Aufnahme beendet: 0 Frames, Ø 0.0 fps, verworfen: 0 (Compositing), "
+                          "0 (Encoder)"});
+    // Stopping again, and a frame arriving after the stop.
+    EXPECT_EQ(stop().error, QString("Keine aktive Aufnahme"));
+    engine.enqueueFrame(job(0));
+    engine.waitUntilIdle();
+    EXPECT_EQ(engine.counters().framesAppended, 0);
+}
+
+TEST_F(RecordingEngineTest, RecordingShorterThanHalfASecondReportsNoRate) {
+    ASSERT_EQ(engine.start(path("short.mp4"), 320, 180, false, {}, 0.3), std::nullopt);
+    feed(0, 12, 320, 180); // 0.4 s on the clock
+    EXPECT_TRUE(stop().file);
+    EXPECT_EQ(logged(LogLevel::event),
+              QStringList{"Aufnahme beendet: 12 Frames, Ø 0.0 fps, verworfen: 0 (Compositing), "
+                          "0 (Encoder)"});
+}
+
+TEST_F(RecordingEngineTest, WriterFailureIsReportedOnceAndEndsInTheFailedCompletion) {
+    const QString file = path("fault.mp4");
+    std::atomic<int> failures{0};
+    QString failure;
+    engine.onFailure = [&](const QString& message) {
+        failure = message;
+        ++failures;
+    };
+    ASSERT_EQ(engine.start(file, 320, 180, false, {}, 0.3), std::nullopt);
+    int next = 0;
+    while (!topLevelBoxes(file).contains("moof") && next < 300)
+        feed(next, next + 1, 320, 180), ++next;
+    engine.injectWriteFaultForTesting();
+    while (failures == 0 && next < 600)
+        feed(next, next + 1, 320, 180), ++next;
+    ASSERT_EQ(failures, 1);
+    EXPECT_EQ(failure, "Aufnahme-Writer fehlgeschlagen: Input/output error");
+    // Still active, jobs are taken and ignored without counting.
+    EXPECT_TRUE(engine.active());
+    const int appended = engine.counters().framesAppended;
+    feed(next, next + 5, 320, 180);
+    EXPECT_EQ(engine.counters().framesAppended, appended);
+    EXPECT_EQ(failures, 1);
+    EXPECT_EQ(logged(LogLevel::error),
+              QStringList{"Aufnahme-Writer fehlgeschlagen: Input/output error"});
+
+    const StopResult result = stop();
+    EXPECT_EQ(result.file, std::nullopt);
+    EXPECT_EQ(result.error, QString("Input/output error"));
+    EXPECT_GE(decodedVideoFrames(file), 1); // the fragments written before stay playable
+}
+
+TEST_F(RecordingEngineTest, FramesOfChangingSizesAndMissingMacroAreAllRecorded) {
+    const QString file = path("sizes.mp4");
+    ASSERT_EQ(engine.start(file, 640, 360, true, {}, 0.3), std::nullopt);
+    const QSize sizes[] = {{640, 360}, {1280, 720}, {320, 240}, {2, 2}, {1920, 1080}};
+    for (int i = 0; i < 20; ++i) {
+        const QSize s = sizes[i % 5];
+        engine.enqueueFrame(job(i, s.width(), s.height(), i % 3 != 0));
+        engine.appendAudio(syntheticTone({false, 16, 1, 8000 + 8000 * (i % 3)}, frameTime(i),
+                                         200 + 100 * (i % 3)));
+        engine.waitUntilIdle();
+    }
+    EXPECT_EQ(engine.counters().framesAppended, 20);
+    EXPECT_TRUE(stop().file);
+    EXPECT_EQ(decodedVideoFrames(file), 20);
+}
+
+TEST_F(RecordingEngineTest, KilledRecordingStillPlaysUpToItsLastFragment) {
+    const QString file = path("killed.mp4");
+    QProcess helper;
+    helper.start(QStringLiteral(OSTREL_KILL_HELPER), {file});
+    ASSERT_TRUE(helper.waitForStarted());
+    // Two fragments on the disk, then the process dies without any chance to finish.
+    ASSERT_TRUE(pumpUntil([&] { return topLevelBoxes(file).count("moof") >= 2; }, 120000));
+    ::kill(pid_t(helper.processId()), SIGKILL);
+    helper.waitForFinished();
+    EXPECT_EQ(helper.exitStatus(), QProcess::CrashExit);
+
+    const ProbedFile probed = probeFile(file);
+    ASSERT_TRUE(probed.ok);
+    EXPECT_EQ(probed.stream("video").value("codec_name").toString(), "hevc");
+    EXPECT_EQ(probed.stream("audio").value("codec_name").toString(), "aac");
+    EXPECT_GE(decodedVideoFrames(file), 60);
+    EXPECT_GE(probed.duration(), 2.0);
+}
