@@ -1,0 +1,56 @@
+#include "capture/SystemBackend.h"
+
+#include "capture/audio/QtAudioBackend.h"
+#include "capture/v4l2/V4l2Backend.h"
+#include "capture/virtual/VirtualBackend.h"
+#include "diagnostics/OstrelLog.h"
+
+CombinedDiscovery::CombinedDiscovery(std::vector<DeviceDiscovery*> parts, QObject* parent)
+    : DeviceDiscovery(parent), m_parts(std::move(parts)) {
+    for (DeviceDiscovery* part : m_parts)
+        connect(part, &DeviceDiscovery::devicesChanged, this, &DeviceDiscovery::devicesChanged,
+                Qt::DirectConnection);
+}
+
+std::vector<CaptureDevice> CombinedDiscovery::allDevices() const {
+    std::vector<CaptureDevice> devices;
+    for (const DeviceDiscovery* part : m_parts) {
+        const auto more = part->allDevices();
+        devices.insert(devices.end(), more.begin(), more.end());
+    }
+    return devices;
+}
+
+SplitBackend::SplitBackend(std::unique_ptr<CaptureBackend> cameras,
+                           std::unique_ptr<CaptureBackend> microphones)
+    : m_cameras(std::move(cameras)), m_microphones(std::move(microphones)),
+      m_discovery({&m_cameras->discovery(), &m_microphones->discovery()}) {
+}
+
+std::unique_ptr<CaptureSession> SplitBackend::makeSession() {
+    return std::make_unique<CaptureSession>();
+}
+
+DeviceInputResult SplitBackend::makeDeviceInput(const CaptureDevice& device) {
+    return device.mediaType() == MediaType::audio ? m_microphones->makeDeviceInput(device)
+                                                  : m_cameras->makeDeviceInput(device);
+}
+
+bool virtualDevicesRequested() {
+    return qgetenv("OSTREL_VIRTUAL_DEVICES") == "1";
+}
+
+std::unique_ptr<CaptureBackend> makeCaptureBackend() {
+    if (virtualDevicesRequested()) {
+        auto backend = std::make_unique<VirtualBackend>();
+        const QString faults = qEnvironmentVariable("OSTREL_VIRTUAL_FAULTS");
+        const QStringList rejected = backend->devices().applyFaults(faults);
+        if (!rejected.isEmpty())
+            ostrelLog(LogLevel::warn, QStringLiteral("OSTREL_VIRTUAL_FAULTS: unbekannt: ") +
+                                          rejected.join(QStringLiteral("; ")));
+        return backend;
+    }
+    auto cameras = std::make_unique<V4l2Backend>();
+    cameras->v4l2Discovery().startMonitoring();
+    return std::make_unique<SplitBackend>(std::move(cameras), std::make_unique<QtAudioBackend>());
+}

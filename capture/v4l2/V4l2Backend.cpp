@@ -1,0 +1,34 @@
+#include "capture/v4l2/V4l2Backend.h"
+
+#include "capture/v4l2/V4l2Errors.h"
+#include "capture/v4l2/V4l2Input.h"
+
+#include <cerrno>
+
+V4l2Backend::V4l2Backend(std::shared_ptr<V4l2Io> io) : m_io(io), m_discovery(std::move(io)) {
+}
+
+std::unique_ptr<CaptureSession> V4l2Backend::makeSession() {
+    return std::make_unique<CaptureSession>();
+}
+
+DeviceInputResult V4l2Backend::makeDeviceInput(const CaptureDevice& device) {
+    auto devnode = m_discovery.devnodeOf(device.uniqueID);
+    if (!devnode) {
+        m_discovery.allDevices(); // a device plugged in since the last listing
+        devnode = m_discovery.devnodeOf(device.uniqueID);
+    }
+    if (!devnode)
+        return {nullptr, v4l2ErrorText(ENOENT)};
+    const int fd = m_io->open(devnode->c_str());
+    if (fd < 0)
+        return {nullptr, v4l2ErrorText(fd)};
+    auto handle = std::make_shared<V4l2Fd>(m_io, fd);
+    // The node may now belong to another device (unplugged and another plugged in).
+    UdevVideoNode node;
+    node.devnode = *devnode;
+    const auto probed = probeVideoNode(*m_io, node);
+    if (!probed)
+        return {nullptr, v4l2ErrorText(ENODEV)};
+    return {std::make_shared<V4l2Input>(device, *devnode, std::move(handle)), {}};
+}

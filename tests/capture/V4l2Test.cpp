@@ -1,0 +1,319 @@
+#include "capture/CaptureTestSupport.h"
+#include "capture/RecordedV4l2Io.h"
+#include "capture/v4l2/FrameDecoder.h"
+#include "capture/v4l2/V4l2Backend.h"
+#include "capture/v4l2/V4l2Formats.h"
+#include "capture/v4l2/V4l2Input.h"
+#include "capture/virtual/VirtualScene.h"
+
+#include <QSignalSpy>
+
+#include <gtest/gtest.h>
+#include <turbojpeg.h>
+
+namespace {
+
+const std::string node0 = "/dev/video0";
+
+UdevVideoNode usbNode(std::string devnode, const char* port) {
+    UdevVideoNode node;
+    node.devnode = std::move(devnode);
+    node.idPath = QStringLiteral("pci-0000:00:14.0-usb-0:%1:1.0").arg(port);
+    node.vendorId = QStringLiteral("046d");
+    node.productId = QStringLiteral("082d");
+    node.model = QStringLiteral("HD_Pro_Webcam_C920");
+    return node;
+}
+
+// A real JPEG of the virtual scene, as a camera would send it.
+std::vector<std::uint8_t> jpegFrame(int width, int height, PixelBuffer* source = nullptr) {
+    PixelBuffer picture = PixelBuffer::allocate(width, height);
+    VirtualScene::render(VirtualScene::Motion::pan, 0, picture);
+    if (source)
+        *source = picture;
+    tjhandle handle = tjInitCompress();
+    unsigned char* jpeg = nullptr;
+    unsigned long size = 0;
+    tjCompress2(handle, picture.data(), width, picture.stride(), height, TJPF_BGRA, &jpeg, &size,
+                TJSAMP_422, 85, 0);
+    std::vector<std::uint8_t> bytes(jpeg, jpeg + size);
+    tjFree(jpeg);
+    tjDestroy(handle);
+    return bytes;
+}
+
+class V4l2StreamTest : public ::testing::Test {
+protected:
+    V4l2StreamTest() {
+        io->cameras[node0] = uvcWebcam();
+        discovery.handleEvent(QStringLiteral("add"), usbNode(node0, "2"));
+    }
+
+    std::shared_ptr<CaptureSession> startSession(SessionPreset preset = SessionPreset::high) {
+        auto made = backend.makeDeviceInput(discovery.allDevicesSeen().front());
+        EXPECT_TRUE(made.input) << made.error.toStdString();
+        input = std::dynamic_pointer_cast<V4l2Input>(made.input);
+        auto session = std::shared_ptr<CaptureSession>(backend.makeSession());
+        session->setSessionPreset(preset);
+        session->addInput(made.input);
+        output = std::make_shared<TaggedOutput>(0);
+        // Keeps every frame, so the count of delivered frames does not depend on timing.
+        output->setAlwaysDiscardsLateVideoFrames(false);
+        output->setSampleBufferDelegate(delegate, &queue);
+        session->addOutput(output);
+        session->startRunning();
+        return session;
+    }
+
+    std::shared_ptr<RecordedV4l2Io> io = std::make_shared<RecordedV4l2Io>();
+    V4l2Backend backend{io};
+    struct SeenDiscovery {
+        V4l2Discovery& discovery;
+        std::vector<CaptureDevice> seen;
+        void handleEvent(const QString& action, const UdevVideoNode& node) {
+            QObject::connect(&discovery, &DeviceDiscovery::devicesChanged,
+                             [this](DeviceChange change, const CaptureDevice& device) {
+                                 if (change == DeviceChange::connected)
+                                     seen.push_back(device);
+                             });
+            discovery.handleEvent(action, node);
+        }
+        const std::vector<CaptureDevice>& allDevicesSeen() const { return seen; }
+    } discovery{backend.v4l2Discovery(), {}};
+    SerialQueue queue{"com.ostrel.cam.video0"};
+    std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
+    std::shared_ptr<V4l2Input> input;
+    std::shared_ptr<TaggedOutput> output;
+};
+
+} // namespace
+
+TEST(V4l2Formats, ListsTheHandledFormatsOfARecordedUvcCamera) {
+    auto io = std::make_shared<RecordedV4l2Io>();
+    io->cameras[node0] = uvcWebcam();
+    const V4l2Fd fd(io, io->open(node0.c_str()));
+    const auto options = listFormats(fd);
+    EXPECT_EQ(options.size(), 19u + 17u); // the H.264 format is left out
+    EXPECT_EQ(options.front(),
+              (V4l2FormatOption{V4L2_PIX_FMT_YUYV, 640, 480, {30, 24, 20, 15, 10, 7.5, 5}}));
+    EXPECT_EQ(options.back(),
+              (V4l2FormatOption{V4L2_PIX_FMT_MJPEG, 1920, 1080, {30, 24, 20, 15, 10, 7.5, 5}}));
+}
+
+TEST(V4l2Formats, HighPrefersMjpegAtTheLargest16By9SizeUpTo1080pAt30) {
+    auto io = std::make_shared<RecordedV4l2Io>();
+    io->cameras[node0] = uvcWebcam();
+    const V4l2Fd fd(io, io->open(node0.c_str()));
+    const auto options = listFormats(fd);
+    EXPECT_EQ(chooseFormat(options, SessionPreset::high),
+              (V4l2StreamFormat{V4L2_PIX_FMT_MJPEG, 1920, 1080, 30}));
+
+    // Without MJPEG: YUYV runs 30 fps only up to 640 x 360 among its 16:9 sizes.
+    std::vector<V4l2FormatOption> yuyv;
+    for (const auto& option : options)
+        if (option.pixelFormat == V4L2_PIX_FMT_YUYV)
+            yuyv.push_back(option);
+    EXPECT_EQ(chooseFormat(yuyv, SessionPreset::high),
+              (V4l2StreamFormat{V4L2_PIX_FMT_YUYV, 640, 360, 30}));
+
+    // Only 4:3 sizes: the largest at 30; only slow sizes: the largest; only huge: the smallest.
+    EXPECT_EQ(
+        chooseFormat({{V4L2_PIX_FMT_MJPEG, 640, 480, {30}}, {V4L2_PIX_FMT_MJPEG, 1280, 960, {15}}},
+                     SessionPreset::high),
+        (V4l2StreamFormat{V4L2_PIX_FMT_MJPEG, 640, 480, 30}));
+    EXPECT_EQ(
+        chooseFormat({{V4L2_PIX_FMT_YUYV, 640, 480, {15}}, {V4L2_PIX_FMT_YUYV, 1280, 720, {5}}},
+                     SessionPreset::high),
+        (V4l2StreamFormat{V4L2_PIX_FMT_YUYV, 1280, 720, 0}));
+    EXPECT_EQ(chooseFormat(
+                  {{V4L2_PIX_FMT_MJPEG, 3840, 2160, {30}}, {V4L2_PIX_FMT_MJPEG, 2560, 1440, {30}}},
+                  SessionPreset::high),
+              (V4l2StreamFormat{V4L2_PIX_FMT_MJPEG, 2560, 1440, 0}));
+    EXPECT_FALSE(chooseFormat({}, SessionPreset::high));
+    EXPECT_FALSE(chooseFormat({{V4L2_PIX_FMT_H264, 1920, 1080, {30}}}, SessionPreset::high));
+
+    // The device default keeps a handled current format, else falls back to the high choice.
+    EXPECT_EQ(chooseFormat(options, SessionPreset::deviceDefault,
+                           V4l2StreamFormat{V4L2_PIX_FMT_YUYV, 640, 480, 0}),
+              (V4l2StreamFormat{V4L2_PIX_FMT_YUYV, 640, 480, 0}));
+    EXPECT_EQ(chooseFormat(options, SessionPreset::deviceDefault,
+                           V4l2StreamFormat{V4L2_PIX_FMT_H264, 1920, 1080, 0}),
+              (V4l2StreamFormat{V4L2_PIX_FMT_MJPEG, 1920, 1080, 30}));
+}
+
+TEST(V4l2Discovery, IdsFollowThePortAndTheModelNotTheDeviceNode) {
+    const QString first = stableDeviceId(usbNode("/dev/video0", "2"));
+    EXPECT_EQ(first, QStringLiteral("pci-0000:00:14.0-usb-0:2:1.0-046d:082d"));
+    // Replugged into the same port it may get another node, but keeps its id.
+    EXPECT_EQ(stableDeviceId(usbNode("/dev/video4", "2")), first);
+    // The identical twin on the next port has its own id.
+    EXPECT_NE(stableDeviceId(usbNode("/dev/video2", "3")), first);
+    UdevVideoNode second = usbNode("/dev/video1", "2");
+    second.index = 1;
+    EXPECT_EQ(stableDeviceId(second), first + QStringLiteral("-index1"));
+    UdevVideoNode bare;
+    bare.devnode = "/dev/video7";
+    EXPECT_EQ(stableDeviceId(bare), QStringLiteral("v4l2:/dev/video7"));
+}
+
+TEST(V4l2Discovery, ProbingKeepsCaptureNodesAndSkipsMetadataNodes) {
+    RecordedV4l2Io io;
+    io.cameras["/dev/video0"] = uvcWebcam();
+    io.cameras["/dev/video1"] = uvcWebcam();
+    io.cameras["/dev/video1"].deviceCaps = V4L2_CAP_META_CAPTURE | V4L2_CAP_STREAMING;
+    io.cameras["/dev/video2"] = uvcWebcam();
+    io.cameras["/dev/video2"].card = "  ";
+    io.cameras["/dev/video3"] = uvcWebcam();
+    io.cameras["/dev/video3"].openError = EACCES;
+
+    const auto camera = probeVideoNode(io, usbNode("/dev/video0", "2"));
+    ASSERT_TRUE(camera);
+    EXPECT_EQ(camera->localizedName, QStringLiteral("HD Pro Webcam C920"));
+    EXPECT_EQ(camera->deviceType, DeviceType::external);
+    EXPECT_EQ(camera->uniqueID, stableDeviceId(usbNode("/dev/video0", "2")));
+    EXPECT_FALSE(probeVideoNode(io, usbNode("/dev/video1", "2")));
+    EXPECT_EQ(probeVideoNode(io, usbNode("/dev/video2", "3"))->localizedName,
+              QStringLiteral("HD Pro Webcam C920"));
+    EXPECT_FALSE(probeVideoNode(io, usbNode("/dev/video3", "4")));
+    EXPECT_FALSE(probeVideoNode(io, usbNode("/dev/video9", "5")));
+    UdevVideoNode builtIn = usbNode("/dev/video0", "7");
+    builtIn.fixed = true;
+    EXPECT_EQ(probeVideoNode(io, builtIn)->deviceType, DeviceType::builtInWideAngle);
+    EXPECT_EQ(io.opened, io.closed);
+}
+
+TEST(V4l2Discovery, HotPlugEventsNameTheDeviceThatCameAndWent) {
+    auto io = std::make_shared<RecordedV4l2Io>();
+    io->cameras["/dev/video0"] = uvcWebcam();
+    io->cameras["/dev/video1"] = uvcWebcam();
+    io->cameras["/dev/video1"].deviceCaps = V4L2_CAP_META_CAPTURE;
+    V4l2Discovery discovery(io);
+    std::vector<std::pair<DeviceChange, CaptureDevice>> seen;
+    QObject::connect(&discovery, &DeviceDiscovery::devicesChanged,
+                     [&](DeviceChange change, const CaptureDevice& device) {
+                         seen.emplace_back(change, device);
+                     });
+    // A storm of plug and unplug events of the picture node and its metadata node.
+    for (int i = 0; i < 100; ++i) {
+        discovery.handleEvent(QStringLiteral("add"), usbNode("/dev/video0", "2"));
+        discovery.handleEvent(QStringLiteral("add"), usbNode("/dev/video1", "2"));
+        discovery.handleEvent(QStringLiteral("remove"), usbNode("/dev/video1", "2"));
+        discovery.handleEvent(QStringLiteral("remove"),
+                              UdevVideoNode{"/dev/video0", {}, {}, {}, {}, 0, false});
+    }
+    ASSERT_EQ(seen.size(), 200u);
+    for (std::size_t i = 0; i < seen.size(); ++i) {
+        EXPECT_EQ(seen[i].first, i % 2 ? DeviceChange::disconnected : DeviceChange::connected);
+        EXPECT_EQ(seen[i].second.uniqueID, stableDeviceId(usbNode("/dev/video0", "2")));
+        EXPECT_EQ(seen[i].second.localizedName, QStringLiteral("HD Pro Webcam C920"));
+    }
+    EXPECT_EQ(discovery.devnodeOf(seen[0].second.uniqueID), "/dev/video0");
+    discovery.handleEvent(QStringLiteral("remove"), usbNode("/dev/video5", "9"));
+    EXPECT_EQ(seen.size(), 200u);
+    EXPECT_EQ(io->opened, io->closed);
+}
+
+TEST(V4l2Discovery, ListingThroughUdevWorksWithoutCameras) {
+    V4l2Backend backend;
+    const auto devices = backend.discovery().allDevices(); // none on a machine without cameras
+    for (const CaptureDevice& device : devices)
+        EXPECT_FALSE(device.uniqueID.isEmpty());
+    const auto made =
+        backend.makeDeviceInput({QStringLiteral("no-such-port"), {}, DeviceType::external});
+    EXPECT_FALSE(made.input);
+    EXPECT_EQ(made.error, QStringLiteral("Gerät nicht gefunden"));
+}
+
+TEST_F(V4l2StreamTest, DecodesMjpegDropsATruncatedFrameAndEndsOnEnodev) {
+    PixelBuffer source;
+    const auto good = jpegFrame(1920, 1080, &source);
+    auto truncated = good;
+    truncated.resize(good.size() / 2);
+    io->push(node0, good);
+    io->push(node0, truncated);
+    io->push(node0, good);
+
+    auto session = startSession();
+    ASSERT_TRUE(session->isRunning());
+    EXPECT_EQ(input->format(), (V4l2StreamFormat{V4L2_PIX_FMT_MJPEG, 1920, 1080, 30}));
+    EXPECT_EQ(io->bufferCount, std::uint32_t(V4l2Input::bufferCount));
+
+    ASSERT_TRUE(pumpUntil([&] { return output->deliveredCount() + output->droppedCount() == 3; }));
+    EXPECT_EQ(output->deliveredCount(), 2);
+    EXPECT_EQ(output->droppedCount(), 1);
+    EXPECT_EQ(delegate->size(0), QSize(1920, 1080));
+
+    // Unplugged mid-stream: the driver answers ENODEV and the session stops running.
+    EXPECT_TRUE(session->isRunning());
+    io->failAfterFrames(node0, ENODEV);
+    ASSERT_TRUE(pumpUntil([&] { return !session->isRunning(); }));
+    session->stopRunning();
+    EXPECT_EQ(io->mapped, io->unmapped);
+    EXPECT_EQ(io->count(VIDIOC_STREAMOFF), 1);
+    session.reset();
+    input.reset();
+    EXPECT_EQ(io->opened, io->closed);
+}
+
+TEST_F(V4l2StreamTest, BusyDeviceFailsToStartAndReleasesWhatItTook) {
+    LogProbe log;
+    io->cameras[node0].failing[VIDIOC_STREAMON] = EBUSY;
+    auto session = startSession();
+    EXPECT_FALSE(session->isRunning());
+    EXPECT_EQ(session->lastStartError(), QStringLiteral("Gerät wird bereits verwendet"));
+    EXPECT_EQ(log.entries(),
+              (std::vector<std::pair<LogLevel, QString>>{
+                  {LogLevel::warn, "Kamera-Stream nicht gestartet (HD Pro Webcam C920): Gerät "
+                                   "wird bereits verwendet"}}));
+    EXPECT_EQ(io->mapped, V4l2Input::bufferCount);
+    EXPECT_EQ(io->unmapped, io->mapped);
+
+    // Once the other program lets go, the same input starts.
+    io->cameras[node0].failing.clear();
+    session->startRunning();
+    EXPECT_TRUE(session->isRunning());
+}
+
+TEST_F(V4l2StreamTest, YuyvFallbackConvertsToBgra) {
+    io->cameras[node0].formats.pop_back(); // no MJPEG
+    io->cameras[node0].current = {};
+    std::vector<std::uint8_t> frame(640 * 360 * 2);
+    for (std::size_t i = 0; i < frame.size(); i += 4) {
+        const bool top = i < frame.size() / 2;
+        frame[i] = frame[i + 2] = top ? 235 : 16; // white above, black below
+        frame[i + 1] = frame[i + 3] = 128;
+    }
+    io->push(node0, frame);
+    io->push(node0, std::vector<std::uint8_t>(100)); // short frame: dropped
+    auto session = startSession(SessionPreset::high);
+    ASSERT_TRUE(pumpUntil([&] { return output->deliveredCount() + output->droppedCount() == 2; }));
+    EXPECT_EQ(output->deliveredCount(), 1);
+    EXPECT_EQ(input->format(), (V4l2StreamFormat{V4L2_PIX_FMT_YUYV, 640, 360, 30}));
+    EXPECT_EQ(delegate->size(0), QSize(640, 360));
+}
+
+TEST(FrameDecoder, DecodesJpegToBgraAndRejectsBrokenData) {
+    PixelBuffer source;
+    const auto jpeg = jpegFrame(640, 360, &source);
+    FrameDecoder decoder(V4L2_PIX_FMT_MJPEG, 640, 360);
+    const PixelBuffer decoded = decoder.decode(jpeg.data(), jpeg.size());
+    ASSERT_TRUE(decoded);
+    long error = 0;
+    for (int y = 0; y < 360; y += 9)
+        for (int x = 0; x < 640; x += 11)
+            for (int c = 0; c < 3; ++c)
+                error += std::abs(int(decoded.row(y)[x * 4 + c]) - int(source.row(y)[x * 4 + c]));
+    EXPECT_LT(double(error) / (40 * 59 * 3), 12.0); // JPEG is lossy, but close
+    EXPECT_EQ(decoded.row(100)[3], 255);
+
+    auto truncated = jpeg;
+    truncated.resize(jpeg.size() - 300);
+    EXPECT_FALSE(decoder.decode(truncated.data(), truncated.size()));
+    std::vector<std::uint8_t> garbage(5000, 0x5A);
+    garbage.back() = 0xD9;
+    garbage[garbage.size() - 2] = 0xFF;
+    EXPECT_FALSE(decoder.decode(garbage.data(), garbage.size()));
+    EXPECT_FALSE(decoder.decode(nullptr, 0));
+    FrameDecoder other(V4L2_PIX_FMT_MJPEG, 1280, 720); // a frame of another size
+    EXPECT_FALSE(other.decode(jpeg.data(), jpeg.size()));
+}
