@@ -7,7 +7,6 @@
 #include <QQuickWindow>
 #include <QSGImageNode>
 #include <QSGRectangleNode>
-#include <QSGTransformNode>
 
 namespace {
 
@@ -141,32 +140,29 @@ int CameraPreviewView::configurationCount() const {
 }
 
 QSGNode* CameraPreviewView::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
-    // Black without a picture; the picture covers the whole item. (Not both at once: Qt's
-    // software renderer lets an opaque node hide a later image node under a transform.)
-    QSGNode* root = old;
-    if (!root) {
-        root = new QSGNode;
-        QSGRectangleNode* background = window()->createRectangleNode();
-        background->setColor(Qt::black);
-        root->appendChildNode(background);
-        root->appendChildNode(new QSGTransformNode);
-    }
-    static_cast<QSGRectangleNode*>(root->firstChild())
-        ->setRect(m_frame ? QRectF() : boundingRect());
-    auto* mirror = static_cast<QSGTransformNode*>(root->lastChild());
-    QMatrix4x4 matrix;
-    if (m_mirrored) {
-        matrix.translate(float(width()), 0);
-        matrix.scale(-1, 1);
-    }
-    mirror->setMatrix(matrix);
-
-    auto* image = static_cast<QSGImageNode*>(mirror->firstChild());
+    // One node: a black rectangle without a picture, else the picture covering the item. (Qt's
+    // software renderer misplaces image nodes below a plain container node.)
     if (!m_frame) {
-        delete image;
+        if (old && m_nodeShowsPicture) {
+            delete old;
+            old = nullptr;
+        }
+        m_nodeShowsPicture = false;
         m_frameDirty = false;
-        return root;
+        auto* background = static_cast<QSGRectangleNode*>(old);
+        if (!background) {
+            background = window()->createRectangleNode();
+            background->setColor(Qt::black);
+        }
+        background->setRect(boundingRect());
+        return background;
     }
+    if (old && !m_nodeShowsPicture) {
+        delete old;
+        old = nullptr;
+    }
+    m_nodeShowsPicture = true;
+    auto* image = static_cast<QSGImageNode*>(old);
     if (!image) {
         image = window()->createImageNode();
         image->setOwnsTexture(true);
@@ -178,8 +174,10 @@ QSGNode* CameraPreviewView::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) 
         m_frameDirty = false;
     }
     image->setRect(boundingRect());
+    // The crop is centred, so renderers that mirror the whole texture before cropping (the
+    // software one) and those that mirror the crop show the same.
     image->setSourceRect(aspectFillSource(QSizeF(m_frame.width(), m_frame.height()), size()));
-    if (!image->parent())
-        mirror->appendChildNode(image); // only once it has a texture
-    return root;
+    image->setTextureCoordinatesTransform(m_mirrored ? QSGImageNode::MirrorHorizontally
+                                                     : QSGImageNode::NoTransform);
+    return image;
 }

@@ -74,6 +74,7 @@ private:
     int m_framesShown = 0;
     QTimer m_timer;
     std::shared_ptr<PreviewSession> m_session;
-    PixelBuffer m_frame;       // what is shown
-    bool m_frameDirty = false; // a new frame waits for the next sync
+    PixelBuffer m_frame;             // what is shown
+    bool m_frameDirty = false;       // a new frame waits for the next sync
+    bool m_nodeShowsPicture = false; // the paint node is the picture, not the black fill
 };
