@@ -216,4 +216,437 @@
         <translation>WIDE (no signal)</translation>
     </message>
 </context>
+<context>
+    <name>AboutContent</name>
+    <message>
+        <source>Dein Blick. Deine Perspektive.</source>
+        <translation>Your view. Your perspective.</translation>
+    </message>
+    <message>
+        <source>Version </source>
+        <translation>Version </translation>
+    </message>
+    <message>
+        <source>Native Mac-App für die OSTREL USB-Doppel-Kameras (Wide + Macro).</source>
+        <translation>Native app for the OSTREL USB twin cameras (Wide + Macro).</translation>
+    </message>
+</context>
+<context>
+    <name>AudioSettings</name>
+    <message>
+        <source>Mikrofon</source>
+        <translation>Microphone</translation>
+    </message>
+    <message>
+        <source>Kein Ton</source>
+        <translation>No sound</translation>
+    </message>
+    <message>
+        <source>Ohne Ton wird nur Bild aufgenommen. Ein angeschlossenes USB-Mikrofon erscheint hier zur Auswahl.</source>
+        <translation>Without sound, only the picture is recorded. A connected USB microphone appears here to choose.</translation>
+    </message>
+</context>
+<context>
+    <name>CameraSettings</name>
+    <message>
+        <source>Zuordnung</source>
+        <translation>Assignment</translation>
+    </message>
+    <message>
+        <source>Wide (Übersicht)</source>
+        <translation>Wide (overview)</translation>
+    </message>
+    <message>
+        <source>Macro (Nahaufnahme)</source>
+        <translation>Macro (close-up)</translation>
+    </message>
+    <message>
+        <source>Wide ↔ Macro tauschen</source>
+        <translation>Swap Wide ↔ Macro</translation>
+    </message>
+    <message>
+        <source>Wide und Macro sind dieselbe Kamera.</source>
+        <translation>Wide and Macro are the same camera.</translation>
+    </message>
+    <message>
+        <source>Bild</source>
+        <translation>Picture</translation>
+    </message>
+    <message>
+        <source>Bildstabilisierung (Makro)</source>
+        <translation>Image stabilisation (Macro)</translation>
+    </message>
+    <message>
+        <source>Reduziert das Zittern der Makro-Kamera (leichter Bildausschnitt).</source>
+        <translation>Reduces the shake of the Macro camera (slightly cropped picture).</translation>
+    </message>
+    <message>
+        <source>Startet die Ersteinrichtung (Ordner, Kameras, Mikrofon) erneut.</source>
+        <translation>Starts the first-run setup (folder, cameras, microphone) again.</translation>
+    </message>
+    <message>
+        <source>Einrichtung erneut durchführen</source>
+        <translation>Run setup again</translation>
+    </message>
+    <message>
+        <source>Diagnose-Anzeigen und Feinjustierung der Bildstabilisierung.</source>
+        <translation>Diagnostic displays and fine-tuning of the image stabilisation.</translation>
+    </message>
+    <message>
+        <source>Entwickler-Optionen</source>
+        <translation>Developer options</translation>
+    </message>
+</context>
+<context>
+    <name>DeveloperControls</name>
+    <message>
+        <source>Kamera-FPS anzeigen</source>
+        <translation>Show camera FPS</translation>
+    </message>
+    <message>
+        <source>Stabilisierungs-Regler einblenden</source>
+        <translation>Show stabilisation sliders</translation>
+    </message>
+    <message>
+        <source>Stabilisierungs-Rahmen zeigen</source>
+        <translation>Show stabilisation frame</translation>
+    </message>
+    <message>
+        <source>Stabilisierungs-Diagnose loggen</source>
+        <translation>Log stabilisation diagnostics</translation>
+    </message>
+</context>
+<context>
+    <name>GeneralSettings</name>
+    <message>
+        <source>Darstellung</source>
+        <translation>Appearance</translation>
+    </message>
+    <message>
+        <source>Sprache: OSTREL folgt der Systemsprache (Deutsch/Englisch). Ändern unter Systemeinstellungen → Allgemein → Sprache &amp; Region → Apps.</source>
+        <translation>Language: OSTREL follows the system language (German/English). Change it under System Settings → General → Language &amp; Region → Apps.</translation>
+    </message>
+    <message>
+        <source>Erscheinungsbild</source>
+        <translation>Appearance</translation>
+    </message>
+    <message>
+        <source>Wasserzeichen</source>
+        <translation>Watermark</translation>
+    </message>
+    <message>
+        <source>Praxis-Wasserzeichen einblenden</source>
+        <translation>Show practice watermark</translation>
+    </message>
+    <message>
+        <source>Praxisname</source>
+        <translation>Practice name</translation>
+    </message>
+    <message>
+        <source>Tastenkürzel</source>
+        <translation>Keyboard shortcuts</translation>
+    </message>
+</context>
+<context>
+    <name>HelpSettings</name>
+    <message>
+        <source>Hilfe</source>
+        <translation>Help</translation>
+    </message>
+    <message>
+        <source>Support kontaktieren</source>
+        <translation>Contact support</translation>
+    </message>
+    <message>
+        <source>Nur im Notfall — das Fehlerprotokoll hilft dem Support, falls etwas klemmt.</source>
+        <translation>Only in an emergency — the error log helps support if something is stuck.</translation>
+    </message>
+    <message>
+        <source>Diagnose / Fehlerprotokoll öffnen…</source>
+        <translation>Open diagnostics / error log…</translation>
+    </message>
+</context>
+<context>
+    <name>OnboardingCameras</name>
+    <message>
+        <source>Kameras zuordnen</source>
+        <translation>Assign cameras</translation>
+    </message>
+    <message>
+        <source>Welche Kamera ist Wide (Übersicht), welche Macro (Nahaufnahme)? Das Vorschaubild hilft beim Unterscheiden — die beiden USB-Kameras heißen gleich.</source>
+        <translation>Which camera is Wide (overview), which is Macro (close-up)? The preview helps to tell them apart — both USB cameras have the same name.</translation>
+    </message>
+    <message>
+        <source>Es ist noch keine zweite Kamera angeschlossen.</source>
+        <translation>No second camera is connected yet.</translation>
+    </message>
+    <message>
+        <source>Bitte beide OSTREL-Kameras mit dem mitgelieferten Kabel anstecken. Die Liste aktualisiert sich automatisch.</source>
+        <translation>Please plug in both OSTREL cameras with the supplied cable. The list updates automatically.</translation>
+    </message>
+    <message>
+        <source>Wide (Übersicht)</source>
+        <translation>Wide (overview)</translation>
+    </message>
+    <message>
+        <source>Macro (Nahaufnahme)</source>
+        <translation>Macro (close-up)</translation>
+    </message>
+    <message>
+        <source>Bitte zwei verschiedene Kameras wählen.</source>
+        <translation>Please choose two different cameras.</translation>
+    </message>
+</context>
+<context>
+    <name>OnboardingController</name>
+    <message>
+        <source>Los geht&apos;s</source>
+        <translation>Let&apos;s go</translation>
+    </message>
+    <message>
+        <source>Einrichtung abschließen</source>
+        <translation>Finish setup</translation>
+    </message>
+    <message>
+        <source>Weiter</source>
+        <translation>Continue</translation>
+    </message>
+    <message>
+        <source>Kein Ton</source>
+        <translation>No sound</translation>
+    </message>
+</context>
+<context>
+    <name>OnboardingFolder</name>
+    <message>
+        <source>Aufnahmeordner wählen</source>
+        <translation>Choose recording folder</translation>
+    </message>
+    <message>
+        <source>Hier speichert OSTREL Videos und Fotos. Du kannst den Ordner später in den Einstellungen ändern.</source>
+        <translation>OSTREL saves videos and photos here. You can change the folder later in the settings.</translation>
+    </message>
+    <message>
+        <source>Ordner wählen…</source>
+        <translation>Choose folder…</translation>
+    </message>
+    <message>
+        <source>Vorschlag: „OSTREL Aufnahmen“ in deinem Filme-Ordner.</source>
+        <translation>Suggestion: “OSTREL Aufnahmen” in your Videos folder.</translation>
+    </message>
+</context>
+<context>
+    <name>OnboardingMic</name>
+    <message>
+        <source>Mikrofon wählen</source>
+        <translation>Choose microphone</translation>
+    </message>
+    <message>
+        <source>Womit soll der Ton aufgenommen werden? Du kannst auch ohne Ton aufnehmen.</source>
+        <translation>What should record the sound? You can also record without sound.</translation>
+    </message>
+    <message>
+        <source>Mikrofon</source>
+        <translation>Microphone</translation>
+    </message>
+    <message>
+        <source>Kein Ton</source>
+        <translation>No sound</translation>
+    </message>
+    <message>
+        <source>Standard ist „Kein Ton“. Ein angeschlossenes USB-Mikrofon erscheint hier zur Auswahl.</source>
+        <translation>The default is “No sound”. A connected USB microphone appears here to choose.</translation>
+    </message>
+</context>
+<context>
+    <name>OnboardingSummary</name>
+    <message>
+        <source>Fertig</source>
+        <translation>Done</translation>
+    </message>
+    <message>
+        <source>Alles eingerichtet. Du kannst jeden Punkt später in den Einstellungen ändern.</source>
+        <translation>All set. You can change each item later in the settings.</translation>
+    </message>
+    <message>
+        <source>Aufnahmeordner</source>
+        <translation>Recording folder</translation>
+    </message>
+    <message>
+        <source>Wide-Kamera</source>
+        <translation>Wide camera</translation>
+    </message>
+    <message>
+        <source>Macro-Kamera</source>
+        <translation>Macro camera</translation>
+    </message>
+    <message>
+        <source>Mikrofon</source>
+        <translation>Microphone</translation>
+    </message>
+</context>
+<context>
+    <name>OnboardingView</name>
+    <message>
+        <source>Zurück</source>
+        <translation>Back</translation>
+    </message>
+    <message>
+        <source>Kameras anschließen</source>
+        <translation>Connect the cameras</translation>
+    </message>
+    <message>
+        <source>Schließe beide OSTREL-Kameras mit dem mitgelieferten Kabel an deinen Mac an. Der USB-Hub ist fest in der Kamera verbaut — du brauchst keinen zusätzlichen Hub. Wenn du den USB-Anschluss am Mac wechselst, ordne die Kameras danach kurz neu zu (Einstellungen → Kameras oder „Einrichtung erneut durchführen“).</source>
+        <translation>Connect both OSTREL cameras to your computer with the supplied cable. The USB hub is built into the camera — you don&apos;t need an extra hub. If you change the USB port on the computer, quickly reassign the cameras afterwards (Settings → Cameras or “Run setup again”).</translation>
+    </message>
+    <message>
+        <source>Kamera am Kopfband ausrichten</source>
+        <translation>Align the camera on the headband</translation>
+    </message>
+    <message>
+        <source>Richte die Kamera mit dem Kopfband so aus, dass sie möglichst nah an den Okularen deiner Lupenbrille sitzt und möglichst parallel dazu zeigt. So erhältst du die beste Perspektive aus Sicht des Behandlers (POV).</source>
+        <translation>Align the camera with the headband so that it sits as close as possible to the eyepieces of your loupes and points as parallel to them as possible. This gives you the best perspective from the clinician&apos;s point of view (POV).</translation>
+    </message>
+    <message>
+        <source>Fokus einstellen</source>
+        <translation>Adjust the focus</translation>
+    </message>
+    <message>
+        <source>Der Fokus kann sich verstellen — du justierst ihn direkt an den Linsen.</source>
+        <translation>The focus can shift — you adjust it directly at the lenses.</translation>
+    </message>
+    <message>
+        <source>Untere Makro-Linse: leicht nach links oder rechts drehen, bis das Bild auf deinen individuellen Arbeitsabstand scharf ist. Stelle das am besten an einem Patienten am Stuhl in echter Arbeitsposition ein — im Stehen oder frei im Raum ist der Abstand oft ein anderer.</source>
+        <translation>Lower macro lens: turn it slightly left or right until the picture is sharp at your own working distance. Best set it on a patient in the chair in your real working position — standing or in free space the distance is often different.</translation>
+    </message>
+    <message>
+        <source>Obere Makro-Linse: ebenfalls drehen, bis das Bild scharf ist, und dann mit der kleinen Klemmschraube gegen das Kameragehäuse feststellen, damit sie sich nicht wieder verstellt.</source>
+        <translation>Upper macro lens: also turn it until the picture is sharp, then lock it against the camera housing with the small clamping screw so that it does not shift again.</translation>
+    </message>
+    <message>
+        <source>Kabel verlegen</source>
+        <translation>Route the cable</translation>
+    </message>
+    <message>
+        <source>Fädle das USB-Kabel durch den Verstellarm am Kopfband und anschließend hinten durch die Schlaufe der Gummi-Verstellung des Kopfbands. Befestige zum Schluss den Clip an deiner Kleidung — so stört das Kabel beim Behandeln nicht.</source>
+        <translation>Thread the USB cable through the adjustment arm on the headband and then, at the back, through the loop of the headband&apos;s rubber adjuster. Finally fasten the clip to your clothing — so the cable does not get in the way while treating.</translation>
+    </message>
+    <message>
+        <source>So bedienst du OSTREL</source>
+        <translation>How to use OSTREL</translation>
+    </message>
+    <message>
+        <source>Das Wide-Bild füllt das Fenster, die Macro-Kamera liegt als Bild-im-Bild unten. Unten sind Foto- und Aufnahme-Knopf, der Mikrofon-Pegel und der Regler für die Macro-Größe; oben rechts Auflösung, freier Speicher und das Zahnrad für die Einstellungen.</source>
+        <translation>The Wide picture fills the window, the Macro camera sits as picture-in-picture at the bottom. At the bottom are the photo and record buttons, the microphone level and the slider for the Macro size; at the top right the resolution, free storage and the gear for the settings.</translation>
+    </message>
+</context>
+<context>
+    <name>OnboardingWelcome</name>
+    <message>
+        <source>Dein Blick. Deine Perspektive.</source>
+        <translation>Your view. Your perspective.</translation>
+    </message>
+    <message>
+        <source>Willkommen. OSTREL zeigt deine beiden Lupen-Kameras (Wide + Macro) live als Bild-im-Bild und nimmt sie auf — direkt auf dem Mac. Diese kurze Einrichtung erklärt den Aufbau und legt Ordner, Kameras und Mikrofon fest.</source>
+        <translation>Welcome. OSTREL shows your two loupe cameras (Wide + Macro) live as picture-in-picture and records them — right on your computer. This short setup explains the assembly and sets the folder, cameras and microphone.</translation>
+    </message>
+</context>
+<context>
+    <name>RecordingFolderDialog</name>
+    <message>
+        <source>Wähle den Ordner, in dem OSTREL Aufnahmen und Fotos speichert.</source>
+        <translation>Choose the folder in which OSTREL saves recordings and photos.</translation>
+    </message>
+    <message>
+        <source>Auswählen</source>
+        <translation>Choose</translation>
+    </message>
+</context>
+<context>
+    <name>RecordingSettings</name>
+    <message>
+        <source>Auflösung</source>
+        <translation>Resolution</translation>
+    </message>
+    <message>
+        <source>Full HD (1920 × 1080)</source>
+        <translation>Full HD (1920 × 1080)</translation>
+    </message>
+    <message>
+        <source>Aufnahmeordner</source>
+        <translation>Recording folder</translation>
+    </message>
+    <message>
+        <source>Ordner</source>
+        <translation>Folder</translation>
+    </message>
+    <message>
+        <source>— nicht gesetzt —</source>
+        <translation>— not set —</translation>
+    </message>
+    <message>
+        <source>Ordner ändern…</source>
+        <translation>Change folder…</translation>
+    </message>
+    <message>
+        <source>Im Finder öffnen</source>
+        <translation>Show in file manager</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsController</name>
+    <message>
+        <source>Stärke</source>
+        <translation>Strength</translation>
+    </message>
+    <message>
+        <source>Glättung</source>
+        <translation>Smoothing</translation>
+    </message>
+    <message>
+        <source>Crop</source>
+        <translation>Crop</translation>
+    </message>
+    <message>
+        <source>Vorhersage</source>
+        <translation>Prediction</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsView</name>
+    <message>
+        <source>Allgemein</source>
+        <translation>General</translation>
+    </message>
+    <message>
+        <source>Aufnahme</source>
+        <translation>Recording</translation>
+    </message>
+    <message>
+        <source>Kameras</source>
+        <translation>Cameras</translation>
+    </message>
+    <message>
+        <source>Ton</source>
+        <translation>Sound</translation>
+    </message>
+    <message>
+        <source>Hilfe &amp; Info</source>
+        <translation>Help &amp; Info</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsWindow</name>
+    <message>
+        <source>Einstellungen</source>
+        <translation>Settings</translation>
+    </message>
+</context>
+<context>
+    <name>StabilizerTuningControls</name>
+    <message>
+        <source>Stabilisierung auf Standard zurücksetzen</source>
+        <translation>Reset stabilisation to defaults</translation>
+    </message>
+</context>
 </TS>

@@ -1,0 +1,43 @@
+import QtQuick
+import QtQuick.Window
+
+// The settings window: one fixed-size window around SettingsView.
+//
+// For the application shell:
+//   SettingsWindow {
+//       devices: deviceStore; recordings: recordingsStore; settings: settingsStore
+//       onSetupRequested: ...       // stop capture and show the setup in the main window
+//       onDiagnosticsRequested: ... // open the diagnostics window
+//   }
+// Create it anew (or reset `view.selection` to 0) on each opening: the tab and the developer
+// disclosure are not kept.
+Window {
+    id: window
+
+    required property var devices    // DeviceStore
+    required property var recordings // RecordingsStore
+    required property var settings   // SettingsStore
+    readonly property alias view: settingsView
+    signal setupRequested()
+    signal diagnosticsRequested()
+
+    objectName: "ostrel-settings"
+    title: qsTr("Einstellungen")
+    width: 560
+    height: 480
+    minimumWidth: 560
+    maximumWidth: 560
+    minimumHeight: 480
+    maximumHeight: 480
+    color: Theme.background
+
+    SettingsView {
+        id: settingsView
+        anchors.fill: parent
+        devices: window.devices
+        recordings: window.recordings
+        settings: window.settings
+        onSetupRequested: window.setupRequested()
+        onDiagnosticsRequested: window.diagnosticsRequested()
+    }
+}

@@ -1,0 +1,51 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+
+// The four stabiliser tuning values as sliders with their value, and a reset to the defaults.
+ColumnLayout {
+    id: tuning
+
+    required property var settings   // SettingsStore
+    required property var controller // SettingsController
+
+    spacing: 2
+
+    Repeater {
+        model: tuning.controller.tuningRows
+        delegate: RowLayout {
+            id: row
+            required property var modelData
+            Layout.fillWidth: true
+            spacing: 10
+            Label {
+                text: row.modelData.label
+                color: Theme.text
+                Layout.preferredWidth: 90
+            }
+            Label {
+                objectName: row.modelData.key + "Value"
+                text: Number(tuning.settings[row.modelData.key]).toFixed(2)
+                font.family: Theme.monoFamily
+                color: Theme.secondaryText
+                Layout.preferredWidth: 44
+            }
+            Slider {
+                objectName: row.modelData.key + "Slider"
+                Layout.fillWidth: true
+                from: row.modelData.from
+                to: row.modelData.to
+                stepSize: row.modelData.step
+                snapMode: Slider.SnapAlways
+                value: tuning.settings[row.modelData.key]
+                onMoved: tuning.settings[row.modelData.key] = value
+            }
+        }
+    }
+    Button {
+        objectName: "resetStabilizerButton"
+        Layout.topMargin: 4
+        text: qsTr("Stabilisierung auf Standard zurücksetzen")
+        onClicked: tuning.controller.resetStabilizer()
+    }
+}
