@@ -34,7 +34,8 @@ private:
 
 CameraManagerMac::CameraManagerMac(CaptureBackend& backend, SettingsStore& settings,
                                    QObject* parent)
-    : CameraManagerMac(backend, settings, Options{}, parent) {}
+    : CameraManagerMac(backend, settings, Options{}, parent) {
+}
 
 CameraManagerMac::CameraManagerMac(CaptureBackend& backend, SettingsStore& settings,
                                    Options options, QObject* parent)
@@ -56,14 +57,15 @@ CameraManagerMac::CameraManagerMac(CaptureBackend& backend, SettingsStore& setti
 
     currentManager() = this;
 
-    connect(&m_backend.discovery(), &DeviceDiscovery::devicesChanged, this,
-            [this](DeviceChange change, const CaptureDevice& device) {
-                if (change == DeviceChange::connected)
-                    deviceConnected(device);
-                else
-                    deviceDisconnected(device);
-            },
-            Qt::QueuedConnection);
+    connect(
+        &m_backend.discovery(), &DeviceDiscovery::devicesChanged, this,
+        [this](DeviceChange change, const CaptureDevice& device) {
+            if (change == DeviceChange::connected)
+                deviceConnected(device);
+            else
+                deviceDisconnected(device);
+        },
+        Qt::QueuedConnection);
 
     // A write failure during a recording: alert and stop, if still recording.
     QPointer<CameraManagerMac> weak(this);
@@ -100,9 +102,13 @@ CameraManagerMac::~CameraManagerMac() {
     m_delegate.reset();
 }
 
-CameraManagerMac* CameraManagerMac::current() { return currentManager().data(); }
+CameraManagerMac* CameraManagerMac::current() {
+    return currentManager().data();
+}
 
-void CameraManagerMac::drainConfigurationQueue() { m_camQueue->drain(); }
+void CameraManagerMac::drainConfigurationQueue() {
+    m_camQueue->drain();
+}
 
 // --- frames -------------------------------------------------------------------------------
 
@@ -165,9 +171,13 @@ void CameraManagerMac::cancelFPSTask() {
     m_fpsTask = {};
 }
 
-void CameraManagerMac::setStabilizationEnabled(bool on) { m_stabilizer->setEnabled(on); }
+void CameraManagerMac::setStabilizationEnabled(bool on) {
+    m_stabilizer->setEnabled(on);
+}
 
-double CameraManagerMac::currentZoom() const { return m_stabilizer->currentZoom(); }
+double CameraManagerMac::currentZoom() const {
+    return m_stabilizer->currentZoom();
+}
 
 // --- observable state ---------------------------------------------------------------------
 

@@ -51,8 +51,8 @@ public:
         QString tempFolder;             // the system's temporary folder when empty
         // Free bytes for a recording at (temporary folder, recording folder, temporary file);
         // measured off the main thread. The real volumes when empty.
-        std::function<std::optional<std::int64_t>(
-            const QString&, const std::optional<QString>&, const std::optional<QString>&)>
+        std::function<std::optional<std::int64_t>(const QString&, const std::optional<QString>&,
+                                                  const std::optional<QString>&)>
             freeSpace;
         std::chrono::milliseconds macroStartPause{200};
     };

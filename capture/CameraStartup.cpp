@@ -17,7 +17,9 @@ constexpr int pollAttempts = 60;
 constexpr auto watchdogDelay = 3000ms;
 constexpr int maxRestarts = 3;
 
-QString boolText(bool value) { return value ? QStringLiteral("true") : QStringLiteral("false"); }
+QString boolText(bool value) {
+    return value ? QStringLiteral("true") : QStringLiteral("false");
+}
 
 } // namespace
 
@@ -67,8 +69,9 @@ void CameraManagerMac::pollForCameras() {
         if (m_running || m_starting)
             return;
         setStatus(CameraStatus::noCameras);
-        ostrelLog(LogLevel::warn,
-                  QStringLiteral("Kameras nicht erkannt — beide anstecken; bei Bedarf neu starten."));
+        ostrelLog(
+            LogLevel::warn,
+            QStringLiteral("Kameras nicht erkannt — beide anstecken; bei Bedarf neu starten."));
         return;
     }
     m_scheduler.after(pollInterval, this, [this] { pollForCameras(); });
@@ -152,9 +155,9 @@ void CameraManagerMac::checkWatchdog() {
         return;
     }
     ++m_watchdogRetries;
-    ostrelLog(LogLevel::warn, QStringLiteral("Kamera ohne Bild ") + results +
-                                  QStringLiteral(" — automatischer Neustart %1/3")
-                                      .arg(m_watchdogRetries));
+    ostrelLog(LogLevel::warn,
+              QStringLiteral("Kamera ohne Bild ") + results +
+                  QStringLiteral(" — automatischer Neustart %1/3").arg(m_watchdogRetries));
     restartPipelines();
 }
 

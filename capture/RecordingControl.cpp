@@ -18,12 +18,14 @@
 
 namespace {
 
-SizeD canvasFor(bool high) { return high ? SizeD{2560, 1440} : SizeD{1920, 1080}; }
+SizeD canvasFor(bool high) {
+    return high ? SizeD{2560, 1440} : SizeD{1920, 1080};
+}
 
 } // namespace
 
-void CameraManagerMac::startRecording(int width, int height, bool withAudio,
-                                      const QImage& overlay, double macroFraction) {
+void CameraManagerMac::startRecording(int width, int height, bool withAudio, const QImage& overlay,
+                                      double macroFraction) {
     if (!m_running || m_isRecording)
         return;
     setRecording(true);
@@ -47,15 +49,16 @@ void CameraManagerMac::startRecording(int width, int height, bool withAudio,
             if (error) {
                 weak->setRecording(false);
                 weak->setStatus(CameraStatus::recordingError);
-                ostrelLog(LogLevel::error, QStringLiteral("Aufnahme-Start fehlgeschlagen: ") + *error);
+                ostrelLog(LogLevel::error,
+                          QStringLiteral("Aufnahme-Start fehlgeschlagen: ") + *error);
                 return;
             }
             weak->startStorageMonitor(width >= 2560);
-            ostrelLog(LogLevel::event, QStringLiteral("Aufnahme läuft (%1×%2, Audio: %3)")
-                                           .arg(width)
-                                           .arg(height)
-                                           .arg(sound ? QStringLiteral("an")
-                                                      : QStringLiteral("aus")));
+            ostrelLog(LogLevel::event,
+                      QStringLiteral("Aufnahme läuft (%1×%2, Audio: %3)")
+                          .arg(width)
+                          .arg(height)
+                          .arg(sound ? QStringLiteral("an") : QStringLiteral("aus")));
         });
     });
 }
@@ -63,9 +66,9 @@ void CameraManagerMac::startRecording(int width, int height, bool withAudio,
 void CameraManagerMac::startRecordingWith(bool high, bool withAudio, bool watermarkOn,
                                           const QString& praxisText, double macroFraction) {
     const SizeD canvas = canvasFor(high);
-    const QImage overlay = makeWatermark(
-        watermarkOn ? std::optional<QString>(praxisText) : std::nullopt, canvas.width,
-        canvas.height);
+    const QImage overlay =
+        makeWatermark(watermarkOn ? std::optional<QString>(praxisText) : std::nullopt, canvas.width,
+                      canvas.height);
     startRecording(int(canvas.width), int(canvas.height), withAudio, overlay, macroFraction);
 }
 
@@ -108,9 +111,10 @@ void CameraManagerMac::recordingFinished(std::optional<QString> file,
 
 void CameraManagerMac::moveRecordingToFolder(const QString& tempFile) {
     if (m_saveURL.isEmpty()) {
-        ostrelLog(LogLevel::warn,
-                  QStringLiteral("Kein Aufnahmeordner gewählt — Datei bleibt im temporären Ordner: ") +
-                      QFileInfo(tempFile).fileName());
+        ostrelLog(
+            LogLevel::warn,
+            QStringLiteral("Kein Aufnahmeordner gewählt — Datei bleibt im temporären Ordner: ") +
+                QFileInfo(tempFile).fileName());
         return;
     }
     const QString name = finalRecordingName(photoTimestamp());
@@ -149,9 +153,8 @@ void CameraManagerMac::takeSnapshot(bool high, bool watermarkOn, const QString& 
         job.macroZoom = macro->stabZoom;
         job.macroOffset = {macro->stabOffset.x(), macro->stabOffset.y()};
     }
-    job.overlay =
-        makeWatermark(watermarkOn ? std::optional<QString>(praxisText) : std::nullopt,
-                      job.canvas.width, job.canvas.height);
+    job.overlay = makeWatermark(watermarkOn ? std::optional<QString>(praxisText) : std::nullopt,
+                                job.canvas.width, job.canvas.height);
     job.macroFraction = macroFraction;
     if (!m_saveURL.isEmpty())
         job.folder = m_saveURL.toLocalFile();

@@ -94,8 +94,9 @@ std::optional<QString> moveFileReplacing(const QString& source, const QString& d
 QStringList leftoverRecordings(const QString& tempFolder, const QDateTime& now, int quietSeconds) {
     QStringList found;
     const QDir folder(tempFolder);
-    const auto entries = folder.entryInfoList({QStringLiteral("ostrel-*.mp4")},
-                                              QDir::Files | QDir::NoSymLinks | QDir::CaseSensitive, QDir::Name);
+    const auto entries =
+        folder.entryInfoList({QStringLiteral("ostrel-*.mp4")},
+                             QDir::Files | QDir::NoSymLinks | QDir::CaseSensitive, QDir::Name);
     for (const QFileInfo& entry : entries) {
         if (entry.lastModified().secsTo(now) >= quietSeconds)
             found << entry.absoluteFilePath();

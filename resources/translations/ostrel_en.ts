@@ -649,4 +649,23 @@
         <translation>Reset stabilisation to defaults</translation>
     </message>
 </context>
+<context>
+    <name>CameraManagerMac</name>
+    <message>
+        <source>Aufnahme fehlgeschlagen — Laufwerk getrennt oder Schreibfehler. Die Datei ist voraussichtlich unbrauchbar.</source>
+        <translation>Recording failed — drive disconnected or write error. The file is probably unusable.</translation>
+    </message>
+    <message>
+        <source>Aufnahme konnte nicht in den Aufnahmeordner verschoben werden (Laufwerk voll oder getrennt?). Die Datei liegt weiterhin im temporären Ordner.</source>
+        <translation>The recording could not be moved into the recording folder (drive full or disconnected?). The file is still in the temporary folder.</translation>
+    </message>
+    <message>
+        <source>Aufnahme automatisch beendet: Der Speicherplatz am Ziel ist fast voll. Die Aufnahme wurde gespeichert.</source>
+        <translation>Recording stopped automatically: the destination is almost full. The recording has been saved.</translation>
+    </message>
+    <message>
+        <source>Speicher fast voll · ≈ %1 Min</source>
+        <translation>Storage almost full · ≈ %1 min</translation>
+    </message>
+</context>
 </TS>

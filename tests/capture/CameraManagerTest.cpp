@@ -19,8 +19,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const QString kWide = VirtualDevices::camera1ID;
-const QString kMacro = VirtualDevices::camera2ID;
+// Read at use: the ids are statics of another file.
+#define kWide VirtualDevices::camera1ID
+#define kMacro VirtualDevices::camera2ID
 
 class CameraManagerTest : public ::testing::Test {
 protected:
@@ -126,7 +127,9 @@ TEST_F(CameraManagerTest, LatePluggedCameraIsFoundByThePollLoop) {
     scheduler.advance(8s);
     EXPECT_EQ(cam.pollCount(), 11);
     backend.devices().replug(kMacro);
-    pumpPosted(); // the connect notice starts a fresh round at once
+    pumpPosted(); // the connect notice restarts the count; the running loop tries next
+    EXPECT_EQ(cam.pollCount(), 0);
+    scheduler.advance(800ms);
     settle();
     EXPECT_EQ(cam.status(), CameraStatus::live);
     EXPECT_TRUE(log.messages().contains(QStringLiteral("Kamera angeschlossen: OSTREL Kamera")));
@@ -140,8 +143,8 @@ TEST_F(CameraManagerTest, PollLoopGivesUpAfterSixtyAttemptsAndAPlugInStartsAgain
     EXPECT_EQ(cam.pollCount(), 60);
     EXPECT_FALSE(cam.polling());
     EXPECT_EQ(cam.status(), CameraStatus::noCameras);
-    EXPECT_EQ(log.messages().count(
-                  QStringLiteral("Kameras nicht erkannt — beide anstecken; bei Bedarf neu starten.")),
+    EXPECT_EQ(log.messages().count(QStringLiteral(
+                  "Kameras nicht erkannt — beide anstecken; bei Bedarf neu starten.")),
               1);
     scheduler.advance(60s);
     EXPECT_EQ(scheduler.pendingCount(), 0) << "no polling after giving up";
@@ -193,10 +196,11 @@ TEST_F(CameraManagerTest, CameraWithoutPictureIsRestartedThreeTimesThenGivenUp) 
     scheduler.advance(3s);
     EXPECT_EQ(cam.status(), CameraStatus::noImage);
     EXPECT_TRUE(cam.running()) << "the restart button stays hidden";
-    EXPECT_TRUE(log.entries().back() ==
-                std::make_pair(LogLevel::error,
-                               QStringLiteral("Kamera liefert kein Bild (Wide:true Macro:false) — "
-                                              "bitte USB-Verbindung/Hub prüfen und neu starten (↻).")));
+    EXPECT_TRUE(
+        log.entries().back() ==
+        std::make_pair(LogLevel::error,
+                       QStringLiteral("Kamera liefert kein Bild (Wide:true Macro:false) — "
+                                      "bitte USB-Verbindung/Hub prüfen und neu starten (↻).")));
     scheduler.advance(10s);
     EXPECT_EQ(cam.status(), CameraStatus::noImage) << "the watchdog is not armed again";
 }
@@ -246,6 +250,7 @@ TEST_F(CameraManagerTest, StopWhileSearchingDoesNothingAndStopWhileLiveStopsEver
 
     backend.devices().replug(kMacro);
     pumpPosted();
+    scheduler.advance(800ms);
     settle();
     ASSERT_TRUE(bothCamerasDeliver());
     cam.stopCapture();
@@ -314,7 +319,8 @@ TEST_F(CameraManagerTest, FailedStartShowsTheRecordingError) {
     const auto entries = log.entries();
     ASSERT_FALSE(entries.empty());
     EXPECT_EQ(entries.back().first, LogLevel::error);
-    EXPECT_TRUE(entries.back().second.startsWith(QStringLiteral("Aufnahme-Start fehlgeschlagen: ")));
+    EXPECT_TRUE(
+        entries.back().second.startsWith(QStringLiteral("Aufnahme-Start fehlgeschlagen: ")));
     cam.stopRecording(); // nothing to stop
     pumpPosted();
     EXPECT_EQ(log.entries().size(), entries.size());
@@ -327,7 +333,8 @@ TEST_F(CameraManagerTest, RecordingWithoutFramesIsAFinishError) {
     settle();
     ASSERT_TRUE(cam.running());
     cam.startRecordingWith(false, false, false, QString(), 0.3);
-    pumpUntil([&] { return log.messages().join(u'\n').contains(QStringLiteral("Aufnahme läuft")); });
+    pumpUntil(
+        [&] { return log.messages().join(u'\n').contains(QStringLiteral("Aufnahme läuft")); });
     bool finished = false;
     cam.onRecordingFinished = [&] { finished = true; };
     cam.stopRecording();
@@ -368,7 +375,8 @@ TEST_F(CameraManagerTest, VanishedFolderKeepsTheFileAndAlerts) {
     ASSERT_TRUE(cam.userAlert());
     EXPECT_TRUE(cam.userAlert()->startsWith(
         QStringLiteral("Aufnahme konnte nicht in den Aufnahmeordner verschoben werden")));
-    EXPECT_TRUE(log.messages().last().startsWith(QStringLiteral("Aufnahme speichern fehlgeschlagen: ")));
+    EXPECT_TRUE(
+        log.messages().last().startsWith(QStringLiteral("Aufnahme speichern fehlgeschlagen: ")));
     EXPECT_FALSE(cam.activeTempFile());
 }
 
@@ -376,9 +384,11 @@ TEST_F(CameraManagerTest, StorageMonitorWarnsOnceThenStopsTheRecording) {
     CameraManagerMac& cam = live();
     freeBytes = 1'800'000'000;
     cam.startRecordingWith(false, false, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 3; }));
     int checks = 0;
     const auto checked = [&] { return pumpUntil([&] { return cam.storageChecks() == checks; }); };
-    ASSERT_TRUE(pumpUntil([&] { return log.messages().join(u'\n').contains(QStringLiteral("Aufnahme läuft")); }));
+    ASSERT_TRUE(pumpUntil(
+        [&] { return log.messages().join(u'\n').contains(QStringLiteral("Aufnahme läuft")); }));
     scheduler.advance(5s);
     ++checks;
     ASSERT_TRUE(checked());
@@ -434,6 +444,7 @@ TEST_F(CameraManagerTest, LeftoverRecordingOfACrashIsRecovered) {
     QFile file(leftover);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write(QByteArray(1000, 'x'));
+    file.flush();
     ASSERT_TRUE(file.setFileTime(QDateTime::currentDateTime().addSecs(-600),
                                  QFileDevice::FileModificationTime));
     file.close();
