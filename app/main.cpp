@@ -1,14 +1,15 @@
+#include "app/AppShell.h"
 #include "app/Localisation.h"
-#include "app/MainWindow.h"
+#include "app/OstrelAppDelegate.h"
+#include "app/TerminationSignals.h"
 #include "capture/SystemBackend.h"
-#include "devices/DeviceStore.h"
 #include "diagnostics/OstrelLog.h"
 #include "resources/Fonts.h"
 #include "settings/SettingsStore.h"
 
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
-#include <QQmlContext>
+#include <QQuickStyle>
 #include <QTranslator>
 
 int main(int argc, char* argv[]) {
@@ -16,6 +17,9 @@ int main(int argc, char* argv[]) {
     QGuiApplication::setOrganizationName(QStringLiteral("ostrel"));
     QGuiApplication::setApplicationName(QStringLiteral("ostrel"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("OSTREL"));
+    // Closing a window goes through the quit request, which may have to wait for a recording.
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    QQuickStyle::setStyle(QStringLiteral("Fusion"));
 
     registerBrandFont();
 
@@ -26,13 +30,18 @@ int main(int argc, char* argv[]) {
     SettingsStore settings;
     // Only the virtual devices with OSTREL_VIRTUAL_DEVICES=1, else the real ones.
     const std::unique_ptr<CaptureBackend> capture = makeCaptureBackend();
-    DeviceStore devices(capture->discovery(), settings);
+    AppShell shell(settings, *capture);
+
+    TerminationSignals termination;
+    QObject::connect(&termination, &TerminationSignals::terminationRequested, &shell.delegate(),
+                     &OstrelAppDelegate::requestQuit);
 
     QQmlApplicationEngine engine;
-    engine.rootContext()->setContextProperty(QStringLiteral("devices"), &devices);
-    if (const auto error = loadMainWindow(engine, settings)) {
+    if (const auto error = shell.load(engine)) {
         log.log(LogLevel::error, *error);
         return 1;
     }
-    return app.exec();
+    const int code = app.exec();
+    log.flush();
+    return code;
 }

@@ -1,0 +1,51 @@
+#include "app/AppShell.h"
+
+#include "app/OstrelAppDelegate.h"
+#include "capture/CameraManagerMac.h"
+#include "devices/DeviceStore.h"
+#include "diagnostics/DiagnosticsActions.h"
+#include "diagnostics/LogListModel.h"
+#include "diagnostics/OstrelLog.h"
+#include "recording/RecordingsStore.h"
+#include "settings/SettingsStore.h"
+#include "ui/CaptureBackendHandle.h"
+
+#include <QQmlApplicationEngine>
+#include <QQmlContext>
+#include <QtQml/qqmlextensionplugin.h>
+
+Q_IMPORT_QML_PLUGIN(OstrelPlugin)
+
+AppShell::AppShell(SettingsStore& settings, CaptureBackend& backend,
+                   std::function<void()> terminate)
+    : m_settings(settings), m_backend(backend) {
+    m_devices = std::make_unique<DeviceStore>(backend.discovery(), settings);
+    m_recordings = std::make_unique<RecordingsStore>(settings);
+    m_backendHandle = std::make_unique<CaptureBackendHandle>(backend);
+    m_camera = std::make_unique<CameraManagerMac>(backend, settings);
+    m_delegate = std::make_unique<OstrelAppDelegate>(std::move(terminate));
+    m_logModel = std::make_unique<LogListModel>(OstrelLog::shared());
+    m_diagnostics = std::make_unique<DiagnosticsActions>(OstrelLog::shared());
+
+    // A recording a crash left behind is saved before anything else is recorded.
+    m_camera->setSaveURL(m_recordings->folderURL());
+    m_camera->recoverLeftoverRecordings();
+}
+
+AppShell::~AppShell() = default;
+
+std::optional<QString> AppShell::load(QQmlApplicationEngine& engine) {
+    QQmlContext* context = engine.rootContext();
+    context->setContextProperty(QStringLiteral("settings"), &m_settings);
+    context->setContextProperty(QStringLiteral("devices"), m_devices.get());
+    context->setContextProperty(QStringLiteral("recordings"), m_recordings.get());
+    context->setContextProperty(QStringLiteral("captureBackend"), m_backendHandle.get());
+    context->setContextProperty(QStringLiteral("cam"), m_camera.get());
+    context->setContextProperty(QStringLiteral("appDelegate"), m_delegate.get());
+    context->setContextProperty(QStringLiteral("logModel"), m_logModel.get());
+    context->setContextProperty(QStringLiteral("diagnostics"), m_diagnostics.get());
+    engine.load(QUrl(QStringLiteral("qrc:/Ostrel/Main.qml")));
+    if (engine.rootObjects().isEmpty())
+        return QStringLiteral("Das Hauptfenster konnte nicht geladen werden.");
+    return std::nullopt;
+}

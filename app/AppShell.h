@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QObject>
+
+#include <QString>
+#include <functional>
+
+#include <memory>
+#include <optional>
+
+class CameraManagerMac;
+class CaptureBackend;
+class CaptureBackendHandle;
+class DeviceStore;
+class DiagnosticsActions;
+class LogListModel;
+class OstrelAppDelegate;
+class QQmlApplicationEngine;
+class RecordingsStore;
+class SettingsStore;
+
+// The objects that live as long as the application, made in start-up order and handed to the
+// windows: settings, capture backend, device inventory, recording folder, camera manager,
+// the quit delegate and the diagnostics window's model.
+class AppShell {
+public:
+    // `terminate` ends the application (QCoreApplication::quit when empty).
+    AppShell(SettingsStore& settings, CaptureBackend& backend,
+             std::function<void()> terminate = {});
+    ~AppShell();
+
+    // Loads the main window; the error text when it could not be created.
+    std::optional<QString> load(QQmlApplicationEngine& engine);
+
+    DeviceStore& devices() { return *m_devices; }
+    RecordingsStore& recordings() { return *m_recordings; }
+    CameraManagerMac& camera() { return *m_camera; }
+    OstrelAppDelegate& delegate() { return *m_delegate; }
+
+private:
+    SettingsStore& m_settings;
+    CaptureBackend& m_backend;
+    std::unique_ptr<DeviceStore> m_devices;
+    std::unique_ptr<RecordingsStore> m_recordings;
+    std::unique_ptr<CaptureBackendHandle> m_backendHandle;
+    std::unique_ptr<CameraManagerMac> m_camera;
+    std::unique_ptr<OstrelAppDelegate> m_delegate;
+    std::unique_ptr<LogListModel> m_logModel;
+    std::unique_ptr<DiagnosticsActions> m_diagnostics;
+};

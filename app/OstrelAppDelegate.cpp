@@ -1,0 +1,41 @@
+#include "app/OstrelAppDelegate.h"
+
+#include "capture/CameraManagerMac.h"
+#include "diagnostics/OstrelLog.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+
+OstrelAppDelegate::OstrelAppDelegate(std::function<void()> terminate, QObject* parent)
+    : QObject(parent), m_terminate(std::move(terminate)) {
+    if (!m_terminate)
+        m_terminate = [] { QCoreApplication::quit(); };
+}
+
+OstrelAppDelegate::Reply OstrelAppDelegate::applicationShouldTerminate() {
+    if (m_quitting)
+        return Reply::cancel; // the first request ends the application
+    CameraManagerMac* manager = CameraManagerMac::current();
+    if (manager && manager->isRecording()) {
+        m_quitting = true;
+        emit quittingChanged();
+        ostrelLog(LogLevel::event,
+                  QStringLiteral("Beenden: Aufnahme wird abgeschlossen und gespeichert…"));
+        QPointer<CameraManagerMac> weak(manager);
+        manager->onRecordingFinished = [weak, terminate = m_terminate] {
+            if (weak)
+                weak->stopCapture();
+            terminate();
+        };
+        manager->stopRecording();
+        return Reply::later;
+    }
+    if (manager)
+        manager->stopCapture();
+    return Reply::now;
+}
+
+void OstrelAppDelegate::requestQuit() {
+    if (applicationShouldTerminate() == Reply::now)
+        m_terminate();
+}

@@ -1,0 +1,103 @@
+#include "app/OstrelAppDelegate.h"
+#include "capture/CameraManagerMac.h"
+#include "capture/FrameStore.h"
+#include "capture/virtual/VirtualBackend.h"
+#include "diagnostics/OstrelLog.h"
+#include "recording/RecordingEngine.h"
+#include "settings/SettingsStore.h"
+#include "support/EventLoop.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+class QuitHandshakeTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        settings = std::make_unique<SettingsStore>(dir.filePath(QStringLiteral("ostrel.ini")));
+        settings->setValue(Setting::wideDeviceUID, VirtualDevices::camera1ID);
+        settings->setValue(Setting::macroDeviceUID, VirtualDevices::camera2ID);
+        ASSERT_TRUE(QDir().mkpath(folder()));
+        CameraManagerMac::Options options;
+        options.scheduler = &scheduler;
+        options.tempFolder = dir.path();
+        options.macroStartPause = 0ms;
+        cam = std::make_unique<CameraManagerMac>(backend, *settings, options);
+        cam->setSaveURL(QUrl::fromLocalFile(folder()));
+        cam->startCapture();
+        cam->drainConfigurationQueue();
+        pumpPosted();
+        ASSERT_TRUE(cam->running());
+        ASSERT_TRUE(pumpUntil([] { return FrameStore::shared().latestBuffer(0).has_value(); }));
+    }
+    void TearDown() override {
+        cam.reset();
+        FrameStore::shared().clear();
+    }
+    QString folder() const { return dir.filePath(QStringLiteral("Aufnahmen")); }
+    QStringList saved() const {
+        return QDir(folder()).entryList({QStringLiteral("OSTREL-*.mp4")}, QDir::Files);
+    }
+    int entriesWith(const QString& text) const {
+        pumpPosted();
+        int count = 0;
+        for (const LogEntry& entry : OstrelLog::shared().entries())
+            count += entry.message == text ? 1 : 0;
+        return count;
+    }
+
+    QTemporaryDir dir;
+    VirtualBackend backend;
+    ManualScheduler scheduler;
+    std::unique_ptr<SettingsStore> settings;
+    std::unique_ptr<CameraManagerMac> cam;
+};
+
+const QString kQuitting = QStringLiteral("Beenden: Aufnahme wird abgeschlossen und gespeichert…");
+
+} // namespace
+
+TEST_F(QuitHandshakeTest, QuitWithoutRecordingStopsCaptureAndEndsAtOnce) {
+    int terminated = 0;
+    OstrelAppDelegate delegate([&] { ++terminated; });
+    const int before = entriesWith(kQuitting);
+    EXPECT_EQ(delegate.applicationShouldTerminate(), OstrelAppDelegate::Reply::now);
+    EXPECT_FALSE(cam->running());
+    EXPECT_EQ(cam->status(), CameraStatus::stopped);
+    delegate.requestQuit();
+    EXPECT_EQ(terminated, 1);
+    EXPECT_EQ(entriesWith(kQuitting), before);
+}
+
+TEST_F(QuitHandshakeTest, QuitWhileRecordingEndsOnlyAfterTheFileIsSaved) {
+    cam->startRecordingWith(false, false, true, QStringLiteral("Praxis"), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return cam->recorder().counters().framesAppended >= 10; }));
+
+    bool previousCalled = false;
+    cam->onRecordingFinished = [&] { previousCalled = true; };
+    QStringList savedWhenTerminated;
+    int terminated = 0;
+    OstrelAppDelegate delegate([&] {
+        ++terminated;
+        savedWhenTerminated = saved();
+    });
+    delegate.requestQuit();
+    EXPECT_TRUE(delegate.quitting());
+    EXPECT_EQ(terminated, 0) << "the answer is later";
+    EXPECT_EQ(entriesWith(kQuitting), 1);
+
+    delegate.requestQuit(); // a second request meanwhile is ignored
+    EXPECT_EQ(delegate.applicationShouldTerminate(), OstrelAppDelegate::Reply::cancel);
+
+    ASSERT_TRUE(pumpUntil([&] { return terminated > 0; }));
+    EXPECT_EQ(terminated, 1);
+    EXPECT_EQ(savedWhenTerminated.size(), 1) << "the recording was in the folder first";
+    EXPECT_FALSE(previousCalled) << "the earlier one-shot callback is dropped";
+    EXPECT_FALSE(cam->running()) << "capture stopped before the end";
+    EXPECT_EQ(entriesWith(kQuitting), 1);
+}
