@@ -195,6 +195,8 @@ void RecordingEngine::appendFrame(const FrameJob& job) {
         Yuv420Buffer::wrap(frame->data, frame->linesize, frame->width, frame->height, {});
     m_renderer.renderYuv420(plan, CompositeSources{job.wide, job.macro, m_overlay}, target);
     m_writer->appendVideoFrame(std::move(frame), job.pts);
+    if (onAppended)
+        onAppended(job.pts);
 
     {
         std::lock_guard lock(m_lock);

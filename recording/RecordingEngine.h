@@ -55,6 +55,8 @@ public:
 
     // Called with the message when the writer fails during a recording (once per recording).
     std::function<void(const QString&)> onFailure;
+    // Benchmarks: called on the recording queue with the capture time of each appended frame.
+    std::function<void(MediaTime pts)> onAppended;
 
     struct Counters {
         int framesAppended = 0;
