@@ -1,6 +1,7 @@
 #include "ui/CameraPreviewView.h"
 
 #include "capture/PipelineSetup.h"
+#include "ui/FrameImage.h"
 #include "ui/PreviewSession.h"
 
 #include <QImage>
@@ -9,14 +10,6 @@
 #include <QSGRectangleNode>
 
 namespace {
-
-QImage wrapFrame(const PixelBuffer& buffer) {
-    auto* held = new PixelBuffer(buffer);
-    return QImage(
-        held->data(), held->width(), held->height(), held->stride(),
-        QImage::Format_ARGB32_Premultiplied,
-        [](void* info) { delete static_cast<PixelBuffer*>(info); }, held);
-}
 
 // The part of the picture that covers a view of the given size, centred.
 QRectF aspectFillSource(QSizeF picture, QSizeF view) {

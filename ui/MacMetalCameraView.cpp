@@ -1,5 +1,6 @@
 #include "ui/MacMetalCameraView.h"
 
+#include "ui/FrameImage.h"
 #include "ui/LiveViewGeometry.h"
 
 #include <QImage>
@@ -7,18 +8,7 @@
 #include <QSGImageNode>
 #include <QSGRendererInterface>
 
-namespace {
-
-// Wraps the frame's pixels without copying; the image keeps the buffer alive.
-QImage wrapFrame(const PixelBuffer& buffer) {
-    auto* held = new PixelBuffer(buffer);
-    return QImage(
-        held->data(), held->width(), held->height(), held->stride(),
-        QImage::Format_ARGB32_Premultiplied,
-        [](void* info) { delete static_cast<PixelBuffer*>(info); }, held);
-}
-
-} // namespace
+namespace {} // namespace
 
 MacMetalCameraView::MacMetalCameraView(QQuickItem* parent) : QQuickItem(parent) {
     setFlag(ItemHasContents, true);
