@@ -8,6 +8,9 @@ ColumnLayout {
 
     required property var settings   // SettingsStore
     required property var controller // SettingsController
+    property string resetText: qsTr("Stabilisierung auf Standard zurücksetzen")
+    property color labelColor: Theme.text
+    property color valueColor: Theme.secondaryText
 
     spacing: 2
 
@@ -20,14 +23,14 @@ ColumnLayout {
             spacing: 10
             Label {
                 text: row.modelData.label
-                color: Theme.text
+                color: tuning.labelColor
                 Layout.preferredWidth: 90
             }
             Label {
                 objectName: row.modelData.key + "Value"
                 text: Number(tuning.settings[row.modelData.key]).toFixed(2)
                 font.family: Theme.monoFamily
-                color: Theme.secondaryText
+                color: tuning.valueColor
                 Layout.preferredWidth: 44
             }
             Slider {
@@ -45,7 +48,7 @@ ColumnLayout {
     Button {
         objectName: "resetStabilizerButton"
         Layout.topMargin: 4
-        text: qsTr("Stabilisierung auf Standard zurücksetzen")
+        text: tuning.resetText
         onClicked: tuning.controller.resetStabilizer()
     }
 }

@@ -53,6 +53,29 @@ Canvas {
             circle(12, 12, 10); circle(12, 12, 5, true); break
         case "camera":
             rect(2, 7, 20, 13); line([[8, 7], [10, 4], [14, 4], [16, 7]]); circle(12, 13.5, 4); break
+        case "camera.fill":
+            c.beginPath(); c.moveTo(2 * u, 7 * u); c.lineTo(8 * u, 7 * u); c.lineTo(10 * u, 4 * u)
+            c.lineTo(14 * u, 4 * u); c.lineTo(16 * u, 7 * u); c.lineTo(22 * u, 7 * u)
+            c.lineTo(22 * u, 20 * u); c.lineTo(2 * u, 20 * u); c.closePath(); c.fill()
+            c.fillStyle = Qt.rgba(0, 0, 0, 0.55); circle(12, 13.5, 4, true)
+            break
+        case "mic.slash":
+            rect(9, 2, 6, 12); line([[5, 11], [5, 13], [8, 17], [12, 18], [16, 17], [19, 13], [19, 11]])
+            line([[12, 18], [12, 22]]); line([[8, 22], [16, 22]]); line([[3, 3], [21, 21]]); break
+        case "arrow.clockwise":
+            c.beginPath(); c.arc(12 * u, 12.5 * u, 8 * u, -0.35 * Math.PI, 1.45 * Math.PI); c.stroke()
+            line([[11, 2.5], [15.5, 5], [12, 8.5]]); break
+        case "wave.3.left":
+        case "wave.3.right": {
+            const dir = icon.name === "wave.3.left" ? -1 : 1
+            for (let k = 1; k <= 3; ++k) {
+                c.beginPath()
+                if (dir > 0) c.arc(2 * u, 12 * u, k * 6 * u, -0.22 * Math.PI, 0.22 * Math.PI)
+                else c.arc(22 * u, 12 * u, k * 6 * u, 0.78 * Math.PI, 1.22 * Math.PI)
+                c.stroke()
+            }
+            break
+        }
         case "mic":
             rect(9, 2, 6, 12); line([[5, 11], [5, 13], [8, 17], [12, 18], [16, 17], [19, 13], [19, 11]])
             line([[12, 18], [12, 22]]); line([[8, 22], [16, 22]]); break

@@ -29,7 +29,10 @@ void VideoInteractionView::mousePressEvent(QMouseEvent* event) {
 }
 
 void VideoInteractionView::hoverMoveEvent(QHoverEvent* event) {
-    emit activity();
+    // The window repeats the last hover position whenever items move under a resting pointer
+    // (the control bars sliding away); that is no activity, or the bars would never stay hidden.
+    if (event->position() != event->oldPosF())
+        emit activity();
     event->ignore();
 }
 

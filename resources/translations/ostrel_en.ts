@@ -668,4 +668,99 @@
         <translation>Storage almost full · ≈ %1 min</translation>
     </message>
 </context>
+<context>
+    <name>ContentView</name>
+    <message>
+        <source>Kameras neu starten</source>
+        <translation>Restart cameras</translation>
+    </message>
+    <message>
+        <source>Full HD</source>
+        <translation>Full HD</translation>
+    </message>
+    <message>
+        <source>Einstellungen</source>
+        <translation>Settings</translation>
+    </message>
+    <message>
+        <source>Bildstabilisierung (S)</source>
+        <translation>Image stabilisation (S)</translation>
+    </message>
+    <message>
+        <source>Bildstabilisierung</source>
+        <translation>Image stabilisation</translation>
+    </message>
+    <message>
+        <source>Ein</source>
+        <translation>On</translation>
+    </message>
+    <message>
+        <source>Aus</source>
+        <translation>Off</translation>
+    </message>
+    <message>
+        <source>MACRO-GRÖSSE %1 %</source>
+        <translation>MACRO SIZE %1 %</translation>
+    </message>
+    <message>
+        <source>Aufnahmeordner nicht gefunden</source>
+        <translation>Recording folder not found</translation>
+    </message>
+    <message>
+        <source>Der gewählte Aufnahmeordner ist nicht erreichbar — vermutlich wurde eine externe Festplatte entfernt. Bitte einen neuen Ordner wählen, sonst können Aufnahmen nicht gespeichert werden.</source>
+        <translation>The chosen recording folder cannot be reached — an external drive was probably removed. Please choose a new folder, otherwise recordings cannot be saved.</translation>
+    </message>
+    <message>
+        <source>Ordner wählen…</source>
+        <translation>Choose folder…</translation>
+    </message>
+    <message>
+        <source>Abbrechen</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>Hinweis</source>
+        <translation>Notice</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+</context>
+<context>
+    <name>SnapshotButton</name>
+    <message>
+        <source>Foto</source>
+        <translation>Photo</translation>
+    </message>
+</context>
+<context>
+    <name>RecordButton</name>
+    <message>
+        <source>Aufnahme beenden</source>
+        <translation>Stop recording</translation>
+    </message>
+    <message>
+        <source>Aufnahme starten</source>
+        <translation>Start recording</translation>
+    </message>
+</context>
+<context>
+    <name>StabilizerOverlay</name>
+    <message>
+        <source>STABILISIERUNG</source>
+        <translation>STABILISATION</translation>
+    </message>
+    <message>
+        <source>Auf Standard zurücksetzen</source>
+        <translation>Reset to defaults</translation>
+    </message>
+</context>
+<context>
+    <name>MainViewState</name>
+    <message>
+        <source>Korrektur  x %1%  y %2%</source>
+        <translation>Correction  x %1%  y %2%</translation>
+    </message>
+</context>
 </TS>

@@ -1,0 +1,123 @@
+#pragma once
+
+#include "runtime/Scheduler.h"
+
+#include <QObject>
+#include <QPointF>
+#include <QPointer>
+#include <QString>
+#include <QtQml/qqmlregistration.h>
+
+#include "recording/RecordingsStore.h"
+
+// The main view's own state and rules, kept out of QML so they can be tested on a fake clock:
+// the Macro inset size and its limits, the key table, when the control bars hide, the record
+// time, the photo flash and the delayed capture restart after a device change. Main thread only.
+class MainViewState : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(
+        double macroFraction READ macroFraction WRITE setMacroFraction NOTIFY macroFractionChanged)
+    Q_PROPERTY(bool controlsVisible READ controlsVisible NOTIFY controlsVisibleChanged)
+    Q_PROPERTY(bool micMuted READ micMuted WRITE setMicMuted NOTIFY micMutedChanged)
+    // Whether the camera manager records; the record time counts only then.
+    Q_PROPERTY(bool recording READ recording WRITE setRecording NOTIFY recordingChanged)
+    Q_PROPERTY(
+        int recordSeconds READ recordSeconds WRITE setRecordSeconds NOTIFY recordSecondsChanged)
+    Q_PROPERTY(QString recordTimeText READ recordTimeText NOTIFY recordSecondsChanged)
+    Q_PROPERTY(
+        double flashOpacity READ flashOpacity WRITE setFlashOpacity NOTIFY flashOpacityChanged)
+    Q_PROPERTY(QString storageText READ storageText NOTIFY storageTextChanged)
+    // The camera manager (startCapture/stopCapture are invoked by name).
+    Q_PROPERTY(QObject* camera READ camera WRITE setCamera NOTIFY cameraChanged)
+
+public:
+    static constexpr double minFraction = 0.1;
+    static constexpr double maxFraction = 0.7;
+    static constexpr double startFraction = 0.3;
+    static constexpr double flashStart = 0.75;
+    static constexpr std::chrono::milliseconds hideDelay{6000};
+    static constexpr std::chrono::milliseconds restartDelay{300};
+    static constexpr std::chrono::milliseconds recordTick{1000};
+    static constexpr std::chrono::milliseconds storageTick{15000};
+
+    explicit MainViewState(QObject* parent = nullptr);
+
+    // Tests: a hand-driven clock. Pending steps of the old clock are dropped and the two timers
+    // start again on the new one.
+    void setScheduler(Scheduler& scheduler);
+
+    double macroFraction() const { return m_macroFraction; }
+    // Limited to 0.1 … 0.7.
+    void setMacroFraction(double fraction);
+    bool controlsVisible() const { return m_controlsVisible; }
+    bool micMuted() const { return m_micMuted; }
+    void setMicMuted(bool muted);
+    bool recording() const { return m_recording; }
+    void setRecording(bool recording);
+    int recordSeconds() const { return m_recordSeconds; }
+    void setRecordSeconds(int seconds);
+    QString recordTimeText() const;
+    double flashOpacity() const { return m_flashOpacity; }
+    void setFlashOpacity(double opacity);
+    QString storageText() const { return m_storageText; }
+    QObject* camera() const { return m_camera; }
+    void setCamera(QObject* camera);
+
+    // Shows the controls and hides them again 6 s after the last call.
+    Q_INVOKABLE void bumpActivity();
+    // Adds a signed amount to the Macro size, within its limits, then counts as activity.
+    Q_INVOKABLE void changeMacroSize(double amount);
+    // A key typed into the view; false when it is not one of ours (anything with Ctrl, the
+    // command modifier here, is left to the menu). Handled keys end with `bumpActivity`, the
+    // space key only through the photo it takes.
+    Q_INVOKABLE bool handleKey(int key, int modifiers);
+    // The flash jumps to 0.75; the view animates it back to 0.
+    Q_INVOKABLE void flash();
+    // Free space at the recording folder, formatted; empty when unknown.
+    Q_INVOKABLE void refreshStorage(RecordingsStore* recordings, bool high);
+    // Stops the capture sessions now and starts them again 0.3 s later; a change within that
+    // time moves the start.
+    Q_INVOKABLE void restartCapture();
+    Q_INVOKABLE void logFolderMissing() const;
+    // "Korrektur  x +1.2%  y -0.4%" from the published offset.
+    Q_INVOKABLE QString correctionText(QPointF offset) const;
+
+signals:
+    void macroFractionChanged();
+    void controlsVisibleChanged();
+    void micMutedChanged();
+    void recordingChanged();
+    void recordSecondsChanged();
+    void flashOpacityChanged();
+    void storageTextChanged();
+    void cameraChanged();
+    // Key actions the view carries out with its stores.
+    void photoRequested();
+    void recordToggleRequested();
+    void stabilizationToggleRequested();
+    void swapRequested();
+    // The flash was set to its start; the view runs the fade.
+    void flashed();
+    // Every 15 s: time to refresh the free-space text.
+    void storageRefreshDue();
+
+private:
+    void setControlsVisible(bool visible);
+    void startTimers();
+    void stopTimers();
+
+    Scheduler* m_scheduler;
+    double m_macroFraction = startFraction;
+    bool m_controlsVisible = true;
+    bool m_micMuted = false;
+    bool m_recording = false;
+    int m_recordSeconds = 0;
+    double m_flashOpacity = 0;
+    QString m_storageText;
+    QPointer<QObject> m_camera;
+    ScheduledTask m_hideWork;
+    ScheduledTask m_restartWork;
+    ScheduledTask m_recTimer;
+    ScheduledTask m_storageTimer;
+};
