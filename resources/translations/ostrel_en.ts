@@ -19,6 +19,62 @@
 <context>
     <name>Main</name>
     <message>
+        <source>Über OSTREL</source>
+        <translation>About OSTREL</translation>
+    </message>
+    <message>
+        <source>Einstellungen…</source>
+        <translation>Settings…</translation>
+    </message>
+    <message>
+        <source>OSTREL beenden</source>
+        <translation>Quit OSTREL</translation>
+    </message>
+    <message>
+        <source>Ablage</source>
+        <translation>File</translation>
+    </message>
+    <message>
+        <source>Aufnahmeordner öffnen</source>
+        <translation>Open Recording Folder</translation>
+    </message>
+    <message>
+        <source>Aufnahme</source>
+        <translation>Recording</translation>
+    </message>
+    <message>
+        <source>Aufnahme starten / stoppen</source>
+        <translation>Start / Stop Recording</translation>
+    </message>
+    <message>
+        <source>Foto aufnehmen</source>
+        <translation>Take Photo</translation>
+    </message>
+    <message>
+        <source>Makro vergrößern</source>
+        <translation>Larger Macro</translation>
+    </message>
+    <message>
+        <source>Makro verkleinern</source>
+        <translation>Smaller Macro</translation>
+    </message>
+    <message>
+        <source>Hilfe</source>
+        <translation>Help</translation>
+    </message>
+    <message>
+        <source>Support kontaktieren (E-Mail)</source>
+        <translation>Contact Support (E-Mail)</translation>
+    </message>
+    <message>
+        <source>OSTREL im Web öffnen</source>
+        <translation>Open OSTREL on the Web</translation>
+    </message>
+    <message>
+        <source>Diagnose</source>
+        <translation>Diagnostics</translation>
+    </message>
+    <message>
         <source>Dein Blick. Deine Perspektive.</source>
         <translation>Your view. Your perspective.</translation>
     </message>
