@@ -489,7 +489,7 @@ FocusScope {
         visible: view.showFolderMissing
         onClosed: view.showFolderMissing = false
         Label {
-            width: parent.width
+            width: folderMissing.availableWidth
             wrapMode: Text.WordWrap
             text: qsTr("Der gewählte Aufnahmeordner ist nicht erreichbar — vermutlich wurde eine externe Festplatte entfernt. Bitte einen neuen Ordner wählen, sonst können Aufnahmen nicht gespeichert werden.")
         }
@@ -511,6 +511,7 @@ FocusScope {
     }
 
     Dialog {
+        id: userAlertDialog
         objectName: "userAlert"
         anchors.centerIn: parent
         modal: true
@@ -519,7 +520,7 @@ FocusScope {
         visible: view.cam.userAlert !== ""
         onClosed: view.cam.userAlert = ""
         Label {
-            width: parent.width
+            width: userAlertDialog.availableWidth
             wrapMode: Text.WordWrap
             text: view.cam.userAlert
         }
