@@ -15,7 +15,9 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QGuiApplication>
+#include <QEventLoop>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <algorithm>
 #include <chrono>
@@ -46,14 +48,19 @@ double residentMB() {
 }
 
 bool waitFor(const std::function<bool()>& done, int ms) {
+    // Checks every 20 ms from the event loop, so the waiting itself costs no CPU.
+    QEventLoop loop;
+    QTimer poll;
     QElapsedTimer timer;
     timer.start();
-    while (!done()) {
-        if (timer.elapsed() > ms)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    }
-    return true;
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (done() || timer.elapsed() > ms)
+            loop.quit();
+    });
+    poll.start(20);
+    if (!done())
+        loop.exec();
+    return done();
 }
 
 } // namespace
