@@ -557,6 +557,19 @@ struct CompositeRenderer::Caches {
     }
 };
 
+namespace {
+
+// The canvas pixels the bottom camera picture covers; empty when there is none to draw.
+PixelRect bottomLayerCover(const CompositePlan& plan, const CompositeSources& sources, int W,
+                           int H) {
+    if (plan.layers.empty() || plan.layers.front().source == LayerSource::overlay ||
+        !layerBuffer(plan.layers.front(), sources))
+        return {};
+    return coveredPixels(plan.layers.front().extent(), W, H);
+}
+
+} // namespace
+
 CompositeRenderer::CompositeRenderer() : m_caches(std::make_unique<Caches>()) {
 }
 CompositeRenderer::~CompositeRenderer() = default;
@@ -570,10 +583,7 @@ bool CompositeRenderer::render(const CompositePlan& plan, const CompositeSources
     const int H = canvas.height();
 
     // Black wherever the bottom layer does not reach.
-    PixelRect base;
-    if (!plan.layers.empty() && plan.layers.front().source != LayerSource::overlay &&
-        layerBuffer(plan.layers.front(), sources))
-        base = coveredPixels(plan.layers.front().extent(), W, H);
+    const PixelRect base = bottomLayerCover(plan, sources, W, H);
     const cv::Scalar black(0, 0, 0, 255);
     if (base.isEmpty()) {
         out.setTo(black);
@@ -631,10 +641,7 @@ bool CompositeRenderer::renderYuv420(const CompositePlan& plan, const CompositeS
     const int W = canvas.width();
     const int H = canvas.height();
 
-    PixelRect base;
-    if (!plan.layers.empty() && plan.layers.front().source != LayerSource::overlay &&
-        layerBuffer(plan.layers.front(), sources))
-        base = coveredPixels(plan.layers.front().extent(), W, H);
+    const PixelRect base = bottomLayerCover(plan, sources, W, H);
     if (base.x != 0 || base.y != 0 || base.width != W || base.height != H) {
         out.y.setTo(16);
         out.u.setTo(128);

@@ -6,6 +6,7 @@
 #include "recording/RecordingEngine.h"
 #include "settings/SettingsStore.h"
 #include "support/EventLoop.h"
+#include "support/LogProbe.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -43,19 +44,14 @@ protected:
     QStringList saved() const {
         return QDir(folder()).entryList({QStringLiteral("OSTREL-*.mp4")}, QDir::Files);
     }
-    int entriesWith(const QString& text) const {
-        pumpPosted();
-        int count = 0;
-        for (const LogEntry& entry : OstrelLog::shared().entries())
-            count += entry.message == text ? 1 : 0;
-        return count;
-    }
+    int entriesWith(const QString& text) const { return int(log.messages().count(text)); }
 
     QTemporaryDir dir;
     VirtualBackend backend;
     ManualScheduler scheduler;
     std::unique_ptr<SettingsStore> settings;
     std::unique_ptr<CameraManagerMac> cam;
+    LogProbe log;
 };
 
 const QString kQuitting = QStringLiteral("Beenden: Aufnahme wird abgeschlossen und gespeichert…");

@@ -2,6 +2,7 @@
 
 #include "diagnostics/OstrelLog.h"
 #include "settings/SettingsStore.h"
+#include "support/LogProbe.h"
 
 #include <QDir>
 #include <QSignalSpy>
@@ -17,16 +18,7 @@ protected:
     QTemporaryDir dir;
     QString iniPath() const { return dir.filePath(QStringLiteral("ostrel.ini")); }
 
-    // The log entries written since the test began.
-    std::vector<LogEntry> newEntries() const {
-        const auto& all = OstrelLog::shared().entries();
-        return {all.begin() + std::ptrdiff_t(m_logStart), all.end()};
-    }
-
-    void SetUp() override { m_logStart = OstrelLog::shared().entries().size(); }
-
-private:
-    std::size_t m_logStart = 0;
+    LogProbe log;
 };
 
 } // namespace
@@ -35,7 +27,7 @@ TEST_F(RecordingsStoreTest, FirstLaunchHasNoFolderAndLogsNothing) {
     SettingsStore settings(iniPath());
     RecordingsStore store(settings);
     EXPECT_TRUE(store.folderURL().isEmpty());
-    EXPECT_TRUE(newEntries().empty());
+    EXPECT_TRUE(log.entries().empty());
     EXPECT_FALSE(store.isReachable());
     EXPECT_FALSE(store.availableCapacity().has_value());
     store.revealInFinder(); // nothing to show, nothing happens
@@ -56,15 +48,15 @@ TEST_F(RecordingsStoreTest, ChosenFolderIsLoggedOnceAndSurvivesARestart) {
         EXPECT_GT(*store.availableCapacity(), 0);
         settings.sync();
     }
-    const auto entries = newEntries();
+    const auto entries = log.entries();
     ASSERT_EQ(entries.size(), 1u);
-    EXPECT_EQ(entries[0].level, LogLevel::event);
-    EXPECT_EQ(entries[0].message, QStringLiteral("Aufnahmeordner gesetzt: ") + folder);
+    EXPECT_EQ(entries[0].first, LogLevel::event);
+    EXPECT_EQ(entries[0].second, QStringLiteral("Aufnahmeordner gesetzt: ") + folder);
 
     SettingsStore settings(iniPath());
     RecordingsStore reopened(settings);
     EXPECT_EQ(reopened.folderPath(), folder);
-    EXPECT_EQ(newEntries().size(), 1u);
+    EXPECT_EQ(log.entries().size(), 1u);
 }
 
 TEST_F(RecordingsStoreTest, DeletedFolderWarnsOnceAndKeepsTheStoredPath) {
@@ -81,10 +73,10 @@ TEST_F(RecordingsStoreTest, DeletedFolderWarnsOnceAndKeepsTheStoredPath) {
     SettingsStore settings(iniPath());
     RecordingsStore store(settings);
     EXPECT_TRUE(store.folderURL().isEmpty());
-    const auto entries = newEntries();
+    const auto entries = log.entries();
     ASSERT_EQ(entries.size(), 2u);
-    EXPECT_EQ(entries[1].level, LogLevel::warn);
-    EXPECT_TRUE(entries[1].message.startsWith(
+    EXPECT_EQ(entries[1].first, LogLevel::warn);
+    EXPECT_TRUE(entries[1].second.startsWith(
         QStringLiteral("Aufnahmeordner konnte nicht aufgelöst werden: ")));
     EXPECT_EQ(settings.bytes(Setting::recordingFolderBookmark), folder.toUtf8());
 
@@ -113,11 +105,11 @@ TEST_F(RecordingsStoreTest, UnusableFolderIsAnErrorAndChangesNothing) {
     EXPECT_EQ(changed.count(), 0);
     EXPECT_EQ(store.folderPath(), folder);
     EXPECT_EQ(settings.bytes(Setting::recordingFolderBookmark), folder.toUtf8());
-    const auto entries = newEntries();
+    const auto entries = log.entries();
     ASSERT_EQ(entries.size(), 5u);
     for (std::size_t i = 1; i < entries.size(); ++i) {
-        EXPECT_EQ(entries[i].level, LogLevel::error);
-        EXPECT_TRUE(entries[i].message.startsWith(
+        EXPECT_EQ(entries[i].first, LogLevel::error);
+        EXPECT_TRUE(entries[i].second.startsWith(
             QStringLiteral("Aufnahmeordner-Bookmark fehlgeschlagen: ")));
     }
 }
