@@ -7,6 +7,7 @@
 #include "diagnostics/OstrelLog.h"
 #include "recording/CompositeRenderer.h"
 #include "recording/RecordingEngine.h"
+#include "recording/ffmpeg/VideoEncoder.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -67,6 +68,7 @@ FrameJob jobFor(const std::vector<PixelBuffer>& wide, const std::vector<PixelBuf
 struct RunResult {
     int fed = 0;
     RecordingEngine::Counters counters;
+    std::vector<int> dropFrames; // index of the fed frame after which each drop was counted
     double wall = 0;
     double cpu = 0;
     qint64 bytes = 0;
@@ -87,11 +89,16 @@ RunResult recordRealTime(const QString& file, int width, int height, double seco
     const auto interval = std::chrono::nanoseconds(33'333'333);
     // The feeding thread plays the camera: it never waits for the engine.
     std::thread camera([&] {
+        int dropped = 0;
         for (int i = 0; i < frames; ++i) {
             std::this_thread::sleep_until(begin + (i + 1) * interval);
             FrameJob job = jobFor(wide, macro, i);
             job.pts = Clock::now().time_since_epoch();
             engine.enqueueFrame(std::move(job));
+            const RecordingEngine::Counters now = engine.counters();
+            for (int d = dropped; d < now.droppedBusy + now.droppedNotReady; ++d)
+                result.dropFrames.push_back(i);
+            dropped = now.droppedBusy + now.droppedNotReady;
         }
     });
     camera.join();
@@ -167,9 +174,9 @@ double ffmpegCpu(const QString& raw, const QString& file, int width, int height,
                                             "-c:v",
                                             "libx265",
                                             "-preset",
-                                            "ultrafast",
+                                            ffmpeg::x265Preset,
                                             "-x265-params",
-                                            "log-level=error:open-gop=0",
+                                            ffmpeg::x265Params,
                                             "-b:v",
                                             QString::number(RecordingEngine::videoBitRate(width)),
                                             "-g",
@@ -199,6 +206,12 @@ void bench(const QTemporaryDir& dir, int width, int height, double seconds) {
     std::printf("%dx%d, %.0f s at 30 fps in real time (%s)\n", width, height, seconds, "libx265");
     std::printf("  frames fed %d, written %d, dropped %d (Compositing) %d (Encoder)\n", r.fed,
                 c.framesAppended, c.droppedBusy, c.droppedNotReady);
+    if (!r.dropFrames.empty()) {
+        std::printf("  drops counted at fed frame:");
+        for (std::size_t i = 0; i < r.dropFrames.size() && i < 20; ++i)
+            std::printf(" %d", r.dropFrames[i]);
+        std::printf("%s\n", r.dropFrames.size() > 20 ? " …" : "");
+    }
     std::printf("  wall %.1f s, CPU %.1f s = %.2f CPU s per recorded second, %.1f ms per frame\n",
                 r.wall, r.cpu, r.cpu / seconds, 1000 * r.cpu / std::max(1, c.framesAppended));
     std::printf("  file %.1f MB, %.2f Mbit/s\n", r.bytes / 1e6, r.bytes * 8 / 1e6 / seconds);

@@ -121,10 +121,9 @@ std::unique_ptr<VideoEncoder> VideoEncoder::openX265(const VideoEncoderSettings&
     CodecContextPtr c = makeContext(codec, s, AV_PIX_FMT_YUV420P);
     if (!c)
         return nullptr;
-    // ultrafast keeps up with 30 fps on two cores; frame threads are chosen by x265 from the
-    // core count. Closed GOPs make every key frame a clean entry point of its fragment.
-    av_opt_set(c->priv_data, "preset", "ultrafast", 0);
-    av_opt_set(c->priv_data, "x265-params", "log-level=error:open-gop=0", 0);
+    // Frame threads are chosen by x265 from the core count.
+    av_opt_set(c->priv_data, "preset", x265Preset, 0);
+    av_opt_set(c->priv_data, "x265-params", x265Params, 0);
     if (avcodec_open2(c.get(), codec, nullptr) < 0)
         return nullptr;
     std::unique_ptr<VideoEncoder> encoder(new VideoEncoder);
