@@ -63,94 +63,259 @@ double peakOffset(float left, float centre, float right) {
     return parabola(left, centre, right);
 }
 
+// Below a deviation of about a quarter of an 8-bit level there is nothing to correlate.
+bool textured(double sum, double sumSquares, double count) {
+    const double mean = sum / count;
+    return sumSquares / count - mean * mean > 1.0;
+}
+
 } // namespace
 
-struct PhaseCorrelator::Impl {
+// Phase correlation at one transform size: windowed grey spectra of picture areas, and the
+// translation between two such spectra. The area may be narrower than the transform; the
+// columns to its right stay zero.
+struct PhaseCorrelator::Stage {
+    struct Spectrum {
+        FftwArray<fftwf_complex> bins;
+        bool textured = false;
+    };
+
     int width = 0;
     int height = 0;
+    int areaWidth = 0;
     int spectrumWidth = 0;
     std::vector<float> windowX;
     std::vector<float> windowY;
-    // Transforms run in place (rows padded to 2 · spectrumWidth floats), which keeps the working
-    // set at three arrays: it is memory traffic, not arithmetic, that costs most here.
-    FftwArray<fftwf_complex> current; // windowed picture, then its spectrum
-    FftwArray<fftwf_complex> reference;
-    FftwArray<fftwf_complex> cross; // normalised cross-power spectrum (destroyed by the c2r)
+    FftwArray<float> grey;             // windowed picture, then the correlation surface
+    std::vector<std::int16_t> pairRow; // two rows' grey values summed, for halving
+    FftwArray<fftwf_complex> cross;
     Plan forward;
     Plan inverse;
-    bool referenceValid = false;
-    bool referenceTextured = false;
 
+    Stage(int w, int h, int area) : width(w), height(h), areaWidth(area), spectrumWidth(w / 2 + 1) {
+        windowX = hanning(areaWidth);
+        windowY = hanning(height);
+        pairRow.resize(2 * std::size_t(areaWidth));
+        grey = fftwArray<float>(pixels());
+        cross = fftwArray<fftwf_complex>(bins());
+        if (!grey || !cross)
+            return;
+        std::lock_guard lock(plannerLock());
+        // FFTW_MEASURE overwrites the arrays while planning; they hold nothing yet. The cost is
+        // paid once per size and process (FFTW remembers what it measured). Out of place:
+        // FFTW's in-place 2-D real transforms copy every row through a buffer.
+        forward.reset(fftwf_plan_dft_r2c_2d(height, width, grey.get(), cross.get(), FFTW_MEASURE));
+        inverse.reset(fftwf_plan_dft_c2r_2d(height, width, cross.get(), grey.get(), FFTW_MEASURE));
+        std::fill(grey.get(), grey.get() + pixels(), 0.0f);
+    }
+
+    bool valid() const { return forward && inverse; }
     std::size_t pixels() const { return std::size_t(width) * std::size_t(height); }
     std::size_t bins() const { return std::size_t(spectrumWidth) * std::size_t(height); }
-    std::size_t rowFloats() const { return 2 * std::size_t(spectrumWidth); }
 
-    bool fits(const PixelBuffer& picture) const {
-        return !picture.isNull() && picture.width() == width && picture.height() == height;
-    }
+    Spectrum makeSpectrum() const { return {fftwArray<fftwf_complex>(bins()), false}; }
 
-    // Windowed grey values (four times the 8-bit level). The picture's mean, multiplied by
-    // the window, would correlate with itself at zero shift in every pair; it is removed later
-    // by clearing the lowest frequencies. Returns false for a flat picture.
-    bool loadGrey(const PixelBuffer& picture, fftwf_complex* into) {
-        float* const grey = reinterpret_cast<float*>(into);
-        std::int64_t sum = 0;
-        std::int64_t sumSquares = 0;
+    // The spectrum of the windowed grey values (b + 2g + r) of the areaWidth × height pixels at
+    // (left, top), or of the twice as wide and high area there summed in 2 × 2 blocks. The
+    // picture's mean, multiplied by the window, would correlate with itself at zero shift in
+    // every pair; `correlate` removes it by clearing the lowest frequencies.
+    void load(const PixelBuffer& picture, int left, int top, bool halved, Spectrum& into) {
+        double sum = 0;
+        double sumSquares = 0;
         const float* wx = windowX.data();
         for (int y = 0; y < height; ++y) {
-            float* out = grey + std::size_t(y) * rowFloats();
+            float* out = grey.get() + std::size_t(y) * std::size_t(width);
             const float wy = windowY[std::size_t(y)];
-            const std::uint8_t* p = picture.row(y);
-            // 32 bits hold a row of up to 2048 pixels: 2048 · 1020² < 2³¹.
-            std::int32_t rowSum = 0;
-            std::int32_t rowSquares = 0;
+            // 64-bit sums: a halved row of 1024 values up to 4080 overflows 32 bits squared.
+            std::int64_t rowSum = 0;
+            std::int64_t rowSquares = 0;
+            if (halved) {
+                // Both rows' grey values first, then pairs of them: two loops that vectorise.
+                const std::uint8_t* p = picture.row(top + 2 * y) + 4 * std::ptrdiff_t(left);
+                const std::uint8_t* q = picture.row(top + 2 * y + 1) + 4 * std::ptrdiff_t(left);
+                std::int16_t* pair = pairRow.data();
+#pragma omp simd
+                for (int x = 0; x < 2 * areaWidth; ++x)
+                    pair[x] = std::int16_t(p[4 * x] + 2 * p[4 * x + 1] + p[4 * x + 2] + q[4 * x] +
+                                           2 * q[4 * x + 1] + q[4 * x + 2]);
 #pragma omp simd reduction(+ : rowSum, rowSquares)
-            for (int x = 0; x < width; ++x) {
-                const std::int32_t g = p[4 * x] + 2 * p[4 * x + 1] + p[4 * x + 2];
-                out[x] = float(g) * (wy * wx[x]);
-                rowSum += g;
-                rowSquares += g * g;
+                for (int x = 0; x < areaWidth; ++x) {
+                    const std::int32_t g = pair[2 * x] + pair[2 * x + 1];
+                    out[x] = float(g) * (wy * wx[x]);
+                    rowSum += g;
+                    rowSquares += std::int64_t(g) * g;
+                }
+            } else {
+                const std::uint8_t* p = picture.row(top + y) + 4 * std::ptrdiff_t(left);
+#pragma omp simd reduction(+ : rowSum, rowSquares)
+                for (int x = 0; x < areaWidth; ++x) {
+                    const std::int32_t g = p[4 * x] + 2 * p[4 * x + 1] + p[4 * x + 2];
+                    out[x] = float(g) * (wy * wx[x]);
+                    rowSum += g;
+                    rowSquares += std::int64_t(g) * g;
+                }
             }
-            sum += rowSum;
-            sumSquares += rowSquares;
+            sum += double(rowSum);
+            sumSquares += double(rowSquares);
         }
-        const double n = double(pixels());
-        const double mean = double(sum) / n;
-        const double variance = double(sumSquares) / n - mean * mean;
-        // Below a deviation of about a quarter of an 8-bit level there is nothing to correlate.
-        return variance > 1.0;
+        // Compare in units of one pixel's grey value whatever the block size.
+        const double scale = halved ? 0.25 : 1.0;
+        into.textured =
+            textured(sum * scale, sumSquares * scale * scale, double(areaWidth) * double(height));
+        fftwf_execute_dft_r2c(forward.get(), grey.get(), into.bins.get());
     }
 
-    void transform(fftwf_complex* out) {
-        fftwf_execute_dft_r2c(forward.get(), reinterpret_cast<float*>(out), out);
+    // The correlation surface overwrites the padding columns; loads expect them zero.
+    void clearPadding() {
+        if (areaWidth == width)
+            return;
+        for (int y = 0; y < height; ++y)
+            std::fill_n(grey.get() + std::size_t(y) * std::size_t(width) + areaWidth,
+                        width - areaWidth, 0.0f);
+    }
+
+    // The translation that moves `target` onto `reference`, in transform pixels.
+    std::optional<Shift> correlate(const Spectrum& reference, const Spectrum& target) {
+        if (!reference.textured || !target.textured)
+            return std::nullopt;
+        // Cross-power spectrum reference · conj(target), reduced to its phase: its inverse
+        // peaks at the translation that moves the target onto the reference.
+        const fftwf_complex* ref = reference.bins.get();
+        const fftwf_complex* tgt = target.bins.get();
+        fftwf_complex* c = cross.get();
+        const std::size_t n = bins();
+#pragma omp simd
+        for (std::size_t i = 0; i < n; ++i) {
+            const float re = ref[i][0] * tgt[i][0] + ref[i][1] * tgt[i][1];
+            const float im = ref[i][1] * tgt[i][0] - ref[i][0] * tgt[i][1];
+            // Empty bins stay zero: 0 · (1 / tiny) = 0.
+            const float scale = 1.0f / (std::sqrt(re * re + im * im) + 1e-30f);
+            c[i][0] = re * scale;
+            c[i][1] = im * scale;
+        }
+        // The window's own spectrum (times each picture's mean) sits in these bins.
+        const int sw = spectrumWidth;
+        const int h = height;
+        for (int ky : {0, 1, h - 1})
+            for (int kx : {0, 1}) {
+                c[std::size_t(ky) * std::size_t(sw) + std::size_t(kx)][0] = 0;
+                c[std::size_t(ky) * std::size_t(sw) + std::size_t(kx)][1] = 0;
+            }
+        fftwf_execute_dft_c2r(inverse.get(), cross.get(), grey.get());
+
+        const int w = width;
+        const float* surface = grey.get();
+        const std::size_t stride = std::size_t(w);
+        // Highest row maximum first (vectorises), then its position within that row.
+        int py = 0;
+        float peak = -std::numeric_limits<float>::infinity();
+        for (int y = 0; y < h; ++y) {
+            const float* row = surface + std::size_t(y) * stride;
+            float rowMax = -std::numeric_limits<float>::infinity();
+#pragma omp simd reduction(max : rowMax)
+            for (int x = 0; x < w; ++x)
+                rowMax = row[x] > rowMax ? row[x] : rowMax;
+            if (rowMax > peak) {
+                peak = rowMax;
+                py = y;
+            }
+        }
+        const float* peakRow = surface + std::size_t(py) * stride;
+        const int px = int(std::find(peakRow, peakRow + w, peak) - peakRow);
+        if (px >= w) {
+            clearPadding();
+            return std::nullopt; // NaN in the surface
+        }
+        const double response = double(peak) / double(pixels());
+        if (!std::isfinite(response) || response < minResponse) {
+            clearPadding();
+            return std::nullopt;
+        }
+
+        auto at = [&](int x, int y) {
+            x = (x + w) % w;
+            y = (y + h) % h;
+            return surface[std::size_t(y) * stride + std::size_t(x)];
+        };
+        double x = px + peakOffset(at(px - 1, py), peak, at(px + 1, py));
+        double y = py + peakOffset(at(px, py - 1), peak, at(px, py + 1));
+        // Peaks past the middle are negative shifts (the surface wraps around).
+        if (x > w / 2.0)
+            x -= w;
+        if (y > h / 2.0)
+            y -= h;
+        clearPadding();
+        if (!std::isfinite(x) || !std::isfinite(y))
+            return std::nullopt;
+        return Shift{x, y, response};
     }
 };
 
+// Two measurements: the whole picture at half resolution finds the shift to about a quarter
+// pixel, then a centre window at full resolution, cut from the target where the coarse shift
+// says the reference's window content now is, refines it. Both transforms are a fifth to a
+// quarter of the picture's size, and of sizes FFTW is fast at (powers of two, 3 · 2ⁿ).
+struct PhaseCorrelator::Impl {
+    int width = 0; // picture size
+    int height = 0;
+    std::unique_ptr<Stage> coarse; // the picture halved, rows trimmed to the transform height
+    std::unique_ptr<Stage> fine;   // the centre window at full resolution
+    Stage::Spectrum coarseReference, coarseTarget;
+    Stage::Spectrum fineReference, fineTarget;
+    bool referenceValid = false;
+
+    bool fits(const PixelBuffer& picture) const {
+        return coarse && !picture.isNull() && picture.width() == width &&
+               picture.height() == height;
+    }
+    int coarseTop() const { return (height - 2 * coarse->height) / 2; }
+    int windowLeft() const { return (width - fine->width) / 2; }
+    int windowTop() const { return (height - fine->height) / 2; }
+};
+
+namespace {
+
+// Largest n · 2^k (n = 1, 3, 5 or 15) not above `limit`: sizes FFTW transforms fast.
+int fastSize(int limit) {
+    int best = 1;
+    for (int n : {1, 3, 5, 15})
+        for (int size = n; size <= limit; size *= 2)
+            best = std::max(best, size);
+    return best;
+}
+
+// The smallest power of two at or above `n`.
+int powerOfTwoAbove(int n) {
+    int size = 1;
+    while (size < n)
+        size *= 2;
+    return size;
+}
+
+} // namespace
+
 PhaseCorrelator::PhaseCorrelator(int width, int height) : d(std::make_unique<Impl>()) {
-    // Rows of 32-bit sums (see loadGrey) bound the width.
-    if (width < 2 || height < 2 || width > 2048 || height > 2048)
+    if (width < 64 || height < 64 || width > 4096 || height > 4096)
+        return;
+    // 960 × 540: coarse 480 × 256 in a 512 × 256 transform, fine window 384 × 256.
+    const int coarseHeight = fastSize(height / 2);
+    const int coarseArea = width / 2;
+    auto coarse = std::make_unique<Stage>(powerOfTwoAbove(coarseArea), coarseHeight, coarseArea);
+    const int fineWidth = fastSize(width * 2 / 5);
+    auto fine = std::make_unique<Stage>(fineWidth, coarseHeight, fineWidth);
+    if (!coarse->valid() || !fine->valid())
+        return;
+    d->coarseReference = coarse->makeSpectrum();
+    d->coarseTarget = coarse->makeSpectrum();
+    d->fineReference = fine->makeSpectrum();
+    d->fineTarget = fine->makeSpectrum();
+    if (!d->coarseReference.bins || !d->coarseTarget.bins || !d->fineReference.bins ||
+        !d->fineTarget.bins)
         return;
     d->width = width;
     d->height = height;
-    d->spectrumWidth = width / 2 + 1;
-    d->windowX = hanning(width);
-    d->windowY = hanning(height);
-    d->current = fftwArray<fftwf_complex>(d->bins());
-    d->reference = fftwArray<fftwf_complex>(d->bins());
-    d->cross = fftwArray<fftwf_complex>(d->bins());
-    if (!d->current || !d->reference || !d->cross) {
-        d->width = d->height = 0;
-        return;
-    }
-    std::lock_guard lock(plannerLock());
-    // FFTW_MEASURE overwrites the arrays while planning; they hold nothing yet. The cost is paid
-    // once per size and process (FFTW remembers what it measured).
-    d->forward.reset(fftwf_plan_dft_r2c_2d(
-        height, width, reinterpret_cast<float*>(d->current.get()), d->current.get(), FFTW_MEASURE));
-    d->inverse.reset(fftwf_plan_dft_c2r_2d(height, width, d->cross.get(),
-                                           reinterpret_cast<float*>(d->cross.get()), FFTW_MEASURE));
-    if (!d->forward || !d->inverse)
-        d->width = d->height = 0;
+    d->coarse = std::move(coarse);
+    d->fine = std::move(fine);
 }
 
 PhaseCorrelator::~PhaseCorrelator() = default;
@@ -172,91 +337,49 @@ void PhaseCorrelator::clearReference() {
 }
 
 bool PhaseCorrelator::setReference(const PixelBuffer& picture) {
-    if (d->width == 0 || !d->fits(picture))
+    if (!d->fits(picture))
         return false;
-    d->referenceTextured = d->loadGrey(picture, d->reference.get());
-    d->transform(d->reference.get());
+    d->coarse->load(picture, 0, d->coarseTop(), true, d->coarseReference);
+    d->fine->load(picture, d->windowLeft(), d->windowTop(), false, d->fineReference);
     d->referenceValid = true;
     return true;
 }
 
 std::optional<PhaseCorrelator::Shift> PhaseCorrelator::measure(const PixelBuffer& target) {
-    if (d->width == 0 || !d->fits(target))
+    if (!d->fits(target))
         return std::nullopt;
-    const bool textured = d->loadGrey(target, d->current.get());
-    d->transform(d->current.get());
-    const bool usable = d->referenceValid && d->referenceTextured && textured;
-    // The target's spectrum is the next reference whatever the outcome.
-    std::swap(d->current, d->reference);
+    Stage& fine = *d->fine;
+    d->coarse->load(target, 0, d->coarseTop(), true, d->coarseTarget);
+    std::optional<Shift> coarse;
+    if (d->referenceValid)
+        coarse = d->coarse->correlate(d->coarseReference, d->coarseTarget);
+    std::optional<Shift> result;
+    bool centreLoaded = false;
+    if (coarse) {
+        result = Shift{2 * coarse->x, 2 * coarse->y, coarse->response};
+        // Where the reference's window content lies in the target: the shift moves the target
+        // onto the reference, so the content moved by −shift.
+        const int left =
+            std::clamp(d->windowLeft() - int(std::lround(result->x)), 0, d->width - fine.width);
+        const int top =
+            std::clamp(d->windowTop() - int(std::lround(result->y)), 0, d->height - fine.height);
+        fine.load(target, left, top, false, d->fineTarget);
+        centreLoaded = left == d->windowLeft() && top == d->windowTop();
+        if (const auto refined = fine.correlate(d->fineReference, d->fineTarget)) {
+            const double x = refined->x + (d->windowLeft() - left);
+            const double y = refined->y + (d->windowTop() - top);
+            // A window cut at the wrong place (clamped at the edge, a coarse outlier) shows as
+            // a refinement far from the coarse shift; the coarse shift stands then.
+            if (std::abs(x - result->x) <= 2.0 && std::abs(y - result->y) <= 2.0)
+                result = Shift{x, y, refined->response};
+        }
+    }
+    // The target is the next reference whatever the outcome.
+    std::swap(d->coarseReference, d->coarseTarget);
+    if (centreLoaded)
+        std::swap(d->fineReference, d->fineTarget);
+    else
+        fine.load(target, d->windowLeft(), d->windowTop(), false, d->fineReference);
     d->referenceValid = true;
-    d->referenceTextured = textured;
-    if (!usable)
-        return std::nullopt;
-
-    // Cross-power spectrum reference · conj(target), reduced to its phase: its inverse peaks at
-    // the translation that moves the target onto the reference.
-    const fftwf_complex* ref = d->current.get(); // swapped above: this is the old reference
-    const fftwf_complex* tgt = d->reference.get();
-    fftwf_complex* cross = d->cross.get();
-    const std::size_t bins = d->bins();
-#pragma omp simd
-    for (std::size_t i = 0; i < bins; ++i) {
-        const float re = ref[i][0] * tgt[i][0] + ref[i][1] * tgt[i][1];
-        const float im = ref[i][1] * tgt[i][0] - ref[i][0] * tgt[i][1];
-        // Empty bins stay zero: 0 · (1 / tiny) = 0.
-        const float scale = 1.0f / (std::sqrt(re * re + im * im) + 1e-30f);
-        cross[i][0] = re * scale;
-        cross[i][1] = im * scale;
-    }
-    // The window's own spectrum (times each picture's mean) sits in these bins.
-    const int sw = d->spectrumWidth;
-    const int h = d->height;
-    for (int ky : {0, 1, h - 1})
-        for (int kx : {0, 1}) {
-            cross[std::size_t(ky) * std::size_t(sw) + std::size_t(kx)][0] = 0;
-            cross[std::size_t(ky) * std::size_t(sw) + std::size_t(kx)][1] = 0;
-        }
-    fftwf_execute_dft_c2r(d->inverse.get(), d->cross.get(),
-                          reinterpret_cast<float*>(d->cross.get()));
-
-    const int w = d->width;
-    const float* surface = reinterpret_cast<const float*>(d->cross.get());
-    const std::size_t stride = d->rowFloats();
-    // Highest row maximum first (vectorises), then its position within that row.
-    int py = 0;
-    float peak = -std::numeric_limits<float>::infinity();
-    for (int y = 0; y < h; ++y) {
-        const float* row = surface + std::size_t(y) * stride;
-        float rowMax = -std::numeric_limits<float>::infinity();
-#pragma omp simd reduction(max : rowMax)
-        for (int x = 0; x < w; ++x)
-            rowMax = row[x] > rowMax ? row[x] : rowMax;
-        if (rowMax > peak) {
-            peak = rowMax;
-            py = y;
-        }
-    }
-    const float* peakRow = surface + std::size_t(py) * stride;
-    const int px = int(std::find(peakRow, peakRow + w, peak) - peakRow);
-    if (px >= w)
-        return std::nullopt; // NaN in the surface
-    const double response = double(peak) / double(d->pixels());
-    if (!std::isfinite(response) || response < minResponse)
-        return std::nullopt;
-
-    auto at = [&](int x, int y) {
-        x = (x + w) % w;
-        y = (y + h) % h;
-        return surface[std::size_t(y) * stride + std::size_t(x)];
-    };
-    double x = px + peakOffset(at(px - 1, py), peak, at(px + 1, py));
-    double y = py + peakOffset(at(px, py - 1), peak, at(px, py + 1));
-    // Peaks past the middle are negative shifts (the surface wraps around).
-    if (x > w / 2.0)
-        x -= w;
-    if (y > h / 2.0)
-        y -= h;
-    if (!std::isfinite(x) || !std::isfinite(y))
-        return std::nullopt;
-    return Shift{x, y, response};
+    return result;
 }
