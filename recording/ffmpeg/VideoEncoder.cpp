@@ -121,7 +121,6 @@ std::unique_ptr<VideoEncoder> VideoEncoder::openX265(const VideoEncoderSettings&
     CodecContextPtr c = makeContext(codec, s, AV_PIX_FMT_YUV420P);
     if (!c)
         return nullptr;
-    // Frame threads are chosen by x265 from the core count.
     av_opt_set(c->priv_data, "preset", x265Preset, 0);
     av_opt_set(c->priv_data, "x265-params", x265Params, 0);
     if (avcodec_open2(c.get(), codec, nullptr) < 0)
