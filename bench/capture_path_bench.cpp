@@ -3,7 +3,9 @@
 // second, drops of each kind, CPU seconds per recorded second, resident memory over the run and
 // the latency from a frame's capture to its append.
 //
-//   build/bench/capture_path_bench [seconds=60] [1080|1440]
+//   build/bench/capture_path_bench [seconds=60] [1080|1440] [keep]
+//
+// With "keep" the recording stays in its temporary folder (printed) to be looked at.
 
 #include "capture/CameraManagerMac.h"
 #include "capture/FrameStore.h"
@@ -14,8 +16,8 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QGuiApplication>
 #include <QEventLoop>
+#include <QGuiApplication>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -72,6 +74,8 @@ int main(int argc, char** argv) {
     const bool high = argc > 2 && QByteArray(argv[2]) == "1440";
 
     QTemporaryDir dir;
+    const bool keep = argc > 3 && QByteArray(argv[3]) == "keep";
+    dir.setAutoRemove(!keep);
     qputenv("HOME", dir.path().toUtf8());
     SettingsStore settings(dir.filePath(QStringLiteral("ostrel.ini")));
     settings.setValue(Setting::wideDeviceUID, VirtualDevices::camera1ID);
@@ -141,6 +145,8 @@ int main(int argc, char** argv) {
                 memory.empty() ? 0.0 : memory.back(),
                 memory.empty() ? 0.0 : *std::max_element(memory.begin(), memory.end()));
     std::printf("  latency capture→append median %.1f ms, p99 %.1f ms\n", pct(0.5), pct(0.99));
+    if (keep)
+        std::printf("  kept in               %s\n", qPrintable(dir.path()));
     FrameStore::shared().clear();
     return 0;
 }

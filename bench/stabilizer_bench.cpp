@@ -241,6 +241,10 @@ void headTremor() {
                 "%s, turns %s\n",
                 on.jitter <= 0.5 * off.jitter ? "met" : "NOT met",
                 turnsThrough(on) ? "met" : "NOT met");
+    // The crop moves by gain · gate · (path − smoothed path), so the picture keeps
+    // 1 − gain · gate of the tremor however exactly it is measured.
+    std::printf("  (the picture keeps at least 1 - gain of the tremor, 50 %% at the default gain "
+                "0.5, more where the tremor's own steps close the gate)\n");
 }
 
 } // namespace
