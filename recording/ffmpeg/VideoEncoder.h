@@ -21,15 +21,17 @@ struct VideoEncoderSettings {
 // Time base of video presentation times everywhere in the writer (the MPEG 90 kHz clock).
 inline constexpr AVRational videoTimeBase{1, 90000};
 
-// libx265 settings. ultrafast alone needs about 75 ms of CPU per 1080p frame on a 2-core
-// machine, more than two cores have at 30 fps. Coding units no smaller than 32 × 32, the
-// cheapest mode decision (rd 1) and no B-frames halve that for 0.15 dB less PSNR at 10 Mbit/s.
-// Two frame threads and a short look-ahead let the first key frame, the costliest picture of a
-// recording, overlap the next instead of filling the two-frame queue. Closed GOPs make every key
-// frame a clean entry point of its fragment.
+// libx265 settings. ultrafast alone needs about 75 ms of CPU per 1080p frame on a 2-core machine,
+// more than two cores have at 30 fps. Coding units no smaller than 32 × 32, the cheapest mode
+// decision (rd 1) and no B-frames halve that for 0.15 dB less PSNR at 10 Mbit/s. The first key
+// frame, coded at the rate control's starting quantiser, is three times the size of later ones and
+// took three frame times, filling the two-frame queue: a recording's first three frames get 0.4 of
+// the bit rate (the next ones make up for it), and two frame threads with a short look-ahead let it
+// overlap the next pictures. Closed GOPs make every key frame a clean entry point of its fragment.
 inline constexpr const char* x265Preset = "ultrafast";
-inline constexpr const char* x265Params = "log-level=error:open-gop=0:min-cu-size=32:rd=1:"
-                                          "bframes=0:frame-threads=2:rc-lookahead=2";
+inline constexpr const char* x265Params =
+    "log-level=error:open-gop=0:min-cu-size=32:rd=1:"
+    "bframes=0:frame-threads=2:rc-lookahead=2:zones=0,2,b=0.4";
 
 // An opened HEVC encoder. Hardware encoders are tried first because they cost the CPU next to
 // nothing; libx265 with a real-time preset is the fallback that always exists.
