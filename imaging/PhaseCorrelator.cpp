@@ -72,8 +72,8 @@ bool textured(double sum, double sumSquares, double count) {
 } // namespace
 
 // Phase correlation at one transform size: windowed grey spectra of picture areas, and the
-// translation between two such spectra. The area may be narrower than the transform; the
-// columns to its right stay zero.
+// translation between two such spectra. The area may be narrower than the transform; `load`
+// fills the columns to its right with zeros.
 struct PhaseCorrelator::Stage {
     struct Spectrum {
         FftwArray<fftwf_complex> bins;
@@ -87,6 +87,7 @@ struct PhaseCorrelator::Stage {
     std::vector<float> windowX;
     std::vector<float> windowY;
     FftwArray<float> grey;             // windowed picture, then the correlation surface
+    std::vector<std::int16_t> greyRow; // one row's grey values before windowing
     std::vector<std::int16_t> pairRow; // two rows' grey values summed, for halving
     FftwArray<fftwf_complex> cross;
     Plan forward;
@@ -95,6 +96,7 @@ struct PhaseCorrelator::Stage {
     Stage(int w, int h, int area) : width(w), height(h), areaWidth(area), spectrumWidth(w / 2 + 1) {
         windowX = hanning(areaWidth);
         windowY = hanning(height);
+        greyRow.resize(std::size_t(areaWidth));
         pairRow.resize(2 * std::size_t(areaWidth));
         grey = fftwArray<float>(pixels());
         cross = fftwArray<fftwf_complex>(bins());
@@ -106,7 +108,6 @@ struct PhaseCorrelator::Stage {
         // FFTW's in-place 2-D real transforms copy every row through a buffer.
         forward.reset(fftwf_plan_dft_r2c_2d(height, width, grey.get(), cross.get(), FFTW_MEASURE));
         inverse.reset(fftwf_plan_dft_c2r_2d(height, width, cross.get(), grey.get(), FFTW_MEASURE));
-        std::fill(grey.get(), grey.get() + pixels(), 0.0f);
     }
 
     bool valid() const { return forward && inverse; }
@@ -123,14 +124,10 @@ struct PhaseCorrelator::Stage {
         double sum = 0;
         double sumSquares = 0;
         const float* wx = windowX.data();
+        std::int16_t* row = greyRow.data();
         for (int y = 0; y < height; ++y) {
-            float* out = grey.get() + std::size_t(y) * std::size_t(width);
-            const float wy = windowY[std::size_t(y)];
-            // 64-bit sums: a halved row of 1024 values up to 4080 overflows 32 bits squared.
-            std::int64_t rowSum = 0;
-            std::int64_t rowSquares = 0;
             if (halved) {
-                // Both rows' grey values first, then pairs of them: two loops that vectorise.
+                // Both rows' grey values first, then pairs of them: loops that vectorise.
                 const std::uint8_t* p = picture.row(top + 2 * y) + 4 * std::ptrdiff_t(left);
                 const std::uint8_t* q = picture.row(top + 2 * y + 1) + 4 * std::ptrdiff_t(left);
                 std::int16_t* pair = pairRow.data();
@@ -138,23 +135,29 @@ struct PhaseCorrelator::Stage {
                 for (int x = 0; x < 2 * areaWidth; ++x)
                     pair[x] = std::int16_t(p[4 * x] + 2 * p[4 * x + 1] + p[4 * x + 2] + q[4 * x] +
                                            2 * q[4 * x + 1] + q[4 * x + 2]);
-#pragma omp simd reduction(+ : rowSum, rowSquares)
-                for (int x = 0; x < areaWidth; ++x) {
-                    const std::int32_t g = pair[2 * x] + pair[2 * x + 1];
-                    out[x] = float(g) * (wy * wx[x]);
-                    rowSum += g;
-                    rowSquares += std::int64_t(g) * g;
-                }
+#pragma omp simd
+                for (int x = 0; x < areaWidth; ++x)
+                    row[x] = std::int16_t(pair[2 * x] + pair[2 * x + 1]);
             } else {
                 const std::uint8_t* p = picture.row(top + y) + 4 * std::ptrdiff_t(left);
-#pragma omp simd reduction(+ : rowSum, rowSquares)
-                for (int x = 0; x < areaWidth; ++x) {
-                    const std::int32_t g = p[4 * x] + 2 * p[4 * x + 1] + p[4 * x + 2];
-                    out[x] = float(g) * (wy * wx[x]);
-                    rowSum += g;
-                    rowSquares += std::int64_t(g) * g;
-                }
+#pragma omp simd
+                for (int x = 0; x < areaWidth; ++x)
+                    row[x] = std::int16_t(p[4 * x] + 2 * p[4 * x + 1] + p[4 * x + 2]);
             }
+            float* out = grey.get() + std::size_t(y) * std::size_t(width);
+            const float wy = windowY[std::size_t(y)];
+            // 64-bit sums: a halved row of 1024 values up to 4080 overflows 32 bits squared.
+            std::int64_t rowSum = 0;
+            std::int64_t rowSquares = 0;
+#pragma omp simd reduction(+ : rowSum, rowSquares)
+            for (int x = 0; x < areaWidth; ++x) {
+                const std::int32_t g = row[x];
+                out[x] = float(g) * (wy * wx[x]);
+                rowSum += g;
+                rowSquares += std::int64_t(g) * g;
+            }
+            // The correlation surface of the last measurement is still in the padding.
+            std::fill(out + areaWidth, out + width, 0.0f);
             sum += double(rowSum);
             sumSquares += double(rowSquares);
         }
@@ -163,15 +166,6 @@ struct PhaseCorrelator::Stage {
         into.textured =
             textured(sum * scale, sumSquares * scale * scale, double(areaWidth) * double(height));
         fftwf_execute_dft_r2c(forward.get(), grey.get(), into.bins.get());
-    }
-
-    // The correlation surface overwrites the padding columns; loads expect them zero.
-    void clearPadding() {
-        if (areaWidth == width)
-            return;
-        for (int y = 0; y < height; ++y)
-            std::fill_n(grey.get() + std::size_t(y) * std::size_t(width) + areaWidth,
-                        width - areaWidth, 0.0f);
     }
 
     // The translation that moves `target` onto `reference`, in transform pixels.
@@ -222,15 +216,11 @@ struct PhaseCorrelator::Stage {
         }
         const float* peakRow = surface + std::size_t(py) * stride;
         const int px = int(std::find(peakRow, peakRow + w, peak) - peakRow);
-        if (px >= w) {
-            clearPadding();
+        if (px >= w)
             return std::nullopt; // NaN in the surface
-        }
         const double response = double(peak) / double(pixels());
-        if (!std::isfinite(response) || response < minResponse) {
-            clearPadding();
+        if (!std::isfinite(response) || response < minResponse)
             return std::nullopt;
-        }
 
         auto at = [&](int x, int y) {
             x = (x + w) % w;
@@ -244,7 +234,6 @@ struct PhaseCorrelator::Stage {
             x -= w;
         if (y > h / 2.0)
             y -= h;
-        clearPadding();
         if (!std::isfinite(x) || !std::isfinite(y))
             return std::nullopt;
         return Shift{x, y, response};
