@@ -109,21 +109,52 @@ Item {
                 color: Theme.secondaryText
             }
 
+            // Why a camera stays black here: no rights on the device node, or another
+            // program holds it, or it is gone. The log below names the camera and the cause.
             Label {
-                text: qsTr("Berechtigungen")
+                text: qsTr("Bild bleibt schwarz?")
                 font.bold: true
                 color: Theme.text
             }
-            Button {
-                text: "⚙  " + qsTr("Systemeinstellungen → Datenschutz öffnen")
-                onClicked: view.diagnostics.openPrivacySettings()
-            }
-            Label {
+            Column {
+                objectName: "blackPictureHelp"
                 width: parent.width - 32
-                wrapMode: Text.Wrap
-                text: qsTr("Dort lassen sich Kamera- und Mikrofon-Berechtigungen für OSTREL prüfen, falls das Bild schwarz bleibt.")
-                font.pixelSize: 11
-                color: Theme.secondaryText
+                spacing: 8
+                Repeater {
+                    model: [
+                        [qsTr("Kein Zugriff auf die Kamera"),
+                         qsTr("Dein Benutzer gehört nicht zur Gruppe „video“. Im Terminal „%1“ eingeben, danach ab- und wieder anmelden.").arg(view.diagnostics.videoGroupCommand)],
+                        [qsTr("Kamera belegt"),
+                         qsTr("Ein anderes Programm (z. B. Videokonferenz, Browser oder Kamera-App) nutzt die Kamera. Dieses Programm beenden und OSTREL neu starten.")],
+                        [qsTr("Kamera nicht gefunden"),
+                         qsTr("Kabel prüfen und beide Kameras neu anstecken. Welche Kamera betroffen ist, steht unten im Protokoll.")]
+                    ]
+                    delegate: Column {
+                        required property var modelData
+                        width: parent.width
+                        Label {
+                            text: modelData[0]
+                            font.pixelSize: 12
+                            font.bold: true
+                            color: Theme.text
+                        }
+                        Label {
+                            width: parent.width
+                            wrapMode: Text.Wrap
+                            text: modelData[1]
+                            font.pixelSize: 12
+                            color: Theme.secondaryText
+                        }
+                    }
+                }
+            }
+            Button {
+                objectName: "copyGroupCommand"
+                text: qsTr("Befehl kopieren")
+                onClicked: {
+                    view.diagnostics.copyVideoGroupCommand()
+                    view.copied = true
+                }
             }
             Label {
                 id: shareError

@@ -14,7 +14,7 @@ ApplicationWindow {
     width: 1280
     height: 800
     minimumWidth: settings.didCompleteOnboarding ? 900 : 720
-    minimumHeight: 560
+    minimumHeight: settings.didCompleteOnboarding ? 560 : 600
     visible: true
     color: Theme.ink
 
@@ -70,7 +70,7 @@ ApplicationWindow {
             Action { text: qsTr("OSTREL beenden"); shortcut: StandardKey.Quit; onTriggered: appDelegate.requestQuit() }
         }
         Menu {
-            title: qsTr("Ablage")
+            title: qsTr("Datei")
             Action {
                 text: qsTr("Aufnahmeordner öffnen")
                 shortcut: "Ctrl+Shift+O"
