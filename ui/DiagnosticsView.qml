@@ -13,6 +13,8 @@ Item {
     property bool copied: false
 
     onCopiedChanged: if (copied) copiedTimer.restart()
+    // The filter is view state: every new window starts with all levels.
+    Component.onCompleted: view.logModel.levelFilter = -1
 
     Timer {
         id: copiedTimer

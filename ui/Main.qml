@@ -55,7 +55,11 @@ ApplicationWindow {
     }
 
     function openDiagnostics() {
-        diagnosticsLoader.active = true
+        // A closed window comes back fresh: filter "Alle", list at the top.
+        if (!diagnosticsLoader.item || !diagnosticsLoader.item.visible) {
+            diagnosticsLoader.active = false
+            diagnosticsLoader.active = true
+        }
         diagnosticsLoader.item.show()
         diagnosticsLoader.item.raise()
         diagnosticsLoader.item.requestActivate()
@@ -113,7 +117,11 @@ ApplicationWindow {
                 onTriggered: Qt.openUrlExternally("https://ostrel.de")
             }
             MenuSeparator {}
-            Action { text: qsTr("Diagnose"); onTriggered: window.openDiagnostics() }
+            Action {
+                objectName: "diagnosticsAction"
+                text: qsTr("Diagnose")
+                onTriggered: window.openDiagnostics()
+            }
         }
     }
 
