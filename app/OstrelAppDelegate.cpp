@@ -39,3 +39,34 @@ void OstrelAppDelegate::requestQuit() {
     if (applicationShouldTerminate() == Reply::now)
         m_terminate();
 }
+
+void OstrelAppDelegate::setMainViewShown(bool shown) {
+    if (shown == m_mainViewShown)
+        return;
+    m_mainViewShown = shown;
+    emit mainViewShownChanged();
+    if (!shown)
+        leaveMainView();
+}
+
+void OstrelAppDelegate::leaveMainView() {
+    CameraManagerMac* manager = CameraManagerMac::current();
+    if (!manager || m_quitting)
+        return; // a quit in progress stops capture itself
+    if (!manager->isRecording()) {
+        manager->stopCapture();
+        return;
+    }
+    // Stopping capture under a running recording would leave the file open and append the
+    // next session's frames to it.
+    ostrelLog(LogLevel::event,
+              QStringLiteral("Einrichtung: Aufnahme wird abgeschlossen und gespeichert…"));
+    QPointer<CameraManagerMac> weak(manager);
+    QPointer<OstrelAppDelegate> self(this);
+    manager->onRecordingFinished = [weak, self] {
+        // The setup may already be finished and the main view capturing again.
+        if (weak && self && !self->m_mainViewShown)
+            weak->stopCapture();
+    };
+    manager->stopRecording();
+}

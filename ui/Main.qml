@@ -28,6 +28,13 @@ ApplicationWindow {
              : systemPalette.window.hslLightness < 0.5
     }
 
+    // Leaving the main view for the setup saves a running recording and frees the cameras.
+    Binding {
+        target: appDelegate
+        property: "mainViewShown"
+        value: settings.didCompleteOnboarding
+    }
+
     onClosing: (close) => {
         close.accepted = false
         appDelegate.requestQuit()
@@ -167,8 +174,7 @@ ApplicationWindow {
             recordings: window.recordingsStore
             settings: window.settingsStore
             onSetupRequested: {
-                // The setup comes back in the main window; the cameras are freed for it.
-                window.camera.stopCapture()
+                // The setup comes back in the main window; the delegate frees the cameras.
                 close()
                 window.raise()
             }
