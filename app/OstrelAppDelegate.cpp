@@ -9,7 +9,9 @@
 OstrelAppDelegate::OstrelAppDelegate(std::function<void()> terminate, QObject* parent)
     : QObject(parent), m_terminate(std::move(terminate)) {
     if (!m_terminate)
-        m_terminate = [] { QCoreApplication::quit(); };
+        // Not quit(): that asks every window to close first, and the main window answers a
+        // close with a quit request, which is refused while the recording is being saved.
+        m_terminate = [] { QCoreApplication::exit(0); };
 }
 
 OstrelAppDelegate::Reply OstrelAppDelegate::applicationShouldTerminate() {

@@ -17,7 +17,7 @@ class OstrelAppDelegate : public QObject {
 public:
     enum class Reply { cancel, now, later };
 
-    // `terminate` ends the application (QCoreApplication::quit when empty).
+    // `terminate` ends the application (QCoreApplication::exit when empty).
     explicit OstrelAppDelegate(std::function<void()> terminate = {}, QObject* parent = nullptr);
 
     bool quitting() const { return m_quitting; }

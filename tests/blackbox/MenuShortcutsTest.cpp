@@ -123,7 +123,8 @@ TEST(MenuShortcuts, QuitWhileRecordingEndsAfterTheRecordingIsSaved) {
     startLive(app);
     const int from = startRecording(app);
     ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+q")));
-    EXPECT_EQ(app.waitForExit(60000), 0) << app.appOutput().toStdString();
+    EXPECT_EQ(app.waitForExit(60000), 0)
+        << app.appOutput().toStdString() << app.logLines().join(u'\n').toStdString();
     EXPECT_TRUE(app.waitForLog(QStringLiteral("Beenden: Aufnahme wird abgeschlossen"), 1000, from));
     EXPECT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: OSTREL-"), 1000, from));
     expectOneSavedRecording(app);
@@ -134,7 +135,8 @@ TEST(MenuShortcuts, TerminationSignalWhileRecordingSavesTheRecordingFirst) {
     startLive(app);
     const int from = startRecording(app);
     app.signal(SIGTERM);
-    EXPECT_EQ(app.waitForExit(60000), 0) << app.appOutput().toStdString();
+    EXPECT_EQ(app.waitForExit(60000), 0)
+        << app.appOutput().toStdString() << app.logLines().join(u'\n').toStdString();
     EXPECT_TRUE(app.waitForLog(QStringLiteral("Beenden: Aufnahme wird abgeschlossen"), 1000, from));
     EXPECT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: OSTREL-"), 1000, from));
     expectOneSavedRecording(app);
