@@ -122,40 +122,25 @@ Item {
                 objectName: "blackPictureHelp"
                 width: parent.width - 32
                 spacing: 8
-                Repeater {
-                    model: [
-                        [qsTr("Kein Zugriff auf die Kamera"),
-                         qsTr("Dein Benutzer gehört nicht zur Gruppe „video“. Im Terminal „%1“ eingeben, danach ab- und wieder anmelden.").arg(view.diagnostics.videoGroupCommand)],
-                        [qsTr("Kamera belegt"),
-                         qsTr("Ein anderes Programm (z. B. Videokonferenz, Browser oder Kamera-App) nutzt die Kamera. Dieses Programm beenden und OSTREL neu starten.")],
-                        [qsTr("Kamera nicht gefunden"),
-                         qsTr("Kabel prüfen und beide Kameras neu anstecken. Welche Kamera betroffen ist, steht unten im Protokoll.")]
-                    ]
-                    delegate: Column {
-                        required property var modelData
-                        width: parent.width
-                        Label {
-                            text: modelData[0]
-                            font.pixelSize: 12
-                            font.bold: true
-                            color: Theme.text
-                        }
-                        Label {
-                            width: parent.width
-                            wrapMode: Text.Wrap
-                            text: modelData[1]
-                            font.pixelSize: 12
-                            color: Theme.secondaryText
-                        }
+                HelpCause {
+                    title: qsTr("Kein Zugriff auf die Kamera")
+                    text: qsTr("Dein Benutzer gehört nicht zur Gruppe „video“. Im Terminal „%1“ eingeben, danach ab- und wieder anmelden.").arg(view.diagnostics.videoGroupCommand)
+                }
+                Button {
+                    objectName: "copyGroupCommand"
+                    text: qsTr("Befehl kopieren")
+                    onClicked: {
+                        view.diagnostics.copyVideoGroupCommand()
+                        view.copied = true
                     }
                 }
-            }
-            Button {
-                objectName: "copyGroupCommand"
-                text: qsTr("Befehl kopieren")
-                onClicked: {
-                    view.diagnostics.copyVideoGroupCommand()
-                    view.copied = true
+                HelpCause {
+                    title: qsTr("Kamera belegt")
+                    text: qsTr("Ein anderes Programm (z. B. Videokonferenz, Browser oder Kamera-App) nutzt die Kamera. Dieses Programm beenden und OSTREL neu starten.")
+                }
+                HelpCause {
+                    title: qsTr("Kamera nicht gefunden")
+                    text: qsTr("Kabel prüfen und beide Kameras neu anstecken. Welche Kamera betroffen ist, steht unten im Protokoll.")
                 }
             }
             Label {
@@ -244,6 +229,26 @@ Item {
                     }
                 }
             }
+        }
+    }
+
+    // One cause of a black picture: a bold title over a short explanation.
+    component HelpCause: Column {
+        property alias title: causeTitle.text
+        property alias text: causeText.text
+        width: parent.width
+        Label {
+            id: causeTitle
+            font.pixelSize: 12
+            font.bold: true
+            color: Theme.text
+        }
+        Label {
+            id: causeText
+            width: parent.width
+            wrapMode: Text.Wrap
+            font.pixelSize: 12
+            color: Theme.secondaryText
         }
     }
 
