@@ -34,9 +34,9 @@ signals:
     void mainViewShownChanged();
 
 private:
-    std::function<void()> m_terminate;
     void leaveMainView();
 
+    std::function<void()> m_terminate;
     bool m_quitting = false;
     bool m_mainViewShown = false;
 };
