@@ -43,7 +43,8 @@ bool Mp4Writer::addVideoInput(const VideoEncoderSettings& requested) {
         return false;
     VideoEncoderSettings settings = requested;
     settings.globalHeader = m_format->oformat->flags & AVFMT_GLOBALHEADER;
-    auto encoder = VideoEncoder::open(settings);
+    m_failedVideoEncoders.clear();
+    auto encoder = VideoEncoder::open(settings, &m_failedVideoEncoders);
     if (!encoder)
         return false;
     AVStream* stream = avformat_new_stream(m_format.get(), nullptr);
@@ -139,6 +140,11 @@ bool Mp4Writer::isReadyForMoreVideo() const {
     std::lock_guard lock(m_mutex);
     return m_status == Status::writing && !m_finishRequested &&
            m_queuedVideo < maxQueuedVideoFrames;
+}
+
+int Mp4Writer::queuedVideoFrames() const {
+    std::lock_guard lock(m_mutex);
+    return m_queuedVideo;
 }
 
 bool Mp4Writer::acceptsVideoTime(MediaTime pts) const {
