@@ -2,11 +2,14 @@
 
 #include "ui/FrameImage.h"
 #include "ui/LiveViewGeometry.h"
+#include "ui/RenderThreadPriority.h"
 
 #include <QImage>
 #include <QQuickWindow>
 #include <QSGImageNode>
 #include <QSGRendererInterface>
+
+#include <algorithm>
 
 namespace {} // namespace
 
@@ -36,6 +39,14 @@ void MacMetalCameraView::setStabilized(bool stabilized) {
     update();
 }
 
+void MacMetalCameraView::setRefreshInterval(int ms) {
+    ms = std::max(ms, int(redrawIntervalMs));
+    if (ms == m_timer.interval())
+        return;
+    m_timer.setInterval(ms); // a running timer keeps running with the new interval
+    emit refreshIntervalChanged();
+}
+
 void MacMetalCameraView::pullFrame() {
     std::optional<StoredFrame> latest = FrameStore::shared().latest(m_index);
     if (!latest || !latest->buffer)
@@ -58,6 +69,7 @@ void MacMetalCameraView::geometryChange(const QRectF& newGeometry, const QRectF&
 }
 
 QSGNode* MacMetalCameraView::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
+    renderPriority::lowerOnce(); // runs on the render thread
     auto* node = static_cast<QSGImageNode*>(old);
     const PixelBuffer& buffer = m_frame.buffer;
     if (!buffer || !window())
