@@ -86,7 +86,11 @@ public:
     QPointF stabOffset() const { return m_stabOffset; }
     QUrl saveURL() const { return m_saveURL; }
     void setSaveURL(const QUrl& url);
-    int liveRefreshInterval() const { return m_pressure.liveIntervalMs(); }
+    int liveRefreshInterval() const {
+        return m_liveViewYields ? m_pressure.liveIntervalMs() : RecordingPressure::intervalsMs[0];
+    }
+    // Comparison benchmarks: false keeps the live view at full rate and the recording unpaced.
+    void setLiveViewYields(bool yields) { m_liveViewYields = yields; }
     QString recordingNotice() const { return m_recordingNotice; }
 
     // Start-up, polling, watchdog and hot-plug.
@@ -221,6 +225,7 @@ private:
     QPointF m_stabOffset;
     QUrl m_saveURL;
     RecordingPressure m_pressure;
+    bool m_liveViewYields = true;
     ScheduledTask m_pressureTask;
     QString m_recordingNotice;
 

@@ -23,6 +23,8 @@ void CameraManagerMac::startPressureWatch(int width, int height) {
     m_pressureTask.cancel();
     m_pressure.reset();
     setRecordingNotice({});
+    if (!m_liveViewYields)
+        return;
     if (predictedTooSlow(m_recorder->videoEncoderName(), width)) {
         const QString notice =
             tr("Dieser Rechner schafft %1 × %2 voraussichtlich nicht mit 30 Bildern pro Sekunde. "

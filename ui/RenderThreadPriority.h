@@ -9,6 +9,9 @@ namespace renderPriority {
 // Nice value given to the render threads (0 is normal; higher yields more).
 inline constexpr int renderNice = 5;
 
+// `renderNice`, or $OSTREL_RENDER_NICE when set (0 leaves the threads alone; for comparisons).
+int chosenNice();
+
 // Call on the render thread. Lowers the calling thread (unless it is the GUI thread) and every
 // rasteriser worker of the process, once per process; later calls do nothing.
 void lowerOnce();

@@ -6,6 +6,8 @@
 
 #include <mutex>
 
+#include <pthread.h>
+
 extern "C" {
 #include <libavutil/mathematics.h>
 }
@@ -266,6 +268,8 @@ void Mp4Writer::stopThread() {
 }
 
 void Mp4Writer::run() {
+    // Named apart from the recording queue that starts it, so its CPU time can be told apart.
+    pthread_setname_np(pthread_self(), "ostrel.encode"); // at most 15 characters
     for (;;) {
         Item item;
         {

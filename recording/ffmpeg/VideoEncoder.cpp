@@ -7,6 +7,8 @@ extern "C" {
 
 #include <filesystem>
 
+#include <pthread.h>
+
 namespace ffmpeg {
 
 namespace {
@@ -34,6 +36,22 @@ CodecContextPtr makeContext(const AVCodec* codec, const VideoEncoderSettings& s,
         c->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     return c;
 }
+
+// Threads inherit their creator's name: the encoder's worker threads, started while the
+// encoder opens, get this one, so their CPU time is not booked to the recording queue.
+class ThreadNameScope {
+public:
+    explicit ThreadNameScope(const char* name) {
+        pthread_getname_np(pthread_self(), m_previous, sizeof m_previous);
+        pthread_setname_np(pthread_self(), name);
+    }
+    ~ThreadNameScope() { pthread_setname_np(pthread_self(), m_previous); }
+    ThreadNameScope(const ThreadNameScope&) = delete;
+    ThreadNameScope& operator=(const ThreadNameScope&) = delete;
+
+private:
+    char m_previous[16] = {};
+};
 
 bool deviceNodeExists(const char* path) {
     std::error_code ignored;
@@ -153,8 +171,11 @@ std::unique_ptr<VideoEncoder> VideoEncoder::openX265(const VideoEncoderSettings&
         return nullptr;
     av_opt_set(c->priv_data, "preset", x265Preset, 0);
     av_opt_set(c->priv_data, "x265-params", x265Params, 0);
-    if (avcodec_open2(c.get(), codec, nullptr) < 0)
-        return nullptr;
+    {
+        const ThreadNameScope name("ostrel.x265");
+        if (avcodec_open2(c.get(), codec, nullptr) < 0)
+            return nullptr;
+    }
     std::unique_ptr<VideoEncoder> encoder(new VideoEncoder);
     encoder->m_name = QStringLiteral("libx265");
     encoder->m_context = std::move(c);
