@@ -238,8 +238,10 @@ int record(AppShell& shell, QQuickWindow* window, const Run& run) {
     for (const auto& [group, ticks] : cpuAfter) {
         const auto before = cpuBefore.count(group) ? cpuBefore.at(group) : 0;
         const auto five = cpuAtFive.count(group) ? cpuAtFive.at(group) : 0;
-        std::printf("    %-12s %.2f | %.2f\n", qPrintable(group),
-                    double(ticks - before) / double(hz) / elapsed,
+        const double whole = double(ticks - before) / double(hz) / elapsed;
+        if (group.startsWith(QStringLiteral("other")) && whole < 0.005)
+            continue; // idle helper threads
+        std::printf("    %-12s %.2f | %.2f\n", qPrintable(group), whole,
                     double(ticks - five) / double(hz) / steady);
     }
     std::printf("  notice                %s\n", notice.isEmpty() ? "(none)" : qPrintable(notice));

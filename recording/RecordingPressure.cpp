@@ -23,12 +23,16 @@ bool RecordingPressure::update(const Sample& totals) {
         m_calmTicks = 0;
         if (m_step + 1 < int(intervalsMs.size())) {
             ++m_step;
-        } else if (m_rateLimit == 0) {
+        } else if (dropped > 0) {
+            // Only drops count here: a backlog without drops is an encoder that just keeps up.
             ++m_floorTicks;
             m_floorAppends += appended;
             if (m_floorTicks >= floorTicksToLimit) {
                 const int reached = m_floorAppends * 1000 / (m_floorTicks * tickMs);
-                m_rateLimit = std::clamp(reached, minimumLimit, cameraRate - 1);
+                // Still dropping under a limit: it was judged too high, go below it.
+                const int next = m_rateLimit > 0 ? std::min(reached, m_rateLimit - 1) : reached;
+                m_rateLimit = std::clamp(next, minimumLimit, cameraRate - 1);
+                m_floorTicks = m_floorAppends = 0;
             }
         }
     } else {

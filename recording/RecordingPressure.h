@@ -7,7 +7,8 @@
 // recording are permanent while a slower preview is not, so the live view gives way first, step
 // by step down to 10 fps, and comes back once the encoder has had room for a while. When the
 // encoder still falls behind with the live view at its floor, the machine cannot sustain the
-// camera rate: the recording is then paced evenly at the rate it did reach.
+// camera rate: the recording is then paced evenly at the rate it did reach. Within a recording
+// that limit is only ever lowered, so the cadence does not swing back and forth.
 class RecordingPressure {
 public:
     // Totals since the recording began, as the engine counts them.
@@ -21,7 +22,8 @@ public:
     static constexpr int tickMs = 500;
     // Quiet ticks before the live view speeds up one step again.
     static constexpr int calmTicksToRecover = 6;
-    // Pressed ticks at the floor before the recording rate is judged unsustainable.
+    // Ticks with drops at the floor before the recording rate is judged unsustainable (and,
+    // under a limit, before the limit is lowered).
     static constexpr int floorTicksToLimit = 4;
     static constexpr int cameraRate = 30;
     static constexpr int minimumLimit = 10;

@@ -3,6 +3,7 @@
 #include "capture/FrameStore.h"
 
 #include <QQuickItem>
+#include <QRect>
 #include <QTimer>
 #include <QtQml/qqmlregistration.h>
 
@@ -57,4 +58,5 @@ private:
     QTimer m_timer;
     StoredFrame m_frame;       // GUI thread, and render thread during sync
     bool m_frameDirty = false; // a new frame waits for the next sync
+    QRect m_uploaded;          // render thread: the part of the frame in the texture
 };

@@ -95,6 +95,31 @@ TEST(RecordingPressure, AnEncoderBehindEvenWithTheViewAtItsFloorGetsAnEvenLowerR
     EXPECT_EQ(pressure.liveIntervalMs(), 33);
 }
 
+TEST(RecordingPressure, ABacklogWithoutDropsAtTheFloorIsNoReasonToLimit) {
+    RecordingPressure pressure;
+    Ticks ticks(pressure);
+    for (int i = 0; i < 20; ++i)
+        ticks.tick(15, 0, 12); // every frame waits a little, none is lost
+    EXPECT_EQ(pressure.liveIntervalMs(), 100);
+    EXPECT_EQ(pressure.rateLimit(), 0);
+}
+
+TEST(RecordingPressure, DropsUnderALimitLowerItFurther) {
+    RecordingPressure pressure;
+    Ticks ticks(pressure);
+    for (int i = 0; i < 7; ++i)
+        ticks.tick(14, 1, 14);
+    ASSERT_EQ(pressure.rateLimit(), 28);
+    // Paced to 28, the encoder still loses frames: at least one frame per second less.
+    for (int i = 0; i < 3; ++i)
+        EXPECT_FALSE(ticks.tick(14, 1, 14));
+    EXPECT_TRUE(ticks.tick(14, 1, 14));
+    EXPECT_EQ(pressure.rateLimit(), 27);
+    for (int i = 0; i < 4; ++i)
+        ticks.tick(10, 2, 10);
+    EXPECT_EQ(pressure.rateLimit(), 20);
+}
+
 TEST(RecordingPressure, AQuietTickAtTheFloorStartsTheJudgementAgain) {
     RecordingPressure pressure;
     Ticks ticks(pressure);
