@@ -23,8 +23,11 @@ bool RecordingPressure::update(const Sample& totals) {
         m_calmTicks = 0;
         if (m_step + 1 < int(intervalsMs.size())) {
             ++m_step;
-        } else if (dropped > 0) {
-            // Only drops count here: a backlog without drops is an encoder that just keeps up.
+        } else if (dropped == 0) {
+            // A backlog without drops is an encoder that just keeps up: no limit for that.
+            m_floorTicks = m_floorAppends = 0;
+        } else {
+            // Only drops in every tick count; now and then a drop is no reason to limit.
             ++m_floorTicks;
             m_floorAppends += appended;
             if (m_floorTicks >= floorTicksToLimit) {

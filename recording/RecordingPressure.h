@@ -22,8 +22,8 @@ public:
     static constexpr int tickMs = 500;
     // Quiet ticks before the live view speeds up one step again.
     static constexpr int calmTicksToRecover = 6;
-    // Ticks with drops at the floor before the recording rate is judged unsustainable (and,
-    // under a limit, before the limit is lowered).
+    // Consecutive ticks with drops at the floor before the recording rate is judged
+    // unsustainable (and, under a limit, before the limit is lowered).
     static constexpr int floorTicksToLimit = 4;
     static constexpr int cameraRate = 30;
     static constexpr int minimumLimit = 10;

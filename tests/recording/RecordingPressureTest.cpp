@@ -104,6 +104,16 @@ TEST(RecordingPressure, ABacklogWithoutDropsAtTheFloorIsNoReasonToLimit) {
     EXPECT_EQ(pressure.rateLimit(), 0);
 }
 
+TEST(RecordingPressure, NowAndThenADropAtTheFloorIsNoReasonToLimit) {
+    RecordingPressure pressure;
+    Ticks ticks(pressure);
+    // Just keeping up: every frame waits a little, and every other second one is lost.
+    for (int i = 0; i < 60; ++i)
+        ticks.tick(15, i % 4 == 0 ? 1 : 0, 12);
+    EXPECT_EQ(pressure.liveIntervalMs(), 100);
+    EXPECT_EQ(pressure.rateLimit(), 0);
+}
+
 TEST(RecordingPressure, DropsUnderALimitLowerItFurther) {
     RecordingPressure pressure;
     Ticks ticks(pressure);
