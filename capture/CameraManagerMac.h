@@ -4,6 +4,7 @@
 #include "capture/CaptureBackend.h"
 #include "capture/PipelineSetup.h"
 #include "capture/StorageBudget.h"
+#include "recording/RecordingPressure.h"
 #include "runtime/Scheduler.h"
 
 #include <QImage>
@@ -44,6 +45,10 @@ class CameraManagerMac : public QObject {
     Q_PROPERTY(QString storageWarning READ storageWarningText NOTIFY storageWarningChanged)
     Q_PROPERTY(QPointF stabOffset READ stabOffset NOTIFY stabOffsetChanged)
     Q_PROPERTY(QUrl saveURL READ saveURL WRITE setSaveURL NOTIFY saveURLChanged)
+    // Milliseconds between live-view refreshes: longer while the encoder needs the CPU.
+    Q_PROPERTY(int liveRefreshInterval READ liveRefreshInterval NOTIFY liveRefreshIntervalChanged)
+    // Empty unless this machine cannot record the chosen resolution at the camera rate.
+    Q_PROPERTY(QString recordingNotice READ recordingNotice NOTIFY recordingNoticeChanged)
 
 public:
     struct Options {
@@ -81,6 +86,12 @@ public:
     QPointF stabOffset() const { return m_stabOffset; }
     QUrl saveURL() const { return m_saveURL; }
     void setSaveURL(const QUrl& url);
+    int liveRefreshInterval() const {
+        return m_liveViewYields ? m_pressure.liveIntervalMs() : RecordingPressure::intervalsMs[0];
+    }
+    // Comparison benchmarks: false keeps the live view at full rate and the recording unpaced.
+    void setLiveViewYields(bool yields) { m_liveViewYields = yields; }
+    QString recordingNotice() const { return m_recordingNotice; }
 
     // Start-up, polling, watchdog and hot-plug.
     Q_INVOKABLE void startCapture();
@@ -140,6 +151,8 @@ signals:
     void storageWarningChanged();
     void stabOffsetChanged();
     void saveURLChanged();
+    void liveRefreshIntervalChanged();
+    void recordingNoticeChanged();
 
 private:
     class Delegate;
@@ -168,6 +181,12 @@ private:
     void checkStorage(std::optional<std::int64_t> freeBytes, const StorageBudget& budget);
     void scheduleStorageTick(StorageBudget budget, std::uint64_t generation);
     void storageTick(StorageBudget budget, std::uint64_t generation);
+
+    // Recording pressure, main thread: the live view gives way to the encoder.
+    void startPressureWatch(int width, int height);
+    void stopPressureWatch();
+    void pressureTick(int width, int height);
+    void setRecordingNotice(const QString& notice);
 
     // Setters of observable state.
     void setStatus(CameraStatus status);
@@ -205,6 +224,10 @@ private:
     int m_storageChecks = 0;
     QPointF m_stabOffset;
     QUrl m_saveURL;
+    RecordingPressure m_pressure;
+    bool m_liveViewYields = true;
+    ScheduledTask m_pressureTask;
+    QString m_recordingNotice;
 
     std::unique_ptr<SerialQueue> m_camQueue;
     std::unique_ptr<SerialQueue> m_frameQueue;

@@ -54,6 +54,7 @@ void CameraManagerMac::startRecording(int width, int height, bool withAudio, con
                 return;
             }
             weak->startStorageMonitor(width >= 2560);
+            weak->startPressureWatch(width, height);
             ostrelLog(LogLevel::event,
                       QStringLiteral("Aufnahme läuft (%1×%2, Audio: %3)")
                           .arg(width)
@@ -97,6 +98,7 @@ void CameraManagerMac::recordingFinished(std::optional<QString> file,
     setRecording(false);
     m_stoppingRecording = false;
     stopStorageMonitor();
+    stopPressureWatch();
     if (error) {
         setStatus(CameraStatus::recordingError);
         ostrelLog(LogLevel::error, QStringLiteral("Aufnahme-Fehler beim Abschluss: ") + *error);

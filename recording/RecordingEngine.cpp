@@ -5,6 +5,7 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <chrono>
 
 using ffmpeg::Mp4Writer;
@@ -59,7 +60,23 @@ void RecordingEngine::setMacroFraction(double fraction) {
 
 RecordingEngine::Counters RecordingEngine::counters() const {
     std::lock_guard lock(m_lock);
-    return {m_framesAppended, m_droppedBusy, m_droppedNotReady};
+    return {m_framesAppended, m_droppedBusy, m_droppedNotReady, m_backlogged, m_skippedPaced};
+}
+
+void RecordingEngine::setRateLimit(int fps) {
+    std::lock_guard lock(m_lock);
+    m_rateLimit = std::clamp(fps, 0, pacedCameraRate);
+    m_paceCredit = 0;
+}
+
+int RecordingEngine::rateLimit() const {
+    std::lock_guard lock(m_lock);
+    return m_rateLimit;
+}
+
+QString RecordingEngine::videoEncoderName() const {
+    std::lock_guard lock(m_lock);
+    return m_encoderName;
 }
 
 double RecordingEngine::now() const {
@@ -95,6 +112,7 @@ std::optional<QString> RecordingEngine::start(const QString& path, int width, in
     m_pending.reset();
     m_draining = false;
     m_framesAppended = m_appendedThisSecond = m_droppedBusy = m_droppedNotReady = 0;
+    m_backlogged = m_skippedPaced = m_rateLimit = m_paceCredit = 0;
     return std::nullopt;
 }
 
@@ -118,7 +136,14 @@ std::optional<QString> RecordingEngine::prepareWriter(const QString& path, int w
         writer->addAudioInput(); // without a working AAC encoder the recording has no sound
     if (auto error = writer->startWriting())
         return QStringLiteral("startWriting fehlgeschlagen: ") + orUnknown(*error);
+    for (const QString& failed : writer->failedVideoEncoders())
+        ostrelPost(LogLevel::warn, QStringLiteral("Video-Encoder %1 öffnet nicht — weiter mit %2")
+                                       .arg(failed, writer->videoEncoderName()));
     ostrelPost(LogLevel::info, QStringLiteral("Video-Encoder: ") + writer->videoEncoderName());
+    {
+        std::lock_guard lock(m_lock);
+        m_encoderName = writer->videoEncoderName();
+    }
     // A writer still finishing the previous file completes before it is replaced.
     m_writer = std::move(writer);
     ++m_writerGeneration;
@@ -130,6 +155,15 @@ void RecordingEngine::enqueueFrame(FrameJob job) {
         std::lock_guard lock(m_lock);
         if (!m_active)
             return;
+        if (m_rateLimit > 0) {
+            // Even spacing: of every 30 camera frames, `m_rateLimit` are kept, spread out.
+            m_paceCredit += m_rateLimit;
+            if (m_paceCredit < pacedCameraRate) {
+                ++m_skippedPaced;
+                return;
+            }
+            m_paceCredit -= pacedCameraRate;
+        }
         if (m_pending)
             ++m_droppedBusy;
         m_pending = std::move(job);
@@ -194,6 +228,7 @@ void RecordingEngine::appendFrame(const FrameJob& job) {
     const Yuv420Buffer target =
         Yuv420Buffer::wrap(frame->data, frame->linesize, frame->width, frame->height, {});
     m_renderer.renderYuv420(plan, CompositeSources{job.wide, job.macro, m_overlay}, target);
+    const bool backlogged = m_writer->queuedVideoFrames() > 0;
     m_writer->appendVideoFrame(std::move(frame), job.pts);
     if (onAppended)
         onAppended(job.pts);
@@ -202,6 +237,8 @@ void RecordingEngine::appendFrame(const FrameJob& job) {
         std::lock_guard lock(m_lock);
         ++m_framesAppended;
         ++m_appendedThisSecond;
+        if (backlogged)
+            ++m_backlogged;
     }
     ++m_winAppends;
     checkDropWindow();
@@ -325,6 +362,12 @@ void RecordingEngine::logSummary() {
                QString::asprintf("Aufnahme beendet: %d Frames, Ø %.1f fps, verworfen: %d "
                                  "(Compositing), %d (Encoder)",
                                  c.framesAppended, fps, c.droppedBusy, c.droppedNotReady));
+    if (c.skippedPaced > 0)
+        ostrelPost(LogLevel::info,
+                   QStringLiteral("Aufnahme gleichmäßig mit %1 fps: %2 Kamerabilder "
+                                  "planmäßig ausgelassen")
+                       .arg(rateLimit())
+                       .arg(c.skippedPaced));
 }
 
 void RecordingEngine::resetWriter() {

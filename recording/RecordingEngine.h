@@ -62,8 +62,18 @@ public:
         int framesAppended = 0;
         int droppedBusy = 0;
         int droppedNotReady = 0;
+        int backlogged = 0;   // appends that found the previous frame not yet taken by the encoder
+        int skippedPaced = 0; // Wide frames left out on purpose to keep an even, lower rate
     };
     Counters counters() const;
+
+    // Paces the running recording evenly to `fps` of the camera's 30 (0: every frame). Set when
+    // the machine cannot keep up, so that the file runs at a steady rate instead of stuttering.
+    static constexpr int pacedCameraRate = 30;
+    void setRateLimit(int fps);
+    int rateLimit() const;
+    // The name of the open (or last opened) video encoder, e.g. "libx265".
+    QString videoEncoderName() const;
 
     // Average bit rate of the video for a canvas width.
     static std::int64_t videoBitRate(int width) { return width < 2560 ? 10'000'000 : 18'000'000; }
@@ -120,6 +130,11 @@ private:
     int m_appendedThisSecond = 0;
     int m_droppedBusy = 0;
     int m_droppedNotReady = 0;
+    int m_backlogged = 0;
+    int m_skippedPaced = 0;
+    int m_rateLimit = 0;
+    int m_paceCredit = 0;
+    QString m_encoderName;
 
     // Last: destroyed first, so queued work still finds every other member.
     std::unique_ptr<SerialQueue> m_recordQueue;

@@ -125,6 +125,7 @@ FocusScope {
             visible: view.cam.running
             index: 0
             stabilized: false
+            refreshInterval: view.cam.liveRefreshInterval || 33
         }
         PlaceholderFeed {
             anchors.fill: parent
@@ -151,6 +152,7 @@ FocusScope {
                     visible: view.cam.running
                     index: 1
                     stabilized: true
+                    refreshInterval: view.cam.liveRefreshInterval || 33
                 }
                 PlaceholderFeed {
                     anchors.fill: parent
@@ -267,6 +269,29 @@ FocusScope {
             font.family: Theme.monoFamily; font.pixelSize: 12
             color: rate >= 24 ? "#30d158" : Theme.alert
             style: Text.Raised; styleColor: Qt.rgba(0, 0, 0, 0.8)
+        }
+    }
+
+    // This machine cannot record the chosen resolution at the camera rate: say so plainly.
+    Rectangle {
+        objectName: "recordingNotice"
+        visible: view.cam.isRecording && (view.cam.recordingNotice || "") !== ""
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.top: parent.top
+        anchors.topMargin: 64
+        width: Math.min(parent.width - 36, noticeText.implicitWidth + 28)
+        height: noticeText.implicitHeight + 16
+        radius: 8
+        color: Qt.rgba(0, 0, 0, 0.62)
+        Text {
+            id: noticeText
+            anchors.centerIn: parent
+            width: Math.min(implicitWidth, view.width - 64)
+            text: view.cam.recordingNotice || ""
+            wrapMode: Text.WordWrap
+            horizontalAlignment: Text.AlignHCenter
+            font.pixelSize: 13
+            color: "white"
         }
     }
 

@@ -2,11 +2,14 @@
 
 #include "ui/FrameImage.h"
 #include "ui/LiveViewGeometry.h"
+#include "ui/RenderThreadPriority.h"
 
 #include <QImage>
 #include <QQuickWindow>
 #include <QSGImageNode>
 #include <QSGRendererInterface>
+
+#include <algorithm>
 
 namespace {} // namespace
 
@@ -36,6 +39,14 @@ void MacMetalCameraView::setStabilized(bool stabilized) {
     update();
 }
 
+void MacMetalCameraView::setRefreshInterval(int ms) {
+    ms = std::max(ms, int(redrawIntervalMs));
+    if (ms == m_timer.interval())
+        return;
+    m_timer.setInterval(ms); // a running timer keeps running with the new interval
+    emit refreshIntervalChanged();
+}
+
 void MacMetalCameraView::pullFrame() {
     std::optional<StoredFrame> latest = FrameStore::shared().latest(m_index);
     if (!latest || !latest->buffer)
@@ -58,6 +69,7 @@ void MacMetalCameraView::geometryChange(const QRectF& newGeometry, const QRectF&
 }
 
 QSGNode* MacMetalCameraView::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
+    renderPriority::lowerOnce(); // runs on the render thread
     auto* node = static_cast<QSGImageNode*>(old);
     const PixelBuffer& buffer = m_frame.buffer;
     if (!buffer || !window())
@@ -78,21 +90,31 @@ QSGNode* MacMetalCameraView::updatePaintNode(QSGNode* old, UpdatePaintNodeData*)
         node->setOwnsTexture(true);
         node->setFiltering(QSGTexture::Linear);
     }
-    if (m_frameDirty || !node->texture()) {
+    // Only the part of the frame that is shown is uploaded (a stabilised crop leaves out a
+    // quarter of it), with a pixel's margin for the filter.
+    const QRect needed =
+        QRectF(draw->source.x, draw->source.y, draw->source.width, draw->source.height)
+            .toAlignedRect()
+            .adjusted(-1, -1, 1, 1)
+            .intersected(QRect(0, 0, buffer.width(), buffer.height()));
+    if (m_frameDirty || !node->texture() || !m_uploaded.contains(needed)) {
         // The image is uploaded when the scene graph renders, on the render thread.
-        node->setTexture(window()->createTextureFromImage(wrapFrame(buffer)));
+        node->setTexture(window()->createTextureFromImage(wrapFrame(buffer, needed)));
+        m_uploaded = needed;
         m_frameDirty = false;
     }
     node->setRect(QRectF(draw->target.x / dpr, draw->target.y / dpr, draw->target.width / dpr,
                          draw->target.height / dpr));
     RectD source = draw->source;
+    source.x -= m_uploaded.x();
+    source.y -= m_uploaded.y();
     // Qt's software renderer mirrors the whole texture before taking the source rectangle,
     // the hardware renderers mirror within it.
     if (window()->rendererInterface()->graphicsApi() == QSGRendererInterface::Software) {
         if (draw->mirrorX)
-            source.x = buffer.width() - source.x - source.width;
+            source.x = m_uploaded.width() - source.x - source.width;
         if (draw->mirrorY)
-            source.y = buffer.height() - source.y - source.height;
+            source.y = m_uploaded.height() - source.y - source.height;
     }
     node->setSourceRect(QRectF(source.x, source.y, source.width, source.height));
     QSGImageNode::TextureCoordinatesTransformMode mirror;

@@ -3,6 +3,7 @@
 #include "capture/FrameStore.h"
 
 #include <QQuickItem>
+#include <QRect>
 #include <QTimer>
 #include <QtQml/qqmlregistration.h>
 
@@ -19,6 +20,9 @@ class MacMetalCameraView : public QQuickItem {
     Q_PROPERTY(int index READ index WRITE setIndex NOTIFY indexChanged)
     Q_PROPERTY(bool stabilized READ stabilized WRITE setStabilized NOTIFY stabilizedChanged)
     Q_PROPERTY(int framesShown READ framesShown NOTIFY framesShownChanged)
+    // Milliseconds between looks for a new frame; raised while a recording needs the CPU.
+    Q_PROPERTY(int refreshInterval READ refreshInterval WRITE setRefreshInterval NOTIFY
+                   refreshIntervalChanged)
 public:
     static constexpr int redrawIntervalMs = 33; // at most 30 redraws per second
 
@@ -28,6 +32,9 @@ public:
     void setIndex(int index);
     bool stabilized() const { return m_stabilized; }
     void setStabilized(bool stabilized);
+    int refreshInterval() const { return m_timer.interval(); }
+    // At least `redrawIntervalMs`; takes effect at the next tick.
+    void setRefreshInterval(int ms);
     // Distinct frames handed to the scene graph so far.
     int framesShown() const { return m_framesShown; }
 
@@ -38,6 +45,7 @@ signals:
     void indexChanged();
     void stabilizedChanged();
     void framesShownChanged();
+    void refreshIntervalChanged();
 
 protected:
     QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData*) override;
@@ -50,4 +58,5 @@ private:
     QTimer m_timer;
     StoredFrame m_frame;       // GUI thread, and render thread during sync
     bool m_frameDirty = false; // a new frame waits for the next sync
+    QRect m_uploaded;          // render thread: the part of the frame in the texture
 };

@@ -6,6 +6,8 @@
 
 #include <mutex>
 
+#include <pthread.h>
+
 extern "C" {
 #include <libavutil/mathematics.h>
 }
@@ -43,7 +45,8 @@ bool Mp4Writer::addVideoInput(const VideoEncoderSettings& requested) {
         return false;
     VideoEncoderSettings settings = requested;
     settings.globalHeader = m_format->oformat->flags & AVFMT_GLOBALHEADER;
-    auto encoder = VideoEncoder::open(settings);
+    m_failedVideoEncoders.clear();
+    auto encoder = VideoEncoder::open(settings, &m_failedVideoEncoders);
     if (!encoder)
         return false;
     AVStream* stream = avformat_new_stream(m_format.get(), nullptr);
@@ -139,6 +142,11 @@ bool Mp4Writer::isReadyForMoreVideo() const {
     std::lock_guard lock(m_mutex);
     return m_status == Status::writing && !m_finishRequested &&
            m_queuedVideo < maxQueuedVideoFrames;
+}
+
+int Mp4Writer::queuedVideoFrames() const {
+    std::lock_guard lock(m_mutex);
+    return m_queuedVideo;
 }
 
 bool Mp4Writer::acceptsVideoTime(MediaTime pts) const {
@@ -260,6 +268,8 @@ void Mp4Writer::stopThread() {
 }
 
 void Mp4Writer::run() {
+    // Named apart from the recording queue that starts it, so its CPU time can be told apart.
+    pthread_setname_np(pthread_self(), "ostrel.encode"); // at most 15 characters
     for (;;) {
         Item item;
         {

@@ -50,6 +50,8 @@ public:
     bool addAudioInput();
     bool hasAudioInput() const { return m_audioEncoder != nullptr; }
     QString videoEncoderName() const { return m_videoEncoder ? m_videoEncoder->name() : QString(); }
+    // Encoders tried before the one that opened, which did not open.
+    const QStringList& failedVideoEncoders() const { return m_failedVideoEncoders; }
 
     // Opens the file and writes the header; the error description on failure.
     std::optional<QString> startWriting();
@@ -60,6 +62,8 @@ public:
     QString errorText() const; // empty when FFmpeg gave none
 
     bool isReadyForMoreVideo() const;
+    // Pictures queued and not yet taken by the encoder.
+    int queuedVideoFrames() const;
     // Whether a frame at `pts` would advance the track: equal or earlier times are refused.
     bool acceptsVideoTime(MediaTime pts) const;
     // A frame from the writer's pool (YUV420P, BT.601 limited range, canvas size) to draw the
@@ -113,6 +117,7 @@ private:
     FormatContextPtr m_format;
     std::unique_ptr<FileOutput> m_file;
     std::unique_ptr<VideoEncoder> m_videoEncoder;
+    QStringList m_failedVideoEncoders;
     std::unique_ptr<AudioEncoder> m_audioEncoder;
     std::unique_ptr<VideoFramePool> m_framePool;
     AVStream* m_videoStream = nullptr;

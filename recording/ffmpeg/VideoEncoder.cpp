@@ -7,6 +7,8 @@ extern "C" {
 
 #include <filesystem>
 
+#include <pthread.h>
+
 namespace ffmpeg {
 
 namespace {
@@ -35,6 +37,22 @@ CodecContextPtr makeContext(const AVCodec* codec, const VideoEncoderSettings& s,
     return c;
 }
 
+// Threads inherit their creator's name: the encoder's worker threads, started while the
+// encoder opens, get this one, so their CPU time is not booked to the recording queue.
+class ThreadNameScope {
+public:
+    explicit ThreadNameScope(const char* name) {
+        pthread_getname_np(pthread_self(), m_previous, sizeof m_previous);
+        pthread_setname_np(pthread_self(), name);
+    }
+    ~ThreadNameScope() { pthread_setname_np(pthread_self(), m_previous); }
+    ThreadNameScope(const ThreadNameScope&) = delete;
+    ThreadNameScope& operator=(const ThreadNameScope&) = delete;
+
+private:
+    char m_previous[16] = {};
+};
+
 bool deviceNodeExists(const char* path) {
     std::error_code ignored;
     return std::filesystem::exists(path, ignored);
@@ -42,25 +60,55 @@ bool deviceNodeExists(const char* path) {
 
 } // namespace
 
-std::unique_ptr<VideoEncoder> VideoEncoder::open(const VideoEncoderSettings& settings) {
+std::unique_ptr<VideoEncoder> VideoEncoder::open(const VideoEncoderSettings& settings,
+                                                 QStringList* failed) {
+    for (const QString& name : candidateNames()) {
+        if (auto encoder = openNamed(name, settings))
+            return encoder;
+        // A hardware encoder without its device was not really tried.
+        const QString node = name == QStringLiteral("hevc_vaapi") ? vaapiDevicePath()
+                             : name == QStringLiteral("hevc_nvenc")
+                                 ? QStringLiteral("/dev/nvidiactl")
+                                 : QString();
+        if (failed && (node.isEmpty() || deviceNodeExists(node.toLocal8Bit().constData())))
+            failed->append(name);
+    }
+    return nullptr;
+}
+
+std::unique_ptr<VideoEncoder> VideoEncoder::openNamed(const QString& name,
+                                                      const VideoEncoderSettings& settings) {
     if (settings.width <= 0 || settings.height <= 0 || settings.width % 2 || settings.height % 2)
         return nullptr;
-    if (auto encoder = openVaapi(settings))
-        return encoder;
-    if (auto encoder = openNvenc(settings))
-        return encoder;
-    return openX265(settings);
+    if (name == QStringLiteral("hevc_vaapi"))
+        return openVaapi(settings);
+    if (name == QStringLiteral("hevc_nvenc"))
+        return openNvenc(settings);
+    if (name == QStringLiteral("libx265"))
+        return openX265(settings);
+    return nullptr;
+}
+
+QStringList VideoEncoder::candidateNames() {
+    // Hardware first: it costs the CPU next to nothing.
+    return {QStringLiteral("hevc_vaapi"), QStringLiteral("hevc_nvenc"), QStringLiteral("libx265")};
+}
+
+QString VideoEncoder::vaapiDevicePath() {
+    const QString chosen = qEnvironmentVariable("OSTREL_VAAPI_DEVICE");
+    return chosen.isEmpty() ? QStringLiteral("/dev/dri/renderD128") : chosen;
 }
 
 std::unique_ptr<VideoEncoder> VideoEncoder::openVaapi(const VideoEncoderSettings& s) {
     // Probing without a render node only prints errors; skip it on machines without a GPU.
-    if (!deviceNodeExists("/dev/dri/renderD128"))
+    const QByteArray node = vaapiDevicePath().toLocal8Bit();
+    if (!deviceNodeExists(node.constData()))
         return nullptr;
     const AVCodec* codec = avcodec_find_encoder_by_name("hevc_vaapi");
     if (!codec)
         return nullptr;
     AVBufferRef* device = nullptr;
-    if (av_hwdevice_ctx_create(&device, AV_HWDEVICE_TYPE_VAAPI, nullptr, nullptr, 0) < 0)
+    if (av_hwdevice_ctx_create(&device, AV_HWDEVICE_TYPE_VAAPI, node.constData(), nullptr, 0) < 0)
         return nullptr;
     BufferRefPtr deviceRef(device);
     BufferRefPtr frames(av_hwframe_ctx_alloc(device));
@@ -123,8 +171,11 @@ std::unique_ptr<VideoEncoder> VideoEncoder::openX265(const VideoEncoderSettings&
         return nullptr;
     av_opt_set(c->priv_data, "preset", x265Preset, 0);
     av_opt_set(c->priv_data, "x265-params", x265Params, 0);
-    if (avcodec_open2(c.get(), codec, nullptr) < 0)
-        return nullptr;
+    {
+        const ThreadNameScope name("ostrel.x265");
+        if (avcodec_open2(c.get(), codec, nullptr) < 0)
+            return nullptr;
+    }
     std::unique_ptr<VideoEncoder> encoder(new VideoEncoder);
     encoder->m_name = QStringLiteral("libx265");
     encoder->m_context = std::move(c);

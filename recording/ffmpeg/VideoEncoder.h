@@ -3,6 +3,7 @@
 #include "recording/ffmpeg/FfmpegPtr.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <cstdint>
 #include <memory>
@@ -37,8 +38,17 @@ inline constexpr const char* x265Params =
 // nothing; libx265 with a real-time preset is the fallback that always exists.
 class VideoEncoder {
 public:
-    // Null when no HEVC encoder opens with these settings.
-    static std::unique_ptr<VideoEncoder> open(const VideoEncoderSettings& settings);
+    // Null when no HEVC encoder opens with these settings. Names of encoders that were tried
+    // and did not open are added to `failed`.
+    static std::unique_ptr<VideoEncoder> open(const VideoEncoderSettings& settings,
+                                              QStringList* failed = nullptr);
+    // One encoder by name ("hevc_vaapi", "hevc_nvenc", "libx265"); null when it does not open.
+    static std::unique_ptr<VideoEncoder> openNamed(const QString& name,
+                                                   const VideoEncoderSettings& settings);
+    // Every encoder `open` tries, in order.
+    static QStringList candidateNames();
+    // The VAAPI render node: $OSTREL_VAAPI_DEVICE when set (tests make it fail), else the first.
+    static QString vaapiDevicePath();
 
     const QString& name() const { return m_name; } // "hevc_vaapi", "hevc_nvenc" or "libx265"
     AVCodecContext* context() const { return m_context.get(); }

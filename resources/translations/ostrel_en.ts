@@ -728,6 +728,18 @@
 <context>
     <name>CameraManagerMac</name>
     <message>
+        <source>Dieser Rechner schafft %1 × %2 voraussichtlich nicht mit 30 Bildern pro Sekunde. Die Aufnahme läuft dann gleichmäßig mit weniger Bildern pro Sekunde; für 30 Bilder pro Sekunde 1920 × 1080 wählen.</source>
+        <translation>This computer will probably not manage %1 × %2 at 30 frames per second. The recording then runs evenly at fewer frames per second; choose 1920 × 1080 for 30 frames per second.</translation>
+    </message>
+    <message>
+        <source>Dieser Rechner schafft %1 × %2 nicht mit 30 Bildern pro Sekunde. Die Aufnahme läuft gleichmäßig mit %3 Bildern pro Sekunde.</source>
+        <translation>This computer cannot manage %1 × %2 at 30 frames per second. The recording runs evenly at %3 frames per second.</translation>
+    </message>
+    <message>
+        <source>Für 30 Bilder pro Sekunde 1920 × 1080 wählen.</source>
+        <translation>Choose 1920 × 1080 for 30 frames per second.</translation>
+    </message>
+    <message>
         <source>Aufnahme fehlgeschlagen — Laufwerk getrennt oder Schreibfehler. Die Datei ist voraussichtlich unbrauchbar.</source>
         <translation>Recording failed — drive disconnected or write error. The file is probably unusable.</translation>
     </message>

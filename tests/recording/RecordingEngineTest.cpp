@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 
@@ -422,4 +423,82 @@ TEST_F(RecordingEngineTest, KilledRecordingStillPlaysUpToItsLastFragment) {
     EXPECT_EQ(probed.stream("audio").value("codec_name").toString(), "aac");
     EXPECT_GE(decodedVideoFrames(file), 60);
     EXPECT_GE(probed.duration(), 2.0);
+}
+
+TEST_F(RecordingEngineTest, RateLimitLeavesFramesOutEvenlySoTheFileRunsSteadily) {
+    const QString file = path("paced.mp4");
+    ASSERT_EQ(engine.start(file, 320, 180, false, {}, 0.3), std::nullopt);
+    engine.setRateLimit(24); // of every 30 camera frames 24 are kept: one in five is left out
+    EXPECT_EQ(engine.rateLimit(), 24);
+    feed(0, 60, 320, 180);
+    const auto c = engine.counters();
+    EXPECT_EQ(c.framesAppended, 48);
+    EXPECT_EQ(c.skippedPaced, 12);
+    EXPECT_EQ(c.droppedBusy + c.droppedNotReady, 0); // left out on purpose is not a drop
+    ASSERT_EQ(stop().file, file);
+    EXPECT_TRUE(logged(LogLevel::info)
+                    .contains("Aufnahme gleichmäßig mit 24 fps: 12 Kamerabilder planmäßig "
+                              "ausgelassen"));
+
+    // Every gap in the file is one or two camera frames, and the long ones come every
+    // fifth frame: a steady cadence, no bursts of missing frames.
+    std::vector<double> pts;
+    for (const ProbedPacket& p : probePackets(file, "v"))
+        pts.push_back(p.pts);
+    std::sort(pts.begin(), pts.end());
+    ASSERT_EQ(pts.size(), 48u);
+    std::vector<std::size_t> longGaps;
+    for (std::size_t i = 1; i < pts.size(); ++i) {
+        const double gap = pts[i] - pts[i - 1];
+        const bool one = std::abs(gap - 1.0 / 30) < 0.002;
+        const bool two = std::abs(gap - 2.0 / 30) < 0.002;
+        EXPECT_TRUE(one || two) << "gap " << gap << " before frame " << i;
+        if (two)
+            longGaps.push_back(i);
+    }
+    ASSERT_GE(longGaps.size(), 10u);
+    for (std::size_t i = 1; i < longGaps.size(); ++i)
+        EXPECT_EQ(longGaps[i] - longGaps[i - 1], 4u);
+
+    // The next recording starts without a limit.
+    ASSERT_EQ(engine.start(path("unpaced.mp4"), 320, 180, false, {}, 0.3), std::nullopt);
+    EXPECT_EQ(engine.rateLimit(), 0);
+    feed(0, 10, 320, 180);
+    EXPECT_EQ(engine.counters().framesAppended, 10);
+    EXPECT_TRUE(stop().file);
+}
+
+TEST_F(RecordingEngineTest, FailingHardwareEncoderFallsBackToSoftwareWithoutLosingTheRecording) {
+    // A render node that is no GPU: the VAAPI encoder is really tried and fails to open.
+    const QString fakeNode = path("renderD128");
+    {
+        QFile node(fakeNode);
+        ASSERT_TRUE(node.open(QIODevice::WriteOnly));
+    }
+    qputenv("OSTREL_VAAPI_DEVICE", fakeNode.toUtf8());
+    const QString file = path("fallback.mp4");
+    const std::optional<QString> started = engine.start(file, 640, 360, false, {}, 0.3);
+    qunsetenv("OSTREL_VAAPI_DEVICE");
+    ASSERT_EQ(started, std::nullopt);
+    EXPECT_EQ(engine.videoEncoderName(), "libx265");
+    feed(0, 45);
+    const StopResult result = stop();
+    ASSERT_EQ(result.file, file);
+    EXPECT_EQ(result.error, std::nullopt);
+
+    EXPECT_EQ(logged(LogLevel::warn),
+              QStringList{"Video-Encoder hevc_vaapi öffnet nicht — weiter mit libx265"});
+    EXPECT_TRUE(logged(LogLevel::info).contains("Video-Encoder: libx265"));
+    const ProbedFile probed = probeFile(file);
+    ASSERT_TRUE(probed.ok);
+    EXPECT_EQ(probed.stream("video").value("codec_name").toString(), "hevc");
+    EXPECT_EQ(decodedVideoFrames(file), 45);
+    // A second, independent reader of the file.
+    QProcess discoverer;
+    discoverer.start("gst-discoverer-1.0", {file});
+    ASSERT_TRUE(discoverer.waitForFinished(60000));
+    const QString report = QString::fromUtf8(discoverer.readAllStandardOutput());
+    EXPECT_EQ(discoverer.exitCode(), 0) << report.toStdString();
+    EXPECT_TRUE(report.contains("H.265")) << report.toStdString();
+    EXPECT_TRUE(report.contains("Duration: 0:00:01.5")) << report.toStdString();
 }

@@ -3,9 +3,11 @@
 #include "capture/virtual/VirtualBackend.h"
 #include "capture/virtual/VirtualDevices.h"
 #include "devices/DeviceStore.h"
+#include "recording/RecordingEngine.h"
 #include "recording/RecordingsStore.h"
 #include "settings/SettingsStore.h"
 #include "support/EventLoop.h"
+#include "ui/MacMetalCameraView.h"
 #include "ui/MainViewState.h"
 
 #include <QDir>
@@ -19,6 +21,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <thread>
 
 using namespace std::chrono_literals;
 
@@ -301,4 +304,85 @@ TEST(MainViewState, CorrectionTextShowsSignedPercentages) {
     EXPECT_EQ(state.correctionText(QPointF(0.0123, -0.004)),
               QStringLiteral("Korrektur  x +1.2%  y -0.4%"));
     EXPECT_EQ(state.correctionText(QPointF(0, 0)), QStringLiteral("Korrektur  x +0.0%  y +0.0%"));
+}
+
+TEST_F(ContentViewTest, LiveViewGivesWayToAnEncoderThatFallsBehindAndSaysSoWhenItCannotKeepUp) {
+    openLive();
+    auto* wide = find<MacMetalCameraView>("wideView");
+    auto* macro = find<MacMetalCameraView>("macroView");
+    ASSERT_TRUE(wide && macro);
+    EXPECT_EQ(wide->refreshInterval(), 33);
+    cam->startRecording(320, 180, false, QImage(), 0.3);
+    ASSERT_TRUE(pumpUntil([this] { return cam->recorder().counters().framesAppended >= 3; }));
+    pumpPosted();
+
+    // The encoder takes nothing: every frame that arrives is dropped. Each half-second tick that
+    // saw a drop slows both live views one step, down to 10 fps.
+    cam->recorder().holdEncodingForTesting(true);
+    auto dropsSoFar = [this] {
+        const auto c = cam->recorder().counters();
+        return c.droppedBusy + c.droppedNotReady;
+    };
+    auto tickAfterADrop = [&] {
+        const int before = dropsSoFar();
+        EXPECT_TRUE(pumpUntil([&] { return dropsSoFar() > before; }));
+        scheduler.advance(500ms);
+    };
+    for (int expected : {50, 67, 100}) {
+        tickAfterADrop();
+        EXPECT_EQ(wide->refreshInterval(), expected);
+        EXPECT_EQ(macro->refreshInterval(), expected);
+    }
+    EXPECT_FALSE(find("recordingNotice")->isVisible());
+
+    // Two more seconds behind with the views at their floor: the machine cannot keep up, so
+    // the recording is paced evenly and the user is told in plain words.
+    for (int i = 0; i < 4; ++i)
+        tickAfterADrop();
+    EXPECT_EQ(cam->recorder().rateLimit(), 10);
+    EXPECT_EQ(cam->recordingNotice(),
+              QStringLiteral("Dieser Rechner schafft 320 × 180 nicht mit 30 Bildern pro "
+                             "Sekunde. Die Aufnahme läuft gleichmäßig mit 10 Bildern pro "
+                             "Sekunde."));
+    EXPECT_TRUE(find("recordingNotice")->isVisible());
+
+    // The recording ends: full rate again, no notice, and the file is kept.
+    cam->recorder().holdEncodingForTesting(false);
+    cam->stopRecording();
+    ASSERT_TRUE(pumpUntil([this] { return !cam->isRecording(); }, 20000));
+    EXPECT_EQ(wide->refreshInterval(), 33);
+    EXPECT_EQ(macro->refreshInterval(), 33);
+    EXPECT_TRUE(cam->recordingNotice().isEmpty());
+    EXPECT_FALSE(find("recordingNotice")->isVisible());
+    EXPECT_EQ(QDir(dir.filePath(QStringLiteral("Aufnahmen")))
+                  .entryList({QStringLiteral("OSTREL-*.mp4")}, QDir::Files)
+                  .size(),
+              1);
+}
+
+TEST_F(ContentViewTest, HighResolutionWithTheSoftwareEncoderOnFewCoresIsAnnouncedAtTheStart) {
+    openLive();
+    settings->setValue(Setting::resolutionHigh, true);
+    EXPECT_TRUE(key(Qt::Key_R));
+    ASSERT_TRUE(pumpUntil([this] { return cam->recorder().active(); }, 20000));
+    pumpPosted();
+    const bool fewCores = std::thread::hardware_concurrency() < 4;
+    if (cam->recorder().videoEncoderName() == QStringLiteral("libx265") && fewCores) {
+        ASSERT_TRUE(pumpUntil([this] { return !cam->recordingNotice().isEmpty(); }));
+        EXPECT_EQ(cam->recordingNotice(),
+                  QStringLiteral("Dieser Rechner schafft 2560 × 1440 voraussichtlich nicht mit 30 "
+                                 "Bildern pro Sekunde. Die Aufnahme läuft dann gleichmäßig mit "
+                                 "weniger Bildern pro Sekunde; für 30 Bilder pro Sekunde "
+                                 "1920 × 1080 wählen."));
+        EXPECT_TRUE(find("recordingNotice")->isVisible());
+        // Seen as the user sees it.
+        if (qEnvironmentVariableIsSet("OSTREL_SCREENSHOT_DIR"))
+            window->grabWindow().save(qEnvironmentVariable("OSTREL_SCREENSHOT_DIR") +
+                                      QStringLiteral("/main-recording-notice.png"));
+    } else {
+        EXPECT_TRUE(cam->recordingNotice().isEmpty());
+    }
+    cam->stopRecording();
+    ASSERT_TRUE(pumpUntil([this] { return !cam->isRecording(); }, 30000));
+    EXPECT_TRUE(cam->recordingNotice().isEmpty());
 }

@@ -162,6 +162,16 @@ TEST_F(LiveViewItemTest, StabilisedViewAppliesTheFramesOwnOffset) {
     pumpPosted();
     EXPECT_EQ(pixel(120, 40), QColor(Qt::blue));
     EXPECT_EQ(pixel(300, 40), QColor(Qt::black)) << "past the frame's edge nothing is drawn";
+
+    // Zoom 2 a quarter to the left: only the left-centre part of the frame is uploaded and it
+    // still lands where it belongs, white over green.
+    FrameStore::shared().store(1, {quadrants(640, 360), QPointF(-0.25, 0), 2.0});
+    view->pullFrame();
+    pumpPosted();
+    EXPECT_EQ(pixel(40, 40), QColor(Qt::white));
+    EXPECT_EQ(pixel(280, 40), QColor(Qt::white));
+    EXPECT_EQ(pixel(40, 140), QColor(Qt::green));
+    EXPECT_EQ(pixel(280, 140), QColor(Qt::green));
 }
 
 TEST_F(LiveViewItemTest, WheelAndPointerReportScaledScrollingAndActivity) {

@@ -1,0 +1,111 @@
+// The built app recording at 2560 × 1440 on this machine: the live pictures' render threads
+// run at a lower priority than the encoder, a machine with too few cores for the software
+// encoder says so in German as the recording starts, and the recording is saved all the same.
+
+#include "blackbox/AppRun.h"
+#include "recording/MediaProbe.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <thread>
+
+namespace {
+
+// Nice value of each thread of `pid` whose name starts with one of `prefixes`, by thread id.
+std::map<int, int> niceOfThreads(qint64 pid, const QList<QByteArray>& prefixes) {
+    std::map<int, int> found;
+    const QDir tasks(QStringLiteral("/proc/%1/task").arg(pid));
+    for (const QString& tid : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile stat(tasks.filePath(tid) + QStringLiteral("/stat"));
+        if (!stat.open(QIODevice::ReadOnly))
+            continue;
+        const QByteArray line = stat.readAll();
+        const int open = line.indexOf('(');
+        const int close = line.lastIndexOf(')');
+        if (open < 0 || close < open)
+            continue;
+        const QByteArray name = line.mid(open + 1, close - open - 1);
+        if (std::none_of(prefixes.begin(), prefixes.end(),
+                         [&](const QByteArray& p) { return name.startsWith(p); }))
+            continue;
+        // After the name: field 3 (state) onwards; the nice value is field 19.
+        const QList<QByteArray> fields = line.mid(close + 2).split(' ');
+        if (fields.size() > 16)
+            found[tid.toInt()] = fields[16].toInt();
+    }
+    return found;
+}
+
+} // namespace
+
+TEST(RecordingPriority, RenderThreadsYieldAndTooFewCoresForHighResolutionAreAnnounced) {
+    AppRunOptions options;
+    options.settings.insert(QStringLiteral("resolutionHigh"), true);
+    AppRun app(options);
+    const auto error = app.start();
+    ASSERT_FALSE(error) << error->toStdString();
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("2 Kameras live"), 60000))
+        << app.appOutput().toStdString();
+
+    // The scene graph's render thread and Mesa's rasteriser workers yield to the encoder.
+    const QList<QByteArray> renderThreads{"QSGRenderThread", "llvmpipe"};
+    std::map<int, int> nice;
+    for (int i = 0; i < 300; ++i) {
+        nice = niceOfThreads(app.pid(), renderThreads);
+        if (!nice.empty() &&
+            std::all_of(nice.begin(), nice.end(), [](const auto& t) { return t.second == 5; }))
+            break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    ASSERT_FALSE(nice.empty()) << "no render threads found";
+    for (const auto& [tid, value] : nice)
+        EXPECT_EQ(value, 5) << "thread " << tid;
+    // The capture queues keep their normal priority.
+    const std::map<int, int> capture = niceOfThreads(app.pid(), {"trel.cam."});
+    ASSERT_FALSE(capture.empty());
+    for (const auto& [tid, value] : capture)
+        EXPECT_EQ(value, 0) << "capture thread " << tid;
+
+    const int fromLine = int(app.logLines().size());
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("r")));
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft (2560×1440"), 60000, fromLine));
+    const bool software =
+        app.waitForLog(QStringLiteral("Video-Encoder: libx265"), 1000, fromLine).has_value();
+    if (software && std::thread::hardware_concurrency() < 4) {
+        EXPECT_TRUE(app.waitForLog(QStringLiteral("30 fps voraussichtlich nicht erreichbar"), 10000,
+                                   fromLine));
+        // The notice box: dark, under the top bar, across the middle of the window.
+        const QRect window = app.windowGeometry();
+        const auto showsNotice = [&](const QImage& shot) {
+            int dark = 0, total = 0;
+            for (int y = window.top() + 90; y < window.top() + 110; y += 4)
+                for (int x = window.center().x() - 150; x < window.center().x() + 150;
+                     x += 6, ++total)
+                    dark += shot.pixelColor(x, y).value() < 110;
+            return total > 0 && dark > total * 6 / 10;
+        };
+        const QImage screen = app.waitForScreen(showsNotice, 30000);
+        if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT"); !out.isEmpty())
+            screen.save(out + QStringLiteral("/blackbox-high-resolution-notice.png"));
+        EXPECT_TRUE(showsNotice(screen));
+    }
+    std::this_thread::sleep_for(std::chrono::seconds(4));
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("r")));
+    ASSERT_TRUE(app.waitForFiles(QStringLiteral("OSTREL-*.mp4"), 1, 120000));
+    const QString file =
+        QDir(app.recordingFolder()).filePath(app.recordingFiles(QStringLiteral("OSTREL-*.mp4"))[0]);
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert"), 60000, fromLine));
+    const ProbedFile probed = probeFile(file);
+    ASSERT_TRUE(probed.ok);
+    EXPECT_EQ(probed.stream("video").value("width").toInt(), 2560);
+    EXPECT_EQ(probed.stream("video").value("codec_name").toString(), "hevc");
+    EXPECT_GT(decodedVideoFrames(file), 0); // how many depends on the machine's load
+
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+q")));
+    EXPECT_EQ(app.waitForExit(60000), 0);
+}
