@@ -1,6 +1,5 @@
 #include "ui/DesktopColorScheme.h"
 
-#include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
@@ -16,14 +15,8 @@ const QString colorSchemeKey = QStringLiteral("color-scheme");
 
 // Read answers with the value in a variant inside a variant (older portals: one level less).
 QVariant unwrapped(QVariant value) {
-    for (int depth = 0; depth < 4; ++depth) {
-        if (value.canConvert<QDBusVariant>() && value.userType() == qMetaTypeId<QDBusVariant>())
-            value = value.value<QDBusVariant>().variant();
-        else if (value.userType() == qMetaTypeId<QDBusArgument>())
-            value = qdbus_cast<QDBusVariant>(value.value<QDBusArgument>()).variant();
-        else
-            break;
-    }
+    for (int depth = 0; depth < 4 && value.userType() == qMetaTypeId<QDBusVariant>(); ++depth)
+        value = value.value<QDBusVariant>().variant();
     return value;
 }
 
