@@ -9,6 +9,7 @@
 #include "recording/RecordingsStore.h"
 #include "settings/SettingsStore.h"
 #include "ui/CaptureBackendHandle.h"
+#include "ui/DesktopColorScheme.h"
 
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
@@ -26,6 +27,8 @@ AppShell::AppShell(SettingsStore& settings, CaptureBackend& backend,
     m_delegate = std::make_unique<OstrelAppDelegate>(std::move(terminate));
     m_logModel = std::make_unique<LogListModel>(OstrelLog::shared());
     m_diagnostics = std::make_unique<DiagnosticsActions>(OstrelLog::shared());
+    m_colorScheme = std::make_unique<DesktopColorScheme>();
+    m_colorScheme->listenOn(QDBusConnection::sessionBus());
 
     // A recording a crash left behind is saved before anything else is recorded.
     m_camera->setSaveURL(m_recordings->folderURL());
@@ -44,6 +47,7 @@ std::optional<QString> AppShell::load(QQmlApplicationEngine& engine) {
     context->setContextProperty(QStringLiteral("appDelegate"), m_delegate.get());
     context->setContextProperty(QStringLiteral("logModel"), m_logModel.get());
     context->setContextProperty(QStringLiteral("diagnostics"), m_diagnostics.get());
+    context->setContextProperty(QStringLiteral("desktopColorScheme"), m_colorScheme.get());
     engine.load(QUrl(QStringLiteral("qrc:/Ostrel/Main.qml")));
     if (engine.rootObjects().isEmpty())
         return QStringLiteral("Das Hauptfenster konnte nicht geladen werden.");

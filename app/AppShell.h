@@ -11,6 +11,7 @@
 class CameraManagerMac;
 class CaptureBackend;
 class CaptureBackendHandle;
+class DesktopColorScheme;
 class DeviceStore;
 class DiagnosticsActions;
 class LogListModel;
@@ -21,7 +22,7 @@ class SettingsStore;
 
 // The objects that live as long as the application, made in start-up order and handed to the
 // windows: settings, capture backend, device inventory, recording folder, camera manager,
-// the quit delegate and the diagnostics window's model.
+// the quit delegate, the diagnostics window's model and the desktop's colour scheme.
 class AppShell {
 public:
     // `terminate` ends the application (QCoreApplication::exit when empty).
@@ -36,6 +37,8 @@ public:
     RecordingsStore& recordings() { return *m_recordings; }
     CameraManagerMac& camera() { return *m_camera; }
     OstrelAppDelegate& delegate() { return *m_delegate; }
+    // Follows the session bus's settings portal from the start.
+    DesktopColorScheme& colorScheme() { return *m_colorScheme; }
 
 private:
     SettingsStore& m_settings;
@@ -47,4 +50,5 @@ private:
     std::unique_ptr<OstrelAppDelegate> m_delegate;
     std::unique_ptr<LogListModel> m_logModel;
     std::unique_ptr<DiagnosticsActions> m_diagnostics;
+    std::unique_ptr<DesktopColorScheme> m_colorScheme;
 };

@@ -1,4 +1,5 @@
 #include "app/AppShell.h"
+#include "app/CommandLine.h"
 #include "app/Localisation.h"
 #include "app/OstrelAppDelegate.h"
 #include "app/TerminationSignals.h"
@@ -13,6 +14,9 @@
 #include <QTranslator>
 
 int main(int argc, char* argv[]) {
+    // --help and --version answer without a window, a log entry or a camera.
+    if (const std::optional<int> code = answerCommandLine(argc, argv))
+        return *code;
     QGuiApplication app(argc, argv);
     QGuiApplication::setOrganizationName(QStringLiteral("ostrel"));
     QGuiApplication::setApplicationName(QStringLiteral("ostrel"));

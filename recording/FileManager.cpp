@@ -2,22 +2,56 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QDesktopServices>
 #include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QStorageInfo>
 
-void revealInFileManager(const QUrl& item) {
+namespace {
+
+// A file manager started on demand by the bus may take a few seconds to answer; the window
+// never waits for it, so only a dead one is given up on.
+constexpr int showItemsTimeoutMs = 10000;
+
+QUrl folderOf(const QUrl& item) {
+    const QFileInfo info(item.toLocalFile());
+    return QUrl::fromLocalFile(info.isDir() ? info.absoluteFilePath() : info.absolutePath());
+}
+
+} // namespace
+
+void openFolderExternally(const QUrl& folder) {
+    const QString xdgOpen = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
+    if (!xdgOpen.isEmpty() &&
+        QProcess::startDetached(xdgOpen, {folder.toString(QUrl::PreferLocalFile)}))
+        return;
+    QDesktopServices::openUrl(folder);
+}
+
+void revealInFileManager(const QUrl& item, const QDBusConnection& bus, FolderOpener openFolder) {
+    const QUrl folder = folderOf(item);
+    if (!bus.isConnected()) {
+        openFolder(folder);
+        return;
+    }
     QDBusMessage call = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.FileManager1"),
         QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
     call << QStringList{item.toString(QUrl::FullyEncoded)} << QString();
-    const QDBusMessage reply = QDBusConnection::sessionBus().call(call, QDBus::Block, 2000);
-    if (reply.type() == QDBusMessage::ReplyMessage)
-        return;
-    const QFileInfo info(item.toLocalFile());
-    QDesktopServices::openUrl(
-        QUrl::fromLocalFile(info.isDir() ? info.absoluteFilePath() : info.absolutePath()));
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, showItemsTimeoutMs));
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
+                     [folder, openFolder = std::move(openFolder)](QDBusPendingCallWatcher* done) {
+                         if (done->isError())
+                             openFolder(folder);
+                         done->deleteLater();
+                     });
+}
+
+void revealInFileManager(const QUrl& item) {
+    revealInFileManager(item, QDBusConnection::sessionBus(), openFolderExternally);
 }
 
 std::optional<qint64> volumeFreeBytes(const QString& path) {

@@ -3,10 +3,22 @@
 #include <QString>
 #include <QUrl>
 
+#include <functional>
 #include <optional>
 
-// Shows `item` selected in the desktop's file manager (FileManager1 over D-Bus), or opens its
-// folder when no file manager answers.
+class QDBusConnection;
+
+// Opens a folder in the desktop's default file manager without waiting for it: xdg-open, or
+// QDesktopServices where xdg-open is missing.
+void openFolderExternally(const QUrl& folder);
+
+using FolderOpener = std::function<void(const QUrl& folder)>;
+
+// Shows `item` selected in the desktop's file manager (FileManager1.ShowItems on `bus`), never
+// waiting for the answer: when no file manager answers, or with it an error, `openFolder` gets
+// the folder instead (the item itself when it is a folder, else the folder holding it).
+void revealInFileManager(const QUrl& item, const QDBusConnection& bus, FolderOpener openFolder);
+// The same on the session bus, with openFolderExternally as the fallback.
 void revealInFileManager(const QUrl& item);
 
 // Free bytes the user may write on the volume holding `path`; none when it cannot be read.

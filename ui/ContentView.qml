@@ -295,6 +295,23 @@ FocusScope {
         }
     }
 
+    // The storage warning stays in sight while the bars are hidden: the recording will end by
+    // itself when the disk fills.
+    Label {
+        objectName: "storageWarningOverlay"
+        visible: view.cam.storageWarning !== "" && !topBar.visible
+        text: view.cam.storageWarning
+        anchors.right: parent.right
+        anchors.rightMargin: 18
+        anchors.top: parent.top
+        anchors.topMargin: 14
+        leftPadding: 8; rightPadding: 8; topPadding: 4; bottomPadding: 4
+        font.pixelSize: 12
+        font.bold: true
+        color: Theme.warning
+        background: Rectangle { radius: height / 2; color: Qt.rgba(0, 0, 0, 0.7) }
+    }
+
     StabilizerOverlay {
         objectName: "stabilizerOverlay"
         visible: view.settings.devStabSliders
@@ -376,6 +393,14 @@ FocusScope {
                 text: mainState.storageText
                 font.pixelSize: 12
                 color: Theme.secondaryText
+            }
+            Text {
+                objectName: "storageWarning"
+                visible: text !== ""
+                text: view.cam.storageWarning
+                font.pixelSize: 12
+                font.bold: true
+                color: Theme.warning
             }
             AbstractButton {
                 objectName: "settingsButton"

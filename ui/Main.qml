@@ -6,7 +6,7 @@ import Ostrel
 // The main window: the first-run setup until it is done, then the main view; the menu
 // commands; the settings, diagnostics and about windows. Closing it is a quit request.
 // Context objects from the shell: settings, devices, recordings, captureBackend, cam,
-// appDelegate, logModel, diagnostics.
+// appDelegate, logModel, diagnostics, desktopColorScheme.
 ApplicationWindow {
     id: window
     objectName: "mainWindow"
@@ -18,13 +18,16 @@ ApplicationWindow {
     visible: true
     color: Theme.ink
 
-    // The appearance for every window: 1 light, 2 dark, anything else follows the system.
+    // The appearance for every window: 1 light, 2 dark, anything else follows the system:
+    // the desktop's stated preference (settings portal), else the palette.
     SystemPalette { id: systemPalette }
     Binding {
         target: Theme
         property: "dark"
         value: settings.appearanceMode === 1 ? false
              : settings.appearanceMode === 2 ? true
+             : desktopColorScheme.preference === 1 ? true
+             : desktopColorScheme.preference === 2 ? false
              : systemPalette.window.hslLightness < 0.5
     }
 

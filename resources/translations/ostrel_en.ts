@@ -851,4 +851,59 @@
         <translation>Correction  x %1%  y %2%</translation>
     </message>
 </context>
+<context>
+    <name>CommandLine</name>
+    <message>
+        <source>Aufruf: ostrel [OPTION]</source>
+        <translation>Usage: ostrel [OPTION]</translation>
+    </message>
+    <message>
+        <source>Live-Bild und Aufnahme der OSTREL-Lupen-Kameras (Wide + Macro).</source>
+        <translation>Live view and recording for the OSTREL loupe cameras (Wide + Macro).</translation>
+    </message>
+    <message>
+        <source>Ohne Option öffnet sich das Programmfenster.</source>
+        <translation>Without an option the program window opens.</translation>
+    </message>
+    <message>
+        <source>Optionen:</source>
+        <translation>Options:</translation>
+    </message>
+    <message>
+        <source>diese Hilfe zeigen und beenden</source>
+        <translation>show this help and exit</translation>
+    </message>
+    <message>
+        <source>die Version zeigen und beenden</source>
+        <translation>show the version and exit</translation>
+    </message>
+    <message>
+        <source>Umgebungsvariablen:</source>
+        <translation>Environment variables:</translation>
+    </message>
+    <message>
+        <source>statt echter Kameras ein virtuelles Kamerapaar und ein virtuelles Mikrofon verwenden (zum Ausprobieren ohne Kameras)</source>
+        <translation>use a virtual camera pair and a virtual microphone instead of real cameras (to try the program without cameras)</translation>
+    </message>
+    <message>
+        <source>Fehler der virtuellen Geräte vorgeben, z. B. „silent=ostrel-virtual-camera-2“ (Macro-Kamera ohne Bild)</source>
+        <translation>make the virtual devices fail, e.g. &quot;silent=ostrel-virtual-camera-2&quot; (Macro camera without picture)</translation>
+    </message>
+    <message>
+        <source>Sprache: Deutsch bei deutscher Systemsprache, sonst Englisch</source>
+        <translation>language: German when the system language is German, else English</translation>
+    </message>
+    <message>
+        <source>Anzeigesystem, z. B. „wayland“ oder „xcb“</source>
+        <translation>display system, e.g. &quot;wayland&quot; or &quot;xcb&quot;</translation>
+    </message>
+    <message>
+        <source>Einstellungen: %1</source>
+        <translation>Settings: %1</translation>
+    </message>
+    <message>
+        <source>Diagnoseprotokoll: %1</source>
+        <translation>Diagnostic log: %1</translation>
+    </message>
+</context>
 </TS>

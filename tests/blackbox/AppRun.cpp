@@ -174,6 +174,7 @@ AppRun::Output AppRun::runToExit(const QStringList& arguments, int timeoutMs) {
     QProcessEnvironment env = appEnvironment();
     env.remove(QStringLiteral("DISPLAY"));
     env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    env.insert(m_options.environment); // e.g. xcb with no display: a window would fail at once
     process.setProcessEnvironment(env);
     process.start(ostrelBinary(), arguments);
     Output out;

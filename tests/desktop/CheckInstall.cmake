@@ -7,7 +7,8 @@ if(NOT result EQUAL 0)
     message(FATAL_ERROR "cmake --install failed: ${result}")
 endif()
 foreach(file bin/ostrel share/applications/ostrel.desktop
-        share/icons/hicolor/48x48/apps/ostrel.png share/icons/hicolor/256x256/apps/ostrel.png
+        share/metainfo/de.ostrel.ostrel.metainfo.xml share/man/man1/ostrel.1.gz
+        share/icons/hicolor/16x16/apps/ostrel.png share/icons/hicolor/48x48/apps/ostrel.png share/icons/hicolor/256x256/apps/ostrel.png
         share/icons/hicolor/512x512/apps/ostrel.png)
     if(NOT EXISTS ${PREFIX}/${file})
         message(FATAL_ERROR "not installed: ${file}")

@@ -1,0 +1,103 @@
+#include "app/CommandLine.h"
+
+#include "app/Localisation.h"
+#include "diagnostics/OstrelLog.h"
+#include "diagnostics/VersionText.h"
+
+#include <QCoreApplication>
+#include <QSettings>
+#include <QTranslator>
+
+#include <cstdio>
+
+namespace {
+
+struct CommandLine {
+    Q_DECLARE_TR_FUNCTIONS(CommandLine)
+};
+
+QString versionAnswer() {
+    const VersionValues values = currentVersionValues();
+    return QStringLiteral("OSTREL %1 (Build %2)\n%3 · Linux %4\n")
+        .arg(values.shortVersion.value_or(QStringLiteral("?")),
+             values.buildNumber.value_or(QStringLiteral("?")),
+             values.systemName.value_or(QStringLiteral("?")),
+             values.systemVersion.value_or(QStringLiteral("?")));
+}
+
+QString helpAnswer() {
+    // The same store the application opens, so the path shown is the one it uses.
+    const QString settingsFile =
+        QSettings(QStringLiteral("ostrel"), QStringLiteral("ostrel")).fileName();
+    QString text;
+    text += CommandLine::tr("Aufruf: ostrel [OPTION]") + u'\n';
+    text += u'\n';
+    text +=
+        CommandLine::tr("Live-Bild und Aufnahme der OSTREL-Lupen-Kameras (Wide + Macro).") + u'\n';
+    text += CommandLine::tr("Ohne Option öffnet sich das Programmfenster.") + u'\n';
+    text += u'\n';
+    text += CommandLine::tr("Optionen:") + u'\n';
+    text += QStringLiteral("  -h, --help      ") +
+            CommandLine::tr("diese Hilfe zeigen und beenden") + u'\n';
+    text += QStringLiteral("  -v, --version   ") +
+            CommandLine::tr("die Version zeigen und beenden") + u'\n';
+    text += u'\n';
+    text += CommandLine::tr("Umgebungsvariablen:") + u'\n';
+    text += QStringLiteral("  OSTREL_VIRTUAL_DEVICES=1\n      ") +
+            CommandLine::tr(
+                "statt echter Kameras ein virtuelles Kamerapaar und ein virtuelles Mikrofon "
+                "verwenden (zum Ausprobieren ohne Kameras)") +
+            u'\n';
+    text += QStringLiteral("  OSTREL_VIRTUAL_FAULTS=…\n      ") +
+            CommandLine::tr("Fehler der virtuellen Geräte vorgeben, z. B. "
+                            "„silent=ostrel-virtual-camera-2“ (Macro-Kamera ohne Bild)") +
+            u'\n';
+    text += QStringLiteral("  LANGUAGE, LC_ALL, LANG\n      ") +
+            CommandLine::tr("Sprache: Deutsch bei deutscher Systemsprache, sonst Englisch") + u'\n';
+    text += QStringLiteral("  QT_QPA_PLATFORM\n      ") +
+            CommandLine::tr("Anzeigesystem, z. B. „wayland“ oder „xcb“") + u'\n';
+    text += u'\n';
+    text += CommandLine::tr("Einstellungen: %1").arg(settingsFile) + u'\n';
+    text += CommandLine::tr("Diagnoseprotokoll: %1").arg(OstrelLog::defaultFilePath()) + u'\n';
+    return text;
+}
+
+} // namespace
+
+std::optional<CommandLineRequest> commandLineRequest(const QStringList& arguments) {
+    for (qsizetype i = 1; i < arguments.size(); ++i) {
+        const QString& argument = arguments.at(i);
+        if (argument == u"--help" || argument == u"-h")
+            return CommandLineRequest::help;
+        if (argument == u"--version" || argument == u"-v")
+            return CommandLineRequest::version;
+        if (argument == u"--")
+            break;
+    }
+    return std::nullopt;
+}
+
+QString commandLineText(CommandLineRequest request) {
+    switch (request) {
+    case CommandLineRequest::help:
+        return helpAnswer();
+    case CommandLineRequest::version:
+        return versionAnswer();
+    }
+    return {};
+}
+
+std::optional<int> answerCommandLine(int& argc, char** argv) {
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    const std::optional<CommandLineRequest> request = commandLineRequest(arguments);
+    if (!request)
+        return std::nullopt;
+    QCoreApplication core(argc, argv);
+    QTranslator translator;
+    installTranslation(core, translator, QLocale::system());
+    const QByteArray text = commandLineText(*request).toLocal8Bit();
+    std::fwrite(text.constData(), 1, size_t(text.size()), stdout);
+    return std::fflush(stdout) == 0 ? 0 : 1;
+}

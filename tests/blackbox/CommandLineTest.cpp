@@ -1,0 +1,76 @@
+// ostrel --help and --version as a user types them: answered on the terminal, exit 0, with no
+// window system at all (any attempt to open a window would end the program with an error), no
+// log entry, and in the system's language.
+
+#include "blackbox/AppRun.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// No display, and the X11 platform forced: only a program that never opens a window exits 0.
+AppRunOptions withoutWindowSystem(const QString& language) {
+    AppRunOptions options;
+    options.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    options.environment.insert(QStringLiteral("LANG"), language);
+    options.environment.insert(QStringLiteral("LC_ALL"), language);
+    options.environment.insert(QStringLiteral("LANGUAGE"), language.left(2));
+    return options;
+}
+
+} // namespace
+
+TEST(CommandLine, VersionPrintsTheBuildAndExitsWithoutAWindow) {
+    AppRun app(withoutWindowSystem(QStringLiteral("de_DE.UTF-8")));
+    for (const QString& option : {QStringLiteral("--version"), QStringLiteral("-v")}) {
+        const AppRun::Output result = app.runToExit({option});
+        EXPECT_EQ(result.exitCode, 0) << result.standardError.toStdString();
+        EXPECT_TRUE(result.standardError.isEmpty()) << result.standardError.toStdString();
+        const QStringList lines = result.standardOutput.split(u'\n', Qt::SkipEmptyParts);
+        ASSERT_EQ(lines.size(), 2) << result.standardOutput.toStdString();
+        EXPECT_TRUE(lines[0].startsWith(QStringLiteral("OSTREL 1.0 (Build ")))
+            << lines[0].toStdString();
+        EXPECT_TRUE(lines[1].contains(QStringLiteral(" · Linux "))) << lines[1].toStdString();
+    }
+    EXPECT_FALSE(QFile::exists(app.logPath())) << "no start-up entry in the log";
+}
+
+TEST(CommandLine, HelpInGermanNamesTheOptionsTheEnvironmentAndTheFiles) {
+    AppRun app(withoutWindowSystem(QStringLiteral("de_DE.UTF-8")));
+    const AppRun::Output result = app.runToExit({QStringLiteral("--help")});
+    EXPECT_EQ(result.exitCode, 0) << result.standardError.toStdString();
+    EXPECT_TRUE(result.standardError.isEmpty()) << result.standardError.toStdString();
+    const QString& text = result.standardOutput;
+    EXPECT_TRUE(text.startsWith(QStringLiteral("Aufruf: ostrel [OPTION]\n"))) << text.toStdString();
+    for (const QString& expected :
+         {QStringLiteral("-h, --help"), QStringLiteral("-v, --version"),
+          QStringLiteral("Umgebungsvariablen:"), QStringLiteral("OSTREL_VIRTUAL_DEVICES=1"),
+          QStringLiteral("virtuelles Kamerapaar"), QStringLiteral("OSTREL_VIRTUAL_FAULTS"),
+          QStringLiteral("Einstellungen: ") + app.home() +
+              QStringLiteral("/.config/ostrel/ostrel.conf"),
+          QStringLiteral("Diagnoseprotokoll: ") + app.logPath()})
+        EXPECT_TRUE(text.contains(expected)) << expected.toStdString() << "\n"
+                                             << text.toStdString();
+    EXPECT_FALSE(QFile::exists(app.logPath()));
+}
+
+TEST(CommandLine, HelpFollowsAnEnglishSystemLanguage) {
+    AppRun app(withoutWindowSystem(QStringLiteral("en_GB.UTF-8")));
+    const AppRun::Output result = app.runToExit({QStringLiteral("-h")});
+    EXPECT_EQ(result.exitCode, 0) << result.standardError.toStdString();
+    EXPECT_TRUE(result.standardOutput.startsWith(QStringLiteral("Usage: ostrel [OPTION]\n")))
+        << result.standardOutput.toStdString();
+    EXPECT_TRUE(result.standardOutput.contains(QStringLiteral("Environment variables:")));
+    EXPECT_TRUE(result.standardOutput.contains(QStringLiteral("OSTREL_VIRTUAL_DEVICES=1")));
+    EXPECT_FALSE(result.standardOutput.contains(QStringLiteral("Umgebungsvariablen")));
+}
+
+TEST(CommandLine, WithoutAnOptionTheProgramTriesToOpenItsWindow) {
+    // The counter-check of the tests above: with no window system the real start fails.
+    AppRun app(withoutWindowSystem(QStringLiteral("de_DE.UTF-8")));
+    const AppRun::Output result = app.runToExit({QStringLiteral("--"), QStringLiteral("--help")});
+    EXPECT_NE(result.exitCode, 0);
+    EXPECT_FALSE(result.standardOutput.contains(QStringLiteral("Aufruf:")));
+}

@@ -1,0 +1,128 @@
+// The built app on a desktop session bus of the test's own: it follows the desktop's dark mode
+// from the settings portal, and "Aufnahmeordner öffnen" (Ctrl+Shift+O) asks the file manager,
+// or opens the folder with xdg-open when there is none.
+
+#include "blackbox/AppRun.h"
+#include "support/EventLoop.h"
+#include "support/FakePortal.h"
+#include "support/PrivateBus.h"
+
+#include <QColor>
+#include <QDir>
+#include <QFile>
+#include <QThread>
+#include <QUrl>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// The middle of the top bar, where only its background shows.
+QColor topBarColour(const QImage& screen, const QRect& window) {
+    return screen.pixelColor(window.center().x(), window.top() + 26);
+}
+
+bool isDarkBar(const QColor& colour) {
+    return colour == QColor(QStringLiteral("#1c1c1e"));
+}
+bool isLightBar(const QColor& colour) {
+    return colour == QColor(QStringLiteral("#f2f2f0"));
+}
+
+// Shows the bars with a handled key (they hide after 6 s of quiet) and waits until the top bar
+// has the colour asked for; the key is pressed again for each new try.
+QImage waitForBar(AppRun& app, const QRect& window, bool (*wanted)(const QColor&)) {
+    QImage screen;
+    for (int attempt = 0; attempt < 12; ++attempt) {
+        app.pressKeys(QStringLiteral("3"));
+        screen = app.waitForScreen(
+            [&](const QImage& shot) { return wanted(topBarColour(shot, window)); }, 5000);
+        if (wanted(topBarColour(screen, window)))
+            break;
+    }
+    return screen;
+}
+
+} // namespace
+
+TEST(DesktopServices, AutomaticAppearanceFollowsTheDesktopWhileRunning) {
+    PrivateBus bus;
+    ASSERT_TRUE(bus.isValid());
+    FakePortal portal(bus);
+    ASSERT_TRUE(portal.start(2)); // the desktop prefers light
+    AppRunOptions options;
+    options.environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), bus.address());
+    AppRun app(options);
+    const auto error = app.start();
+    ASSERT_FALSE(error) << error->toStdString();
+    const QRect window = app.windowGeometry();
+    ASSERT_FALSE(window.isEmpty());
+
+    QImage screen = waitForBar(app, window, isLightBar);
+    EXPECT_TRUE(isLightBar(topBarColour(screen, window)))
+        << topBarColour(screen, window).name().toStdString();
+    if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT"); !out.isEmpty())
+        screen.save(out + QStringLiteral("/blackbox-light.png"));
+
+    portal.changeColorScheme(1); // the desktop switches to dark
+    screen = waitForBar(app, window, isDarkBar);
+    EXPECT_TRUE(isDarkBar(topBarColour(screen, window)))
+        << topBarColour(screen, window).name().toStdString();
+    if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT"); !out.isEmpty())
+        screen.save(out + QStringLiteral("/blackbox-dark.png"));
+}
+
+TEST(DesktopServices, OpenFolderAsksTheFileManagerElseXdgOpen) {
+    PrivateBus bus;
+    ASSERT_TRUE(bus.isValid());
+    QTemporaryDir bin;
+    const QString asked = bin.filePath(QStringLiteral("asked.txt"));
+    QFile script(bin.filePath(QStringLiteral("xdg-open")));
+    ASSERT_TRUE(script.open(QIODevice::WriteOnly));
+    script.write("#!/bin/sh\nprintf '%s\\n' \"$@\" > \"" + asked.toUtf8() + ".part\"\nmv \"" +
+                 asked.toUtf8() + ".part\" \"" + asked.toUtf8() + "\"\n");
+    script.close();
+    script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+
+    AppRunOptions options;
+    options.environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), bus.address());
+    options.environment.insert(QStringLiteral("PATH"),
+                               bin.path() + u':' + qEnvironmentVariable("PATH"));
+    AppRun app(options);
+    const auto error = app.start();
+    ASSERT_FALSE(error) << error->toStdString();
+
+    // No file manager on the bus: the folder opens with xdg-open.
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+shift+o")));
+    ASSERT_TRUE(pumpUntil(
+        [&] {
+            QThread::msleep(20);
+            return QFile::exists(asked);
+        },
+        60000));
+    QFile answer(asked);
+    ASSERT_TRUE(answer.open(QIODevice::ReadOnly));
+    EXPECT_EQ(QString::fromUtf8(answer.readAll()), app.recordingFolder() + u'\n');
+    answer.close();
+    QFile::remove(asked);
+
+    // With a file manager, it shows the folder, and xdg-open is left alone.
+    QDBusConnection manager = bus.connect();
+    FakeBusObject fake([](const QDBusMessage& call, const QDBusConnection& connection) {
+        connection.send(call.createReply());
+    });
+    ASSERT_TRUE(
+        manager.registerVirtualObject(QStringLiteral("/org/freedesktop/FileManager1"), &fake));
+    ASSERT_TRUE(manager.registerService(QStringLiteral("org.freedesktop.FileManager1")));
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+shift+o")));
+    ASSERT_TRUE(pumpUntil([&] { return !fake.calls.isEmpty(); }, 60000));
+    EXPECT_EQ(fake.calls.first().member(), QStringLiteral("ShowItems"));
+    EXPECT_EQ(fake.calls.first().arguments().value(0).toStringList(),
+              QStringList{QUrl::fromLocalFile(app.recordingFolder()).toString(QUrl::FullyEncoded)});
+    // Everything the app does next is after the answer; a photo press is logged after it.
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("space")));
+    app.waitForLog(QStringLiteral("Foto"), 30000);
+    EXPECT_FALSE(QFile::exists(asked));
+    manager.unregisterService(QStringLiteral("org.freedesktop.FileManager1"));
+    manager.unregisterObject(QStringLiteral("/org/freedesktop/FileManager1"));
+}
