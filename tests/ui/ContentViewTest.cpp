@@ -18,6 +18,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 
 using namespace std::chrono_literals;
@@ -301,4 +302,34 @@ TEST(MainViewState, CorrectionTextShowsSignedPercentages) {
     EXPECT_EQ(state.correctionText(QPointF(0.0123, -0.004)),
               QStringLiteral("Korrektur  x +1.2%  y -0.4%"));
     EXPECT_EQ(state.correctionText(QPointF(0, 0)), QStringLiteral("Korrektur  x +0.0%  y +0.0%"));
+}
+
+TEST_F(ContentViewTest, TuningOverlayShowsEachValueWithItsOwnPrecision) {
+    settings->setValue(Setting::devStabSliders, true);
+    settings->setStabGain(2.3);
+    settings->setStabSmoothing(0.875);
+    settings->setStabCropZoom(1.2);
+    settings->setStabLead(0.45);
+    open();
+    QQuickItem* overlay = find("stabilizerOverlay");
+    ASSERT_TRUE(overlay);
+    EXPECT_TRUE(overlay->isVisible());
+    // Repeater rows are visual children only.
+    auto shown = [&](const char* key) {
+        const QString name = QString::fromLatin1(key) + QStringLiteral("Value");
+        std::function<QQuickItem*(QQuickItem*)> search = [&](QQuickItem* item) -> QQuickItem* {
+            if (item->objectName() == name)
+                return item;
+            for (QQuickItem* child : item->childItems())
+                if (QQuickItem* found = search(child))
+                    return found;
+            return nullptr;
+        };
+        QQuickItem* label = search(overlay);
+        return label ? label->property("text").toString() : QStringLiteral("(missing)");
+    };
+    EXPECT_EQ(shown("stabGain"), QStringLiteral("2.3"));
+    EXPECT_EQ(shown("stabSmoothing"), QStringLiteral("0.875"));
+    EXPECT_EQ(shown("stabCropZoom"), QStringLiteral("1.20"));
+    EXPECT_EQ(shown("stabLead"), QStringLiteral("0.45"));
 }
