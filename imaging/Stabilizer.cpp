@@ -163,8 +163,12 @@ StabilizationResult Stabilizer::stabilize(const PixelBuffer& frame, int source) 
     }
     const double t1 = m_clock();
     const double visionMs = (t1 - t0) * 1000.0;
+    // The correlator measures on the camera frame as stored, y downwards (row order). The
+    // offset is applied to the half-turned picture, x to the right and y upwards (the layout's
+    // convention, as the platform's registration measures). The half turn negates both axes
+    // and going from rows to y-up negates y once more, so x carries over and y flips.
     const double tx = shift->x;
-    const double ty = shift->y;
+    const double ty = -shift->y;
     const double step = std::hypot(tx, ty);
 
     m_rawX += tx;

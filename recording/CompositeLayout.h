@@ -76,7 +76,7 @@ struct CompositeInputs {
     SizeD canvas{1920, 1080};
     double macroFraction = 0.3;
     double macroZoom = 1.0;
-    PointD macroOffset; // fractions of the Macro frame's width and height, on the turned image
+    PointD macroOffset; // fractions of the Macro frame's size, on the turned image, y upwards
     std::optional<SizeD> overlay; // watermark, made at canvas size
 };
 

@@ -1,5 +1,6 @@
 #include "recording/CompositeRenderer.h"
 #include "recording/BilinearResampler.h"
+#include "recording/Bt709Yuv.h"
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
@@ -186,16 +187,16 @@ void blendBgra(const cv::Mat& over, const std::vector<RowSpan>& spans, cv::Mat& 
     }
 }
 
-// BT.601 limited range, the coefficients cv::cvtColor uses, applied to premultiplied colour:
+// BT.709 limited range, as the camera pictures are converted, applied to premultiplied colour:
 // the result is what the overlay adds, the background keeps (255 − a) / 255 of itself.
 inline int lumaOf(int b, int g, int r, int a) {
-    return ((66 * r + 129 * g + 25 * b + 128) >> 8) + div255(16 * a);
+    return ((bt709::yr * r + bt709::yg * g + bt709::yb * b + 128) >> 8) + div255(16 * a);
 }
 inline int blueDiffOf(int b, int g, int r, int a) {
-    return ((-38 * r - 74 * g + 112 * b + 128) >> 8) + div255(128 * a);
+    return ((bt709::ur * r + bt709::ug * g + bt709::ub * b + 128) >> 8) + div255(128 * a);
 }
 inline int redDiffOf(int b, int g, int r, int a) {
-    return ((112 * r - 94 * g - 18 * b + 128) >> 8) + div255(128 * a);
+    return ((bt709::vr * r + bt709::vg * g + bt709::vb * b + 128) >> 8) + div255(128 * a);
 }
 
 inline std::uint8_t clampByte(int v) {
@@ -448,13 +449,11 @@ bool isOpaque(const ImageLayer& layer) {
 }
 
 // The pixels of camera layer `index` that no camera layer above it hides: only those are
-// drawn. `even` grows every rectangle to whole 2×2 chroma blocks, as the YUV output draws them.
+// drawn.
 std::vector<PixelRect> visiblePieces(const CompositePlan& plan, std::size_t index,
-                                     const CompositeSources& sources, int width, int height,
-                                     bool even) {
+                                     const CompositeSources& sources, int width, int height) {
     auto pixels = [&](const ImageLayer& layer) {
-        const PixelRect r = coveredPixels(layer.extent(), width, height);
-        return even && !r.isEmpty() ? evenAligned(r, width, height) : r;
+        return coveredPixels(layer.extent(), width, height);
     };
     std::vector<PixelRect> pieces;
     const PixelRect all = pixels(plan.layers[index]);
@@ -531,8 +530,8 @@ struct CompositeRenderer::Caches {
             double(needed.width) * needed.height <= 2.0 * double(area.width) * area.height;
         if (sourceFirst) {
             scratchI420.create(needed.height * 3 / 2, needed.width, CV_8UC1);
-            cv::cvtColor(src(cvRect(needed)), scratchI420, cv::COLOR_BGRA2YUV_I420);
             YuvPlanes in = planesOfI420(scratchI420, needed.width, needed.height);
+            bt709::fromBgra(src(cvRect(needed)), in.y, in.u, in.v);
             drawLayer(in.y, out.y,
                       shifted(AxisTransform{t.sx, t.sy, 0, 0}, t.sx * needed.x + t.tx,
                               t.sy * needed.y + t.ty),
@@ -547,14 +546,63 @@ struct CompositeRenderer::Caches {
             drawLayer(src, part, shifted(t, -area.x, -area.y), {0, 0, area.width, area.height},
                       resampler);
             scratchI420Part.create(area.height * 3 / 2, area.width, CV_8UC1);
-            cv::cvtColor(part, scratchI420Part, cv::COLOR_BGRA2YUV_I420);
             YuvPlanes in = planesOfI420(scratchI420Part, area.width, area.height);
+            bt709::fromBgra(part, in.y, in.u, in.v);
             in.y.copyTo(out.y(cvRect(area)));
             const cv::Rect chroma(area.x / 2, area.y / 2, area.width / 2, area.height / 2);
             in.u.copyTo(out.u(chroma));
             in.v.copyTo(out.v(chroma));
         }
     }
+
+    // Like drawCameraYuv, over what is already in the planes, for exactly the pixels `exact`
+    // (any position): luma outside it stays, and a chroma block it shares mixes both by how
+    // many of its four pixels each covers.
+    void drawCameraYuvOver(const cv::Mat& src, const AxisTransform& t, const PixelRect& exact,
+                           YuvPlanes& out) {
+        const PixelRect grown = evenAligned(exact, out.y.cols, out.y.rows);
+        if (grown.x == exact.x && grown.y == exact.y && grown.width == exact.width &&
+            grown.height == exact.height) {
+            drawCameraYuv(src, t, grown, out);
+            return;
+        }
+        const cv::Rect chroma(grown.x / 2, grown.y / 2, grown.width / 2, grown.height / 2);
+        out.y(cvRect(grown)).copyTo(belowY);
+        out.u(chroma).copyTo(belowU);
+        out.v(chroma).copyTo(belowV);
+        drawCameraYuv(src, t, grown, out);
+        auto inside = [&](int x, int y) {
+            return x >= exact.x && x < exact.x + exact.width && y >= exact.y &&
+                   y < exact.y + exact.height;
+        };
+        for (int by = 0; by < chroma.height; ++by) {
+            const bool edgeRow = by == 0 || by == chroma.height - 1;
+            const int step = edgeRow || chroma.width < 2 ? 1 : chroma.width - 1;
+            for (int bx = 0; bx < chroma.width; bx += step) {
+                int covered = 0;
+                for (int k = 0; k < 4; ++k) {
+                    const int x = grown.x + 2 * bx + (k & 1);
+                    const int y = grown.y + 2 * by + (k >> 1);
+                    if (inside(x, y))
+                        ++covered;
+                    else
+                        out.y.at<std::uint8_t>(y, x) =
+                            belowY.at<std::uint8_t>(y - grown.y, x - grown.x);
+                }
+                if (covered == 4)
+                    continue;
+                auto mix = [&](std::uint8_t& drawn, std::uint8_t below) {
+                    drawn = std::uint8_t((drawn * covered + below * (4 - covered) + 2) / 4);
+                };
+                mix(out.u.at<std::uint8_t>(chroma.y + by, chroma.x + bx),
+                    belowU.at<std::uint8_t>(by, bx));
+                mix(out.v.at<std::uint8_t>(chroma.y + by, chroma.x + bx),
+                    belowV.at<std::uint8_t>(by, bx));
+            }
+        }
+    }
+
+    cv::Mat belowY, belowU, belowV; // what lay under a picture drawn over others
 };
 
 namespace {
@@ -602,7 +650,7 @@ bool CompositeRenderer::render(const CompositePlan& plan, const CompositeSources
             continue;
         const cv::Mat src = matOf(*buffer);
         if (isOpaque(layer)) {
-            for (const PixelRect& piece : visiblePieces(plan, index, sources, W, H, false))
+            for (const PixelRect& piece : visiblePieces(plan, index, sources, W, H))
                 drawLayer(src, out, layer.transform, piece, m_caches->resampler);
             continue;
         }
@@ -655,9 +703,15 @@ bool CompositeRenderer::renderYuv420(const CompositePlan& plan, const CompositeS
             continue;
         const cv::Mat src = matOf(*buffer);
         if (isOpaque(layer)) {
-            // Camera pictures cover whole 2×2 chroma blocks (an odd edge grows by one pixel).
-            for (const PixelRect& area : visiblePieces(plan, index, sources, W, H, true))
-                m_caches->drawCameraYuv(src, layer.transform, area, out);
+            // Planes are drawn in whole 2×2 chroma blocks. The bottom picture may spill a pixel
+            // into a hole, which the picture above covers; a picture over others keeps to its
+            // exact pixels.
+            for (const PixelRect& piece : visiblePieces(plan, index, sources, W, H)) {
+                if (index == 0)
+                    m_caches->drawCameraYuv(src, layer.transform, evenAligned(piece, W, H), out);
+                else
+                    m_caches->drawCameraYuvOver(src, layer.transform, piece, out);
+            }
             continue;
         }
         const PixelRect rect = coveredPixels(layer.extent(), W, H);

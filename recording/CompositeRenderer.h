@@ -18,8 +18,9 @@
 //     renderer.render(plan, sources, canvas);
 //
 //   Encoder (recording): planar YUV 4:2:0 (AV_PIX_FMT_YUV420P, three planes, even canvas
-//   size), BT.601 coefficients, limited ("MPEG"/TV) range: tag the stream
-//   AVCOL_SPC_SMPTE170M / AVCOL_PRI_SMPTE170M / AVCOL_TRC_SMPTE170M / AVCOL_RANGE_MPEG.
+//   size), BT.709 coefficients, limited ("MPEG"/TV) range: tag the stream
+//   AVCOL_SPC_BT709 / AVCOL_PRI_BT709 / AVCOL_TRC_BT709 / AVCOL_RANGE_MPEG. Every layer lands
+//   on its exact pixels, as in the BGRA output, also at odd positions.
 //     Yuv420Buffer yuv = Yuv420Buffer::allocate(1920, 1080); // or from a Yuv420Pool
 //     renderer.renderYuv420(plan, sources, yuv);
 //   Use this for recording: writing YUV directly costs less than BGRA plus a conversion

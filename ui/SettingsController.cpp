@@ -7,11 +7,13 @@
 
 const std::array<StabilizerTuningRow, 4>& stabilizerTuningRows() {
     static const std::array<StabilizerTuningRow, 4> rows{{
-        {QT_TRANSLATE_NOOP("SettingsController", "Stärke"), Setting::stabGain, 0.0, 8.0, 0.1},
+        {QT_TRANSLATE_NOOP("SettingsController", "Stärke"), Setting::stabGain, 0.0, 8.0, 0.1, 1},
         {QT_TRANSLATE_NOOP("SettingsController", "Glättung"), Setting::stabSmoothing, 0.7, 0.985,
-         0.005},
-        {QT_TRANSLATE_NOOP("SettingsController", "Crop"), Setting::stabCropZoom, 1.0, 1.35, 0.01},
-        {QT_TRANSLATE_NOOP("SettingsController", "Vorhersage"), Setting::stabLead, 0.0, 1.5, 0.05},
+         0.005, 3},
+        {QT_TRANSLATE_NOOP("SettingsController", "Crop"), Setting::stabCropZoom, 1.0, 1.35, 0.01,
+         2},
+        {QT_TRANSLATE_NOOP("SettingsController", "Vorhersage"), Setting::stabLead, 0.0, 1.5, 0.05,
+         2},
     }};
     return rows;
 }
@@ -94,6 +96,7 @@ QVariantList SettingsController::tuningRows() const {
             {QStringLiteral("from"), row.from},
             {QStringLiteral("to"), row.to},
             {QStringLiteral("step"), row.step},
+            {QStringLiteral("decimals"), row.decimals},
             {QStringLiteral("defaultValue"), settingSpec(row.setting).defaultValue}};
     return rows;
 }

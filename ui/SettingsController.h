@@ -17,6 +17,7 @@ struct StabilizerTuningRow {
     double from;
     double to;
     double step;
+    int decimals; // how the value is shown beside its slider
 };
 const std::array<StabilizerTuningRow, 4>& stabilizerTuningRows();
 

@@ -28,7 +28,7 @@ ColumnLayout {
             }
             Label {
                 objectName: row.modelData.key + "Value"
-                text: Number(tuning.settings[row.modelData.key]).toFixed(2)
+                text: Number(tuning.settings[row.modelData.key]).toFixed(row.modelData.decimals)
                 font.family: Theme.monoFamily
                 color: tuning.valueColor
                 Layout.preferredWidth: 44

@@ -66,7 +66,7 @@ public:
     int queuedVideoFrames() const;
     // Whether a frame at `pts` would advance the track: equal or earlier times are refused.
     bool acceptsVideoTime(MediaTime pts) const;
-    // A frame from the writer's pool (YUV420P, BT.601 limited range, canvas size) to draw the
+    // A frame from the writer's pool (YUV420P, BT.709 limited range, canvas size) to draw the
     // next picture into.
     FramePtr makeVideoFrame();
     // Queue a picture for encoding; false when it was not taken (not ready, time not

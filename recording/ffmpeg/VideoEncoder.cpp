@@ -27,10 +27,10 @@ CodecContextPtr makeContext(const AVCodec* codec, const VideoEncoderSettings& s,
     c->bit_rate = s.bitRate;
     c->gop_size = s.maxKeyInterval;
     c->sample_aspect_ratio = AVRational{1, 1};
-    // Pictures arrive as BT.601 YUV in limited range (what the compositor writes).
-    c->colorspace = AVCOL_SPC_SMPTE170M;
-    c->color_primaries = AVCOL_PRI_SMPTE170M;
-    c->color_trc = AVCOL_TRC_SMPTE170M;
+    // Pictures arrive as BT.709 YUV in limited range (what the compositor writes).
+    c->colorspace = AVCOL_SPC_BT709;
+    c->color_primaries = AVCOL_PRI_BT709;
+    c->color_trc = AVCOL_TRC_BT709;
     c->color_range = AVCOL_RANGE_MPEG;
     if (s.globalHeader)
         c->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;

@@ -32,9 +32,9 @@ FramePtr VideoFramePool::acquire() {
     frame->format = m_format;
     frame->width = m_width;
     frame->height = m_height;
-    frame->colorspace = AVCOL_SPC_SMPTE170M;
-    frame->color_primaries = AVCOL_PRI_SMPTE170M;
-    frame->color_trc = AVCOL_TRC_SMPTE170M;
+    frame->colorspace = AVCOL_SPC_BT709;
+    frame->color_primaries = AVCOL_PRI_BT709;
+    frame->color_trc = AVCOL_TRC_BT709;
     frame->color_range = AVCOL_RANGE_MPEG;
     return frame;
 }
@@ -47,7 +47,7 @@ FramePtr VideoFramePool::convert(const PixelBuffer& bgra) {
                                    m_format, SWS_BILINEAR, nullptr, nullptr, nullptr));
         if (m_sws)
             sws_setColorspaceDetails(m_sws.get(), sws_getCoefficients(SWS_CS_DEFAULT), 1,
-                                     sws_getCoefficients(SWS_CS_SMPTE170M), 0, 0, 1 << 16, 1 << 16);
+                                     sws_getCoefficients(SWS_CS_ITU709), 0, 0, 1 << 16, 1 << 16);
         m_sourceWidth = bgra.width();
         m_sourceHeight = bgra.height();
     }

@@ -21,7 +21,7 @@ public:
     // A frame from the pool with its pixels uninitialised; null when out of memory.
     FramePtr acquire();
 
-    // The picture converted to the pool's format and size (BT.601, limited range); null when
+    // The picture converted to the pool's format and size (BT.709, limited range); null when
     // the picture is empty or memory runs out.
     FramePtr convert(const PixelBuffer& bgra);
 

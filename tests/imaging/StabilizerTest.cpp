@@ -93,11 +93,12 @@ TEST_F(StabilizerTest, FirstFrameAfterSwitchingOnGivesZeroThenTheFirstCorrection
     EXPECT_EQ(r.offset, QPointF(0, 0));
     EXPECT_DOUBLE_EQ(r.zoom, 1.15);
 
-    // Camera 4 px right and 2 px up: raw path (4, −2), smoothed 0.15 of it, gate open, gain 0.5.
-    // The crop follows the camera, in fractions of the frame.
+    // Camera 4 px right and 2 px up: raw path (4, 2) in the turned picture's y-up axes,
+    // smoothed 0.15 of it, gate open, gain 0.5. The crop follows the content, in fractions of
+    // the frame: on the turned picture the content moved right and up.
     r = move(4, -2);
     EXPECT_NEAR(r.offset.x(), 0.5 * 0.85 * 4 / FW, 5e-5);
-    EXPECT_NEAR(r.offset.y(), 0.5 * 0.85 * -2 / FH, 5e-5);
+    EXPECT_NEAR(r.offset.y(), 0.5 * 0.85 * 2 / FH, 5e-5);
     EXPECT_DOUBLE_EQ(r.zoom, 1.15);
 }
 

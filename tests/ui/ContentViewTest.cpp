@@ -21,6 +21,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <thread>
 
@@ -437,4 +438,32 @@ TEST_F(ContentViewTest, HighResolutionWithTheSoftwareEncoderOnFewCoresIsAnnounce
     cam->stopRecording();
     ASSERT_TRUE(pumpUntil([this] { return !cam->isRecording(); }, 30000));
     EXPECT_TRUE(cam->recordingNotice().isEmpty());
+TEST_F(ContentViewTest, TuningOverlayShowsEachValueWithItsOwnPrecision) {
+    settings->setValue(Setting::devStabSliders, true);
+    settings->setStabGain(2.3);
+    settings->setStabSmoothing(0.875);
+    settings->setStabCropZoom(1.2);
+    settings->setStabLead(0.45);
+    open();
+    QQuickItem* overlay = find("stabilizerOverlay");
+    ASSERT_TRUE(overlay);
+    EXPECT_TRUE(overlay->isVisible());
+    // Repeater rows are visual children only.
+    auto shown = [&](const char* key) {
+        const QString name = QString::fromLatin1(key) + QStringLiteral("Value");
+        std::function<QQuickItem*(QQuickItem*)> search = [&](QQuickItem* item) -> QQuickItem* {
+            if (item->objectName() == name)
+                return item;
+            for (QQuickItem* child : item->childItems())
+                if (QQuickItem* found = search(child))
+                    return found;
+            return nullptr;
+        };
+        QQuickItem* label = search(overlay);
+        return label ? label->property("text").toString() : QStringLiteral("(missing)");
+    };
+    EXPECT_EQ(shown("stabGain"), QStringLiteral("2.3"));
+    EXPECT_EQ(shown("stabSmoothing"), QStringLiteral("0.875"));
+    EXPECT_EQ(shown("stabCropZoom"), QStringLiteral("1.20"));
+    EXPECT_EQ(shown("stabLead"), QStringLiteral("0.45"));
 }
