@@ -29,7 +29,8 @@ DeviceInputResult V4l2Backend::makeDeviceInput(const CaptureDevice& device) {
     if (fd < 0)
         return {nullptr, v4l2ErrorText(fd)};
     auto handle = std::make_shared<V4l2Fd>(m_io, fd);
-    // The node may now belong to another device (unplugged and another plugged in).
+    // The node must still be a camera that streams: it may have gone since the listing. Which
+    // device it is is not checked here; the listing maps ids to nodes.
     UdevVideoNode node;
     node.devnode = *devnode;
     const auto probed = probeVideoNode(*m_io, node);
