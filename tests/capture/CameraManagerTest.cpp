@@ -1,3 +1,4 @@
+#include "capture/CameraErrorTexts.h"
 #include "capture/CameraManagerMac.h"
 #include "capture/FrameStore.h"
 #include "capture/virtual/VirtualBackend.h"
@@ -603,4 +604,31 @@ TEST_F(CameraManagerTest, NoUsbBandwidthIsSaidOnceAndNotCalledMissingCameras) {
         QStringLiteral("Kameras nicht erkannt — beide anstecken; bei Bedarf neu starten.")));
     EXPECT_TRUE(log.messages().contains(QStringLiteral("Kameras gefunden, starten aber nicht: ") +
                                         bandwidth));
+}
+
+// No rights to the camera, or another program streaming from it: the window says what to do,
+// once per cause, in the user's language (German here, no translator installed).
+TEST_F(CameraManagerTest, CameraWithoutRightsOrBusyAlertsWhatToDo) {
+    backend.devices().setInputError(kMacro, CameraErrorTexts::noAccess());
+    CameraManagerMac& cam = make();
+    cam.startCapture();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::cameraError);
+    EXPECT_EQ(cam.userAlert(), CameraErrorTexts::noAccess());
+    EXPECT_TRUE(log.messages().contains(QStringLiteral("Kamera 1 (OSTREL Kamera): ") +
+                                        CameraErrorTexts::noAccess()));
+
+    // Rights granted; now another program holds the Wide camera.
+    backend.devices().setInputError(kMacro, QString());
+    const QString busy = CameraErrorTexts::busy(QStringLiteral("cheese, PID 4711"));
+    backend.devices().setStartError(kWide, busy);
+    scheduler.advance(800ms);
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::cameraError);
+    EXPECT_EQ(cam.userAlert(), busy);
+
+    backend.devices().setStartError(kWide, QString()); // the other program quit
+    scheduler.advance(800ms);
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
 }
