@@ -24,7 +24,7 @@ class SettingsStore;
 // the quit delegate and the diagnostics window's model.
 class AppShell {
 public:
-    // `terminate` ends the application (QCoreApplication::quit when empty).
+    // `terminate` ends the application (QCoreApplication::exit when empty).
     AppShell(SettingsStore& settings, CaptureBackend& backend,
              std::function<void()> terminate = {});
     ~AppShell();

@@ -9,7 +9,9 @@
 OstrelAppDelegate::OstrelAppDelegate(std::function<void()> terminate, QObject* parent)
     : QObject(parent), m_terminate(std::move(terminate)) {
     if (!m_terminate)
-        m_terminate = [] { QCoreApplication::quit(); };
+        // Not quit(): that asks every window to close first, and the main window answers a
+        // close with a quit request, which is refused while the recording is being saved.
+        m_terminate = [] { QCoreApplication::exit(0); };
 }
 
 OstrelAppDelegate::Reply OstrelAppDelegate::applicationShouldTerminate() {
@@ -38,4 +40,35 @@ OstrelAppDelegate::Reply OstrelAppDelegate::applicationShouldTerminate() {
 void OstrelAppDelegate::requestQuit() {
     if (applicationShouldTerminate() == Reply::now)
         m_terminate();
+}
+
+void OstrelAppDelegate::setMainViewShown(bool shown) {
+    if (shown == m_mainViewShown)
+        return;
+    m_mainViewShown = shown;
+    emit mainViewShownChanged();
+    if (!shown)
+        leaveMainView();
+}
+
+void OstrelAppDelegate::leaveMainView() {
+    CameraManagerMac* manager = CameraManagerMac::current();
+    if (!manager || m_quitting)
+        return; // a quit in progress stops capture itself
+    if (!manager->isRecording()) {
+        manager->stopCapture();
+        return;
+    }
+    // Stopping capture under a running recording would leave the file open and append the
+    // next session's frames to it.
+    ostrelLog(LogLevel::event,
+              QStringLiteral("Einrichtung: Aufnahme wird abgeschlossen und gespeichert…"));
+    QPointer<CameraManagerMac> weak(manager);
+    QPointer<OstrelAppDelegate> self(this);
+    manager->onRecordingFinished = [weak, self] {
+        // The setup may already be finished and the main view capturing again.
+        if (weak && self && !self->m_mainViewShown)
+            weak->stopCapture();
+    };
+    manager->stopRecording();
 }

@@ -5,7 +5,6 @@
 #include <QClipboard>
 #include <QDir>
 #include <QGuiApplication>
-#include <QProcess>
 #include <QSaveFile>
 #include <QStandardPaths>
 
@@ -47,9 +46,10 @@ void DiagnosticsActions::clearLog() {
         m_log->clear();
 }
 
-bool DiagnosticsActions::openPrivacySettings() const {
-    const QString gnome = QStandardPaths::findExecutable(QStringLiteral("gnome-control-center"));
-    if (!gnome.isEmpty())
-        return QProcess::startDetached(gnome, {QStringLiteral("privacy")});
-    return false;
+QString DiagnosticsActions::videoGroupCommand() {
+    return QStringLiteral("sudo usermod -aG video $USER");
+}
+
+void DiagnosticsActions::copyVideoGroupCommand() const {
+    QGuiApplication::clipboard()->setText(videoGroupCommand());
 }

@@ -7,10 +7,11 @@
 class OstrelLog;
 
 // What the diagnostics window does beyond showing the log: copy, share as a file, clear, and
-// the way to the desktop's privacy settings.
+// the command that gives the user access to cameras.
 class DiagnosticsActions : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString versionText READ versionText CONSTANT)
+    Q_PROPERTY(QString videoGroupCommand READ videoGroupCommand CONSTANT)
 public:
     explicit DiagnosticsActions(OstrelLog& log, QObject* parent = nullptr);
 
@@ -20,8 +21,9 @@ public:
     Q_INVOKABLE QString saveExport(const QUrl& file) const;
     Q_INVOKABLE QUrl suggestedExportFile() const;
     Q_INVOKABLE void clearLog();
-    // Opens the desktop's privacy settings where there are any; otherwise does nothing.
-    Q_INVOKABLE bool openPrivacySettings() const;
+    // Camera device nodes belong to the group "video"; a user outside it gets EACCES.
+    static QString videoGroupCommand();
+    Q_INVOKABLE void copyVideoGroupCommand() const;
 
 private:
     QPointer<OstrelLog> m_log;

@@ -25,7 +25,8 @@ QString levelSymbol(LogLevel level) {
 
 LogListModel::LogListModel(OstrelLog& log, QObject* parent)
     : QAbstractListModel(parent), m_log(&log) {
-    connect(&log, &OstrelLog::entriesChanged, this, &LogListModel::rebuild);
+    connect(&log, &OstrelLog::entryAppended, this, &LogListModel::appended);
+    connect(&log, &OstrelLog::entriesCleared, this, &LogListModel::rebuild);
     rebuild();
 }
 
@@ -37,10 +38,10 @@ QVariant LogListModel::data(const QModelIndex& index, int role) const {
     if (!m_log || !index.isValid() || index.row() >= int(m_rows.size()))
         return {};
     const auto& entries = m_log->entries();
-    const std::size_t at = std::size_t(m_rows[std::size_t(index.row())]);
-    if (at >= entries.size())
+    const qint64 at = m_rows[std::size_t(index.row())] - m_firstSerial;
+    if (at < 0 || at >= qint64(entries.size()))
         return {};
-    const LogEntry& entry = entries[at];
+    const LogEntry& entry = entries[std::size_t(at)];
     switch (role) {
     case MessageRole:
     case Qt::DisplayRole:
@@ -83,20 +84,48 @@ QStringList LogListModel::filterLabels() {
     return labels;
 }
 
-// The log changes on the main thread by one entry at a time, at most a few per second; a reset
-// over 1000 rows is cheaper than tracking the capped deque's shifts.
+bool LogListModel::shown(LogLevel level) const {
+    return m_levelFilter < 0 || int(level) == m_levelFilter;
+}
+
 void LogListModel::rebuild() {
     const int before = int(m_rows.size());
     beginResetModel();
     m_rows.clear();
+    m_firstSerial = 0;
     if (m_log) {
         const auto& entries = m_log->entries();
-        for (int i = int(entries.size()) - 1; i >= 0; --i) {
-            if (m_levelFilter < 0 || int(entries[std::size_t(i)].level) == m_levelFilter)
+        for (qint64 i = qint64(entries.size()) - 1; i >= 0; --i) {
+            if (shown(entries[std::size_t(i)].level))
                 m_rows.push_back(i);
         }
     }
     endResetModel();
+    if (int(m_rows.size()) != before)
+        emit countChanged();
+}
+
+void LogListModel::appended(int dropped) {
+    if (!m_log)
+        return;
+    const auto& entries = m_log->entries();
+    const int before = int(m_rows.size());
+    m_firstSerial += dropped;
+    // The dropped entries are the oldest, so their rows (if shown) are the last ones.
+    int stale = 0;
+    while (stale < int(m_rows.size()) &&
+           m_rows[m_rows.size() - 1 - std::size_t(stale)] < m_firstSerial)
+        ++stale;
+    if (stale > 0) {
+        beginRemoveRows({}, int(m_rows.size()) - stale, int(m_rows.size()) - 1);
+        m_rows.erase(m_rows.end() - stale, m_rows.end());
+        endRemoveRows();
+    }
+    if (!entries.empty() && shown(entries.back().level)) {
+        beginInsertRows({}, 0, 0);
+        m_rows.push_front(m_firstSerial + qint64(entries.size()) - 1);
+        endInsertRows();
+    }
     if (int(m_rows.size()) != before)
         emit countChanged();
 }

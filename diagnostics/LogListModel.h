@@ -5,9 +5,13 @@
 #include <QAbstractListModel>
 #include <QPointer>
 
+#include <deque>
+
 class OstrelLog;
 
-// The log for the diagnostics window: newest first, optionally one level only.
+// The log for the diagnostics window: newest first, optionally one level only. A new entry is
+// inserted as row 0 and a dropped oldest one removed from the end, so a list view keeps the
+// place of a person reading older entries.
 class LogListModel : public QAbstractListModel {
     Q_OBJECT
     // -1 shows every level, otherwise the ordinal of the one level shown.
@@ -35,9 +39,14 @@ signals:
     void countChanged();
 
 private:
+    bool shown(LogLevel level) const;
     void rebuild();
+    void appended(int dropped);
 
     QPointer<OstrelLog> m_log;
     int m_levelFilter = -1;
-    std::vector<int> m_rows; // indexes into the log's entries, newest first
+    // Rows hold serial numbers of entries, newest first; the log's oldest entry has number
+    // m_firstSerial, so a row survives the cap dropping older entries unchanged.
+    std::deque<qint64> m_rows;
+    qint64 m_firstSerial = 0;
 };

@@ -36,8 +36,11 @@ OstrelLog::~OstrelLog() {
 void OstrelLog::log(LogLevel level, const QString& message) {
     const QDateTime now = QDateTime::currentDateTimeUtc();
     m_entries.push_back(LogEntry{QUuid::createUuid(), now, level, message});
-    while (m_entries.size() > size_t(maxEntries))
+    int dropped = 0;
+    while (m_entries.size() > size_t(maxEntries)) {
         m_entries.pop_front();
+        ++dropped;
+    }
 
     // The system log and the file are written off the main thread, in logging order.
     m_fileQueue->async(
@@ -45,6 +48,7 @@ void OstrelLog::log(LogLevel level, const QString& message) {
             m_systemLog.write(level, message);
             appendToFile(line);
         });
+    emit entryAppended(dropped);
     emit entriesChanged();
 }
 
@@ -55,6 +59,7 @@ void OstrelLog::post(LogLevel level, const QString& message) {
 
 void OstrelLog::clear() {
     m_entries.clear();
+    emit entriesCleared();
     m_fileQueue->async([path = m_filePath] { QFile::remove(path); });
     log(LogLevel::event, QStringLiteral("Protokoll geleert"));
 }

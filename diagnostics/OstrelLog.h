@@ -47,6 +47,11 @@ public:
 
 signals:
     void entriesChanged();
+    // After `log`: one entry was appended at the end and `dropped` of the oldest were removed
+    // from the front to keep the cap. Emitted before entriesChanged.
+    void entryAppended(int dropped);
+    // After the list was emptied by `clear`, before the entry that records it is appended.
+    void entriesCleared();
 
 private:
     void appendToFile(const QByteArray& line);

@@ -40,7 +40,7 @@ ColumnLayout {
     CalloutText {
         Layout.fillWidth: true
         secondary: true
-        text: qsTr("Native Mac-App für die OSTREL USB-Doppel-Kameras (Wide + Macro).")
+        text: qsTr("Native Linux-App für die OSTREL USB-Doppel-Kameras (Wide + Macro).")
     }
     RowLayout {
         spacing: 18

@@ -13,6 +13,8 @@ Item {
     property bool copied: false
 
     onCopiedChanged: if (copied) copiedTimer.restart()
+    // The filter is view state: every new window starts with all levels.
+    Component.onCompleted: view.logModel.levelFilter = -1
 
     Timer {
         id: copiedTimer
@@ -109,21 +111,37 @@ Item {
                 color: Theme.secondaryText
             }
 
+            // Why a camera stays black here: no rights on the device node, or another
+            // program holds it, or it is gone. The log below names the camera and the cause.
             Label {
-                text: qsTr("Berechtigungen")
+                text: qsTr("Bild bleibt schwarz?")
                 font.bold: true
                 color: Theme.text
             }
-            Button {
-                text: "⚙  " + qsTr("Systemeinstellungen → Datenschutz öffnen")
-                onClicked: view.diagnostics.openPrivacySettings()
-            }
-            Label {
+            Column {
+                objectName: "blackPictureHelp"
                 width: parent.width - 32
-                wrapMode: Text.Wrap
-                text: qsTr("Dort lassen sich Kamera- und Mikrofon-Berechtigungen für OSTREL prüfen, falls das Bild schwarz bleibt.")
-                font.pixelSize: 11
-                color: Theme.secondaryText
+                spacing: 8
+                HelpCause {
+                    title: qsTr("Kein Zugriff auf die Kamera")
+                    text: qsTr("Dein Benutzer gehört nicht zur Gruppe „video“. Im Terminal „%1“ eingeben, danach ab- und wieder anmelden.").arg(view.diagnostics.videoGroupCommand)
+                }
+                Button {
+                    objectName: "copyGroupCommand"
+                    text: qsTr("Befehl kopieren")
+                    onClicked: {
+                        view.diagnostics.copyVideoGroupCommand()
+                        view.copied = true
+                    }
+                }
+                HelpCause {
+                    title: qsTr("Kamera belegt")
+                    text: qsTr("Ein anderes Programm (z. B. Videokonferenz, Browser oder Kamera-App) nutzt die Kamera. Dieses Programm beenden und OSTREL neu starten.")
+                }
+                HelpCause {
+                    title: qsTr("Kamera nicht gefunden")
+                    text: qsTr("Kabel prüfen und beide Kameras neu anstecken. Welche Kamera betroffen ist, steht unten im Protokoll.")
+                }
             }
             Label {
                 id: shareError
@@ -211,6 +229,26 @@ Item {
                     }
                 }
             }
+        }
+    }
+
+    // One cause of a black picture: a bold title over a short explanation.
+    component HelpCause: Column {
+        property alias title: causeTitle.text
+        property alias text: causeText.text
+        width: parent.width
+        Label {
+            id: causeTitle
+            font.pixelSize: 12
+            font.bold: true
+            color: Theme.text
+        }
+        Label {
+            id: causeText
+            width: parent.width
+            wrapMode: Text.Wrap
+            font.pixelSize: 12
+            color: Theme.secondaryText
         }
     }
 

@@ -11,7 +11,7 @@ SettingsTab {
 
     SettingsSection {
         title: qsTr("Darstellung")
-        footer: qsTr("Sprache: OSTREL folgt der Systemsprache (Deutsch/Englisch). Ändern unter Systemeinstellungen → Allgemein → Sprache & Region → Apps.")
+        footer: qsTr("Sprache: OSTREL folgt der Sprache deines Desktops (Deutsch/Englisch). Ändern in den Einstellungen des Desktops unter „Region und Sprache“ (GNOME) bzw. „Regionaleinstellungen → Sprache“ (KDE); gilt ab der nächsten Anmeldung.")
         Label { text: qsTr("Erscheinungsbild"); color: Theme.text }
         RowLayout {
             objectName: "appearancePicker"

@@ -15,7 +15,7 @@ ColumnLayout {
         [qsTr("Makro-Größe 10–70 %"), "1 – 7"],
         [qsTr("Makro-Größe feiner anpassen"), ctrl + " + / " + ctrl + " −"],
         [qsTr("Einstellungen öffnen"), ctrl + " ,"],
-        [qsTr("Aufnahmeordner im Finder öffnen"), ctrl + " ⇧ O"]
+        [qsTr("Aufnahmeordner im Dateimanager öffnen"), ctrl + " ⇧ O"]
     ]
 
     Repeater {

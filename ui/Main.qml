@@ -14,7 +14,7 @@ ApplicationWindow {
     width: 1280
     height: 800
     minimumWidth: settings.didCompleteOnboarding ? 900 : 720
-    minimumHeight: 560
+    minimumHeight: settings.didCompleteOnboarding ? 560 : 600
     visible: true
     color: Theme.ink
 
@@ -26,6 +26,13 @@ ApplicationWindow {
         value: settings.appearanceMode === 1 ? false
              : settings.appearanceMode === 2 ? true
              : systemPalette.window.hslLightness < 0.5
+    }
+
+    // Leaving the main view for the setup saves a running recording and frees the cameras.
+    Binding {
+        target: appDelegate
+        property: "mainViewShown"
+        value: settings.didCompleteOnboarding
     }
 
     onClosing: (close) => {
@@ -55,7 +62,11 @@ ApplicationWindow {
     }
 
     function openDiagnostics() {
-        diagnosticsLoader.active = true
+        // A closed window comes back fresh: filter "Alle", list at the top.
+        if (!diagnosticsLoader.item || !diagnosticsLoader.item.visible) {
+            diagnosticsLoader.active = false
+            diagnosticsLoader.active = true
+        }
         diagnosticsLoader.item.show()
         diagnosticsLoader.item.raise()
         diagnosticsLoader.item.requestActivate()
@@ -70,7 +81,7 @@ ApplicationWindow {
             Action { text: qsTr("OSTREL beenden"); shortcut: StandardKey.Quit; onTriggered: appDelegate.requestQuit() }
         }
         Menu {
-            title: qsTr("Ablage")
+            title: qsTr("Datei")
             Action {
                 text: qsTr("Aufnahmeordner öffnen")
                 shortcut: "Ctrl+Shift+O"
@@ -113,7 +124,11 @@ ApplicationWindow {
                 onTriggered: Qt.openUrlExternally("https://ostrel.de")
             }
             MenuSeparator {}
-            Action { text: qsTr("Diagnose"); onTriggered: window.openDiagnostics() }
+            Action {
+                objectName: "diagnosticsAction"
+                text: qsTr("Diagnose")
+                onTriggered: window.openDiagnostics()
+            }
         }
     }
 
@@ -159,8 +174,7 @@ ApplicationWindow {
             recordings: window.recordingsStore
             settings: window.settingsStore
             onSetupRequested: {
-                // The setup comes back in the main window; the cameras are freed for it.
-                window.camera.stopCapture()
+                // The setup comes back in the main window; the delegate frees the cameras.
                 close()
                 window.raise()
             }

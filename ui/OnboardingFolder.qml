@@ -40,7 +40,7 @@ Item {
         FootnoteText {
             objectName: "folderHint"
             visible: page.recordings.folderPath.length === 0
-            text: qsTr("Vorschlag: „OSTREL Aufnahmen“ in deinem Filme-Ordner.")
+            text: qsTr("Vorschlag: „OSTREL Aufnahmen“ in deinem Videos-Ordner.")
         }
         RowLayout {
             objectName: "folderChosen"

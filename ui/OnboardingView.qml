@@ -118,7 +118,7 @@ Pane {
             symbol: "cable.connector"
             blocks: [{
                 title: qsTr("Kameras anschließen"),
-                text: qsTr("Schließe beide OSTREL-Kameras mit dem mitgelieferten Kabel an deinen Mac an. Der USB-Hub ist fest in der Kamera verbaut — du brauchst keinen zusätzlichen Hub. Wenn du den USB-Anschluss am Mac wechselst, ordne die Kameras danach kurz neu zu (Einstellungen → Kameras oder „Einrichtung erneut durchführen“).")
+                text: qsTr("Schließe beide OSTREL-Kameras mit dem mitgelieferten Kabel an deinen Computer an. Der USB-Hub ist fest in der Kamera verbaut — du brauchst keinen zusätzlichen Hub. Wenn du den USB-Anschluss am Computer wechselst, ordne die Kameras danach kurz neu zu (Einstellungen → Kameras oder „Einrichtung erneut durchführen“).")
             }]
         }
     }

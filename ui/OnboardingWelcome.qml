@@ -35,7 +35,7 @@ Item {
             Layout.fillWidth: true
             Layout.topMargin: 10
             horizontalAlignment: Text.AlignHCenter
-            text: qsTr("Willkommen. OSTREL zeigt deine beiden Lupen-Kameras (Wide + Macro) live als Bild-im-Bild und nimmt sie auf — direkt auf dem Mac. Diese kurze Einrichtung erklärt den Aufbau und legt Ordner, Kameras und Mikrofon fest.")
+            text: qsTr("Willkommen. OSTREL zeigt deine beiden Lupen-Kameras (Wide + Macro) live als Bild-im-Bild und nimmt sie auf — direkt auf deinem Computer. Diese kurze Einrichtung erklärt den Aufbau und legt Ordner, Kameras und Mikrofon fest.")
         }
     }
 }

@@ -56,7 +56,7 @@ SettingsTab {
             }
             Button {
                 objectName: "revealFolderButton"
-                text: qsTr("Im Finder öffnen")
+                text: qsTr("Im Dateimanager öffnen")
                 enabled: tab.controller.folderSet
                 onClicked: tab.recordings.revealInFinder()
             }

@@ -31,7 +31,7 @@
         <translation>Quit OSTREL</translation>
     </message>
     <message>
-        <source>Ablage</source>
+        <source>Datei</source>
         <translation>File</translation>
     </message>
     <message>
@@ -207,16 +207,36 @@
         <translation>Text files (*.txt)</translation>
     </message>
     <message>
-        <source>Berechtigungen</source>
-        <translation>Permissions</translation>
+        <source>Bild bleibt schwarz?</source>
+        <translation>Picture stays black?</translation>
     </message>
     <message>
-        <source>Systemeinstellungen → Datenschutz öffnen</source>
-        <translation>Open System Settings → Privacy</translation>
+        <source>Kein Zugriff auf die Kamera</source>
+        <translation>No access to the camera</translation>
     </message>
     <message>
-        <source>Dort lassen sich Kamera- und Mikrofon-Berechtigungen für OSTREL prüfen, falls das Bild schwarz bleibt.</source>
-        <translation>There you can check the camera and microphone permissions for OSTREL if the picture stays black.</translation>
+        <source>Dein Benutzer gehört nicht zur Gruppe „video“. Im Terminal „%1“ eingeben, danach ab- und wieder anmelden.</source>
+        <translation>Your user is not in the group “video”. Enter “%1” in a terminal, then log out and back in.</translation>
+    </message>
+    <message>
+        <source>Kamera belegt</source>
+        <translation>Camera in use</translation>
+    </message>
+    <message>
+        <source>Ein anderes Programm (z. B. Videokonferenz, Browser oder Kamera-App) nutzt die Kamera. Dieses Programm beenden und OSTREL neu starten.</source>
+        <translation>Another program (e.g. a video call, a browser or a camera app) is using the camera. Quit that program and restart OSTREL.</translation>
+    </message>
+    <message>
+        <source>Kamera nicht gefunden</source>
+        <translation>Camera not found</translation>
+    </message>
+    <message>
+        <source>Kabel prüfen und beide Kameras neu anstecken. Welche Kamera betroffen ist, steht unten im Protokoll.</source>
+        <translation>Check the cable and plug both cameras in again. The log below says which camera is affected.</translation>
+    </message>
+    <message>
+        <source>Befehl kopieren</source>
+        <translation>Copy command</translation>
     </message>
     <message>
         <source>Filter</source>
@@ -288,7 +308,7 @@
         <translation>Open settings</translation>
     </message>
     <message>
-        <source>Aufnahmeordner im Finder öffnen</source>
+        <source>Aufnahmeordner im Dateimanager öffnen</source>
         <translation>Open recording folder in the file manager</translation>
     </message>
 </context>
@@ -314,8 +334,8 @@
         <translation>Version </translation>
     </message>
     <message>
-        <source>Native Mac-App für die OSTREL USB-Doppel-Kameras (Wide + Macro).</source>
-        <translation>Native app for the OSTREL USB twin cameras (Wide + Macro).</translation>
+        <source>Native Linux-App für die OSTREL USB-Doppel-Kameras (Wide + Macro).</source>
+        <translation>Native Linux app for the OSTREL USB twin cameras (Wide + Macro).</translation>
     </message>
 </context>
 <context>
@@ -410,8 +430,8 @@
         <translation>Appearance</translation>
     </message>
     <message>
-        <source>Sprache: OSTREL folgt der Systemsprache (Deutsch/Englisch). Ändern unter Systemeinstellungen → Allgemein → Sprache &amp; Region → Apps.</source>
-        <translation>Language: OSTREL follows the system language (German/English). Change it under System Settings → General → Language &amp; Region → Apps.</translation>
+        <source>Sprache: OSTREL folgt der Sprache deines Desktops (Deutsch/Englisch). Ändern in den Einstellungen des Desktops unter „Region und Sprache“ (GNOME) bzw. „Regionaleinstellungen → Sprache“ (KDE); gilt ab der nächsten Anmeldung.</source>
+        <translation>Language: OSTREL follows the language of your desktop (German/English). Change it in the desktop&apos;s settings under “Region &amp; Language” (GNOME) or “Regional Settings → Language” (KDE); it takes effect at your next login.</translation>
     </message>
     <message>
         <source>Erscheinungsbild</source>
@@ -518,7 +538,7 @@
         <translation>Choose folder…</translation>
     </message>
     <message>
-        <source>Vorschlag: „OSTREL Aufnahmen“ in deinem Filme-Ordner.</source>
+        <source>Vorschlag: „OSTREL Aufnahmen“ in deinem Videos-Ordner.</source>
         <translation>Suggestion: “OSTREL Aufnahmen” in your Videos folder.</translation>
     </message>
 </context>
@@ -583,7 +603,7 @@
         <translation>Connect the cameras</translation>
     </message>
     <message>
-        <source>Schließe beide OSTREL-Kameras mit dem mitgelieferten Kabel an deinen Mac an. Der USB-Hub ist fest in der Kamera verbaut — du brauchst keinen zusätzlichen Hub. Wenn du den USB-Anschluss am Mac wechselst, ordne die Kameras danach kurz neu zu (Einstellungen → Kameras oder „Einrichtung erneut durchführen“).</source>
+        <source>Schließe beide OSTREL-Kameras mit dem mitgelieferten Kabel an deinen Computer an. Der USB-Hub ist fest in der Kamera verbaut — du brauchst keinen zusätzlichen Hub. Wenn du den USB-Anschluss am Computer wechselst, ordne die Kameras danach kurz neu zu (Einstellungen → Kameras oder „Einrichtung erneut durchführen“).</source>
         <translation>Connect both OSTREL cameras to your computer with the supplied cable. The USB hub is built into the camera — you don&apos;t need an extra hub. If you change the USB port on the computer, quickly reassign the cameras afterwards (Settings → Cameras or “Run setup again”).</translation>
     </message>
     <message>
@@ -634,7 +654,7 @@
         <translation>Your view. Your perspective.</translation>
     </message>
     <message>
-        <source>Willkommen. OSTREL zeigt deine beiden Lupen-Kameras (Wide + Macro) live als Bild-im-Bild und nimmt sie auf — direkt auf dem Mac. Diese kurze Einrichtung erklärt den Aufbau und legt Ordner, Kameras und Mikrofon fest.</source>
+        <source>Willkommen. OSTREL zeigt deine beiden Lupen-Kameras (Wide + Macro) live als Bild-im-Bild und nimmt sie auf — direkt auf deinem Computer. Diese kurze Einrichtung erklärt den Aufbau und legt Ordner, Kameras und Mikrofon fest.</source>
         <translation>Welcome. OSTREL shows your two loupe cameras (Wide + Macro) live as picture-in-picture and records them — right on your computer. This short setup explains the assembly and sets the folder, cameras and microphone.</translation>
     </message>
 </context>
@@ -676,7 +696,7 @@
         <translation>Change folder…</translation>
     </message>
     <message>
-        <source>Im Finder öffnen</source>
+        <source>Im Dateimanager öffnen</source>
         <translation>Show in file manager</translation>
     </message>
 </context>

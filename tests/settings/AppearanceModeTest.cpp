@@ -12,10 +12,3 @@ TEST(AppearanceMode, OnlyTheThreeStoredValuesBuildAMode) {
     EXPECT_EQ(effectiveAppearanceMode(-5), AppearanceMode::system);
     EXPECT_EQ(effectiveAppearanceMode(2), AppearanceMode::dark);
 }
-
-TEST(AppearanceMode, GermanLabelsInTableOrder) {
-    EXPECT_EQ(appearanceModeLabel(AppearanceMode::system), QStringLiteral("Automatisch"));
-    EXPECT_EQ(appearanceModeLabel(AppearanceMode::light), QStringLiteral("Hell"));
-    EXPECT_EQ(appearanceModeLabel(AppearanceMode::dark), QStringLiteral("Dunkel"));
-    EXPECT_EQ(allAppearanceModes[0], AppearanceMode::system);
-}

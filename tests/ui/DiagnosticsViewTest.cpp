@@ -15,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 
 Q_IMPORT_QML_PLUGIN(OstrelPlugin)
@@ -150,4 +151,101 @@ TEST_F(DiagnosticsViewTest, ShareSavesTheExportAsATextFile) {
     EXPECT_TRUE(saved.startsWith(QStringLiteral("OSTREL Diagnose-Protokoll\n") + kVersion));
     EXPECT_TRUE(saved.endsWith(QStringLiteral("EVENT   Aufnahme gespeichert: OSTREL-1.mp4")));
     EXPECT_FALSE(actions->saveExport(QUrl::fromLocalFile(dir.filePath("fehlt/x.txt"))).isEmpty());
+}
+
+namespace {
+
+// The row a reader looks at: the delegate in the middle of the list's viewport, and where it
+// sits in the viewport.
+struct RowInView {
+    QString message;
+    qreal offset = 0;
+};
+
+RowInView rowInMiddle(QQuickItem* list) {
+    const qreal contentY = list->property("contentY").toReal();
+    const qreal middle = contentY + list->height() / 2;
+    QQuickItem* item = nullptr;
+    QMetaObject::invokeMethod(list, "itemAt", Q_RETURN_ARG(QQuickItem*, item), Q_ARG(qreal, 20),
+                              Q_ARG(qreal, middle));
+    if (!item)
+        return {};
+    return {item->property("message").toString(), item->y() - contentY};
+}
+
+} // namespace
+
+TEST_F(DiagnosticsViewTest, NewEntriesKeepThePlaceOfAPersonReadingOlderOnes) {
+    for (int i = 0; i < 998; ++i)
+        log->log(LogLevel::info, QStringLiteral("Zeile %1").arg(i));
+    log->log(LogLevel::warn, QStringLiteral("Warnung am Ende"));
+    ASSERT_EQ(log->count(), OstrelLog::maxEntries);
+    ASSERT_TRUE(showWindow());
+    auto* list = find<QQuickItem>("logList");
+    ASSERT_TRUE(list);
+
+    // At the top, a new entry shows up as the first row.
+    log->log(LogLevel::event, QStringLiteral("neu oben"));
+    pumpPosted();
+    QQuickItem* first = nullptr;
+    QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, first), Q_ARG(int, 0));
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first->property("message").toString(), QStringLiteral("neu oben"));
+    EXPECT_TRUE(first->isVisible());
+    EXPECT_LT(first->y() - list->property("contentY").toReal(), list->height());
+
+    // Reading further down, arriving entries (each dropping the oldest) leave the place alone.
+    list->setProperty("contentY", list->property("contentY").toReal() + 4000);
+    pumpPosted();
+    const RowInView before = rowInMiddle(list);
+    ASSERT_TRUE(before.message.startsWith(QStringLiteral("Zeile ")))
+        << before.message.toStdString();
+    for (int i = 0; i < 5; ++i) {
+        log->log(LogLevel::info, QStringLiteral("neu %1").arg(i));
+        pumpPosted();
+        const RowInView now = rowInMiddle(list);
+        EXPECT_EQ(now.message, before.message) << "after entry " << i;
+        EXPECT_DOUBLE_EQ(now.offset, before.offset) << "after entry " << i;
+    }
+    EXPECT_EQ(model->rowCount(), OstrelLog::maxEntries);
+    EXPECT_EQ(rowMessage(0), QStringLiteral("neu 4"));
+    EXPECT_EQ(rowMessage(OstrelLog::maxEntries - 1), QStringLiteral("Zeile 5"))
+        << "the oldest rows went, in order";
+
+    // With a filter, entries of other levels neither move the list nor appear.
+    model->setLevelFilter(int(LogLevel::warn));
+    log->log(LogLevel::info, QStringLiteral("unsichtbar"));
+    ASSERT_EQ(model->rowCount(), 1);
+    EXPECT_EQ(rowMessage(0), QStringLiteral("Warnung am Ende"));
+    log->log(LogLevel::warn, QStringLiteral("zweite Warnung"));
+    EXPECT_EQ(rowMessage(0), QStringLiteral("zweite Warnung"));
+    EXPECT_EQ(find("logHeading")->property("text").toString(),
+              QStringLiteral("Protokoll (2) — neueste zuerst"));
+}
+
+TEST_F(DiagnosticsViewTest, BlackPictureHelpNamesTheCausesAndCopiesTheGroupCommand) {
+    ASSERT_TRUE(showWindow());
+    auto* help = find<QQuickItem>("blackPictureHelp");
+    ASSERT_TRUE(help);
+    QStringList texts;
+    std::function<void(QQuickItem*)> collect = [&](QQuickItem* item) {
+        if (item->property("text").isValid())
+            texts << item->property("text").toString();
+        for (QQuickItem* child : item->childItems())
+            collect(child);
+    };
+    collect(help);
+    const QString all = texts.join(u'\n');
+    EXPECT_TRUE(all.contains(QStringLiteral("Gruppe „video“"))) << all.toStdString();
+    EXPECT_TRUE(all.contains(QStringLiteral("„sudo usermod -aG video $USER“")));
+    EXPECT_TRUE(all.contains(QStringLiteral("anderes Programm")));
+
+    QGuiApplication::clipboard()->clear();
+    auto* copy = find("copyGroupCommand");
+    ASSERT_TRUE(copy);
+    QMetaObject::invokeMethod(copy, "clicked");
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("sudo usermod -aG video $USER"));
+    auto* note = find<QQuickItem>("copiedNote");
+    ASSERT_TRUE(note);
+    EXPECT_TRUE(note->isVisible()) << "the button always shows that it did something";
 }

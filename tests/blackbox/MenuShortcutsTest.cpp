@@ -1,0 +1,143 @@
+// The menu shortcuts as a user types them into the running app, and the two ways a desktop
+// ends it during a recording (Ctrl+Q, SIGTERM at logout): the recording is saved first.
+
+#include "blackbox/AppRun.h"
+#include "recording/MediaProbe.h"
+#include "support/EventLoop.h"
+
+#include <QColor>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+namespace {
+
+const QString kLive = QStringLiteral("2 Kameras live");
+
+bool nearWhite(const QColor& color) {
+    return color.red() > 235 && color.green() > 235 && color.blue() > 235;
+}
+
+// Width of the Macro inset from its white outline: the two columns near the window's bottom
+// that are white over 20 rows. -1 when there are not two.
+int insetWidth(const QImage& screen, const QRect& window) {
+    std::vector<int> columns;
+    for (int x = window.left(); x <= window.right(); ++x) {
+        bool white = true;
+        for (int y = window.bottom() - 30; y < window.bottom() - 10 && white; ++y)
+            white = nearWhite(screen.pixelColor(x, y));
+        if (white)
+            columns.push_back(x);
+    }
+    if (columns.size() < 2)
+        return -1;
+    return columns.back() - columns.front();
+}
+
+// Starts the app and waits until both cameras are live.
+void startLive(AppRun& app) {
+    const auto error = app.start();
+    ASSERT_FALSE(error) << error->toStdString();
+    ASSERT_TRUE(app.waitForLog(kLive, 60000)) << app.appOutput().toStdString();
+}
+
+void expectOneSavedRecording(const AppRun& app) {
+    const QStringList files = app.recordingFiles(QStringLiteral("OSTREL-*.mp4"));
+    ASSERT_EQ(files.size(), 1) << files.join(u' ').toStdString();
+    const ProbedFile probed = probeFile(app.recordingFolder() + u'/' + files.first());
+    ASSERT_TRUE(probed.ok);
+    EXPECT_GT(probed.duration(), 0.0);
+    EXPECT_EQ(probed.stream(QStringLiteral("video")).value("width").toInt(), 1920);
+}
+
+// Records for a moment with Ctrl+R; returns the log line count before the recording.
+int startRecording(AppRun& app) {
+    const int from = int(app.logLines().size());
+    EXPECT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
+    EXPECT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft"), 30000, from));
+    return from;
+}
+
+} // namespace
+
+TEST(MenuShortcuts, PhotoFolderSettingsAndMacroSizeAnswerTheirKeys) {
+    // The file manager is whatever xdg-open starts; this one notes what it was asked to show.
+    QTemporaryDir bin;
+    const QString opened = bin.filePath(QStringLiteral("opened.txt"));
+    QFile script(bin.filePath(QStringLiteral("xdg-open")));
+    ASSERT_TRUE(script.open(QIODevice::WriteOnly));
+    script.write(QStringLiteral("#!/bin/sh\necho \"$@\" >> '%1'\n").arg(opened).toUtf8());
+    script.close();
+    script.setPermissions(script.permissions() | QFileDevice::ExeOwner);
+    AppRunOptions options;
+    options.environment.insert(QStringLiteral("PATH"),
+                               bin.path() + u':' + qEnvironmentVariable("PATH"));
+    options.environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+                               QStringLiteral("unix:path=/nonexistent"));
+    AppRun app(options);
+    startLive(app);
+
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+p")));
+    EXPECT_TRUE(app.waitForFiles(QStringLiteral("OSTREL-*.jpg"), 3));
+
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+shift+o")));
+    const bool shown = pumpUntil([&] {
+        QFile file(opened);
+        return file.open(QIODevice::ReadOnly) &&
+               file.readAll().contains(app.recordingFolder().toUtf8());
+    });
+    EXPECT_TRUE(shown) << "the recording folder went to the file manager";
+
+    // Ctrl+− down to the smallest inset, Ctrl++ up to the largest.
+    const QRect window = app.windowGeometry();
+    ASSERT_FALSE(window.isEmpty());
+    for (int i = 0; i < 8; ++i)
+        ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+minus")));
+    const QImage small = app.waitForScreen([&](const QImage& shot) {
+        return std::abs(insetWidth(shot, window) - window.width() / 10) <= 4;
+    });
+    EXPECT_NEAR(insetWidth(small, window), window.width() / 10, 4);
+    for (int i = 0; i < 14; ++i)
+        ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+plus")));
+    const QImage large = app.waitForScreen([&](const QImage& shot) {
+        return std::abs(insetWidth(shot, window) - window.width() * 7 / 10) <= 4;
+    });
+    if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT"); !out.isEmpty())
+        large.save(out + QStringLiteral("/blackbox-macro-large.png"));
+    EXPECT_NEAR(insetWidth(large, window), window.width() * 7 / 10, 4);
+
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+comma")));
+    EXPECT_TRUE(pumpUntil([&] {
+        return !app.windowGeometry(QStringLiteral("^Einstellungen$")).isEmpty();
+    })) << "the settings window opened";
+
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+q")));
+    EXPECT_EQ(app.waitForExit(30000), 0);
+}
+
+TEST(MenuShortcuts, QuitWhileRecordingEndsAfterTheRecordingIsSaved) {
+    AppRun app;
+    startLive(app);
+    const int from = startRecording(app);
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+q")));
+    EXPECT_EQ(app.waitForExit(60000), 0)
+        << app.appOutput().toStdString() << app.logLines().join(u'\n').toStdString();
+    EXPECT_TRUE(app.waitForLog(QStringLiteral("Beenden: Aufnahme wird abgeschlossen"), 1000, from));
+    EXPECT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: OSTREL-"), 1000, from));
+    expectOneSavedRecording(app);
+}
+
+TEST(MenuShortcuts, TerminationSignalWhileRecordingSavesTheRecordingFirst) {
+    AppRun app;
+    startLive(app);
+    const int from = startRecording(app);
+    app.signal(SIGTERM);
+    EXPECT_EQ(app.waitForExit(60000), 0)
+        << app.appOutput().toStdString() << app.logLines().join(u'\n').toStdString();
+    EXPECT_TRUE(app.waitForLog(QStringLiteral("Beenden: Aufnahme wird abgeschlossen"), 1000, from));
+    EXPECT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: OSTREL-"), 1000, from));
+    expectOneSavedRecording(app);
+}
