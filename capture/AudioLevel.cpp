@@ -23,6 +23,17 @@ std::optional<float> audioLevelDB(const AudioBuffer& buffer) {
             std::memcpy(&sample, data + i * 4, 4);
             sum += double(sample) * double(sample);
         }
+    } else if (buffer.format.bitsPerChannel == 32) {
+        // Signed 32-bit integers, as some USB microphones deliver.
+        if (n < 4)
+            return std::nullopt;
+        count = n / 4;
+        for (std::size_t i = 0; i < count; ++i) {
+            std::int32_t raw;
+            std::memcpy(&raw, data + i * 4, 4);
+            const double sample = double(raw) / 2147483648.0;
+            sum += sample * sample;
+        }
     } else {
         if (buffer.format.bitsPerChannel != 16 || n == 1)
             return std::nullopt;

@@ -67,12 +67,12 @@ CameraManagerMac::CameraManagerMac(CaptureBackend& backend, SettingsStore& setti
         },
         Qt::QueuedConnection);
 
-    // A write failure during a recording: alert and stop, if still recording.
+    // A write failure during a recording: alert and stop, if still recording. Set once and
+    // never cleared: the record queue may call it until the engine is gone, so the manager is
+    // looked at only on the main thread, where it is destroyed.
     QPointer<CameraManagerMac> weak(this);
     m_recorder->onFailure = [weak](const QString&) {
-        if (!weak)
-            return;
-        runOn(weak.data(), [weak] {
+        runOnMain([weak] {
             if (!weak || !weak->m_isRecording)
                 return;
             weak->setUserAlert(
@@ -92,7 +92,6 @@ CameraManagerMac::CameraManagerMac(CaptureBackend& backend, SettingsStore& setti
 }
 
 CameraManagerMac::~CameraManagerMac() {
-    m_recorder->onFailure = nullptr;
     m_camQueue->sync([this] { PipelineSetup::stopSessions(m_sessions); });
     for (auto& queue : m_camQueues)
         queue->drain();

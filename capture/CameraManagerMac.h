@@ -168,10 +168,16 @@ private:
     void autoAssignCameras();
     void pollForCameras();
     void tryStartPipelines();
-    void configurationFailed();
-    void started(bool videoRunning, bool audioRunning);
+    void configurationFailed(std::uint64_t generation);
+    void streamEnded(std::uint64_t generation, int index, StreamEnd reason);
+    void cameraLost(int index, const QString& message, bool alert);
+    void reportStartFailure();
+    void logGaveUpStarting();
+    void started(std::uint64_t generation, bool videoRunning, bool audioRunning);
+    bool isStale(std::uint64_t generation);
+    void schedulePollStep();
     void scheduleWatchdog();
-    void checkWatchdog();
+    void checkWatchdog(std::uint64_t generation);
     void restartPipelines();
     void scheduleStopSessions();
 
@@ -238,6 +244,17 @@ private:
     bool m_starting = false;
     bool m_polling = false;
     int m_pollCount = 0;
+    ScheduledTask m_pollTask;
+    // Every stop, restart or unplug begins a new run; outcomes and watchdog checks of an
+    // earlier run are ignored, so a late start cannot revive what was stopped.
+    std::uint64_t m_runGeneration = 0;
+    std::uint64_t m_startingGeneration = 0; // the run of the start in flight
+    // The cameras of the current run (0 Wide, 1 Macro) and which of them are already counted
+    // as lost, so a stream end and the unplug notice of one camera count once.
+    CaptureDevice m_runCameras[2];
+    bool m_lost[2] = {false, false};
+    // Why the last start of found cameras failed; empty once a start succeeded.
+    std::optional<QString> m_startFailure;
     ScheduledTask m_fpsTask;
     int m_watchdogRetries = 0;
     std::unique_ptr<RecordingEngine> m_recorder;

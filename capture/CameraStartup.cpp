@@ -2,6 +2,7 @@
 
 #include "capture/CameraManagerMac.h"
 
+#include "capture/CameraErrorTexts.h"
 #include "capture/FrameStore.h"
 #include "diagnostics/OstrelLog.h"
 #include "imaging/Stabilizer.h"
@@ -19,6 +20,10 @@ constexpr int maxRestarts = 3;
 
 QString boolText(bool value) {
     return value ? QStringLiteral("true") : QStringLiteral("false");
+}
+
+QString roleName(int index) {
+    return index == 0 ? QStringLiteral("Wide") : QStringLiteral("Macro");
 }
 
 } // namespace
@@ -68,13 +73,37 @@ void CameraManagerMac::pollForCameras() {
         m_polling = false;
         if (m_running || m_starting)
             return;
+        if (m_startFailure) {
+            // Found but not startable: "not found" would send the user looking for cables.
+            setStatus(CameraStatus::cameraError);
+            logGaveUpStarting();
+            return;
+        }
         setStatus(CameraStatus::noCameras);
         ostrelLog(
             LogLevel::warn,
             QStringLiteral("Kameras nicht erkannt — beide anstecken; bei Bedarf neu starten."));
         return;
     }
-    m_scheduler.after(pollInterval, this, [this] { pollForCameras(); });
+    schedulePollStep();
+}
+
+void CameraManagerMac::schedulePollStep() {
+    // One loop only: a step left over from a stopped loop must not run beside a new one.
+    m_pollTask.cancel();
+    m_pollTask = m_scheduler.after(pollInterval, this, [this] { pollForCameras(); });
+}
+
+bool CameraManagerMac::isStale(std::uint64_t generation) {
+    if (generation == m_runGeneration)
+        return false;
+    // The run ended while this start was in flight (an unplug leaves `starting` set): the
+    // outcome has now arrived, so a new start may go.
+    if (m_starting && generation == m_startingGeneration)
+        m_starting = false;
+    ostrelLog(LogLevel::info,
+              QStringLiteral("Ergebnis eines abgebrochenen Kamera-Starts verworfen"));
+    return true;
 }
 
 void CameraManagerMac::tryStartPipelines() {
@@ -85,6 +114,8 @@ void CameraManagerMac::tryStartPipelines() {
     const std::optional<CaptureDevice> macro = videoDevice(discovery, m_macroUID);
     if (wide && macro && wide->uniqueID != macro->uniqueID) {
         m_starting = true;
+        m_startingGeneration = m_runGeneration;
+        const std::uint64_t generation = m_runGeneration;
         StartRequest request;
         request.owner = this;
         request.sessions = &m_sessions;
@@ -97,8 +128,15 @@ void CameraManagerMac::tryStartPipelines() {
             FrameStore::shared().clear();
             stabilizer->requestReset();
         };
-        request.configurationFailed = [this] { configurationFailed(); };
-        request.started = [this](bool video, bool audio) { started(video, audio); };
+        request.configurationFailed = [this, generation] { configurationFailed(generation); };
+        request.started = [this, generation](bool video, bool audio) {
+            started(generation, video, audio);
+        };
+        request.streamEnded = [this, generation](int index, StreamEnd reason) {
+            streamEnded(generation, index, reason);
+        };
+        m_runCameras[0] = *wide;
+        m_runCameras[1] = *macro;
         PipelineSetup* pipeline = m_pipeline.get();
         m_camQueue->async([pipeline, request] { pipeline->configureAndStart(request); });
         return;
@@ -107,21 +145,49 @@ void CameraManagerMac::tryStartPipelines() {
         setStatus(CameraStatus::searching);
 }
 
-void CameraManagerMac::configurationFailed() {
+void CameraManagerMac::configurationFailed(std::uint64_t generation) {
+    if (isStale(generation))
+        return;
     m_starting = false;
     setStatus(CameraStatus::cameraError);
     ostrelLog(LogLevel::error, QStringLiteral("Video-Sessions konnten nicht konfiguriert werden"));
+    reportStartFailure();
 }
 
-void CameraManagerMac::started(bool videoRunning, bool audioRunning) {
+void CameraManagerMac::reportStartFailure() {
+    const std::optional<QString> reason = m_pipeline->lastFailure();
+    if (!reason)
+        return;
+    const bool repeated = m_startFailure == reason;
+    m_startFailure = reason;
+    // Alert once per cause, not at every attempt of the poll loop.
+    if (const std::optional<QString> alert = CameraErrorTexts::alertFor(*reason);
+        alert && !repeated)
+        setUserAlert(*alert);
+    if (!m_polling)
+        logGaveUpStarting(); // that was the poll loop's last attempt
+}
+
+void CameraManagerMac::logGaveUpStarting() {
+    if (m_startFailure)
+        ostrelLog(LogLevel::warn,
+                  QStringLiteral("Kameras gefunden, starten aber nicht: ") + *m_startFailure);
+}
+
+void CameraManagerMac::started(std::uint64_t generation, bool videoRunning, bool audioRunning) {
+    if (isStale(generation))
+        return;
     m_starting = false;
     m_micActive = audioRunning;
     if (!videoRunning) {
         setStatus(CameraStatus::cameraError);
         ostrelLog(LogLevel::error,
                   QStringLiteral("startRunning ohne Erfolg — Bild bleibt schwarz"));
+        reportStartFailure();
         return;
     }
+    m_startFailure.reset();
+    m_lost[0] = m_lost[1] = false;
     setRunning(true);
     m_polling = false;
     setConnectedCount(2);
@@ -133,11 +199,12 @@ void CameraManagerMac::started(bool videoRunning, bool audioRunning) {
 }
 
 void CameraManagerMac::scheduleWatchdog() {
-    m_scheduler.after(watchdogDelay, this, [this] { checkWatchdog(); });
+    m_scheduler.after(watchdogDelay, this,
+                      [this, generation = m_runGeneration] { checkWatchdog(generation); });
 }
 
-void CameraManagerMac::checkWatchdog() {
-    if (!m_running || m_starting)
+void CameraManagerMac::checkWatchdog(std::uint64_t generation) {
+    if (!m_running || m_starting || generation != m_runGeneration)
         return;
     const bool wide = FrameStore::shared().latestBuffer(0).has_value();
     const bool macro = FrameStore::shared().latestBuffer(1).has_value();
@@ -167,6 +234,7 @@ void CameraManagerMac::scheduleStopSessions() {
 }
 
 void CameraManagerMac::restartPipelines() {
+    ++m_runGeneration;
     scheduleStopSessions();
     setRunning(false);
     m_starting = false;
@@ -183,10 +251,12 @@ void CameraManagerMac::restartPipelines() {
 void CameraManagerMac::stopCapture() {
     if (!m_running && !m_starting)
         return;
+    ++m_runGeneration;
     scheduleStopSessions();
     setRunning(false);
     m_starting = false;
     m_polling = false;
+    m_pollTask.cancel();
     m_micActive = false;
     setConnectedCount(0);
     setAudioLevel(0);
@@ -204,11 +274,51 @@ void CameraManagerMac::deviceDisconnected(const CaptureDevice& device) {
         return;
     if (device.uniqueID != m_wideUID && device.uniqueID != m_macroUID)
         return;
-    ostrelLog(LogLevel::error, QStringLiteral("Kamera getrennt: ") + device.localizedName +
-                                   QStringLiteral(" — USB-Verbindung/Hub prüfen"));
+    for (int index : {0, 1})
+        if (m_lost[index] && m_runCameras[index].uniqueID == device.uniqueID) {
+            m_lost[index] = false; // its stream end was the same loss, already reported
+            return;
+        }
+    ostrelLog(LogLevel::error, CameraErrorTexts::unplugged(device.localizedName));
     setStatus(CameraStatus::cameraDisconnected);
     setConnectedCount(std::max(m_connectedCount - 1, 0));
     setRunning(false);
+    ++m_runGeneration;
+    FrameStore::shared().clear();
+    scheduleStopSessions();
+}
+
+void CameraManagerMac::streamEnded(std::uint64_t generation, int index, StreamEnd reason) {
+    // Ends of an earlier run, or of a start still in flight (its outcome reports it), are done.
+    if (generation != m_runGeneration || !m_running)
+        return;
+    const CaptureDevice& camera = m_runCameras[index];
+    switch (reason) {
+    case StreamEnd::unplugged:
+        cameraLost(index, CameraErrorTexts::unplugged(camera.localizedName), false);
+        break;
+    case StreamEnd::stalled:
+        cameraLost(index, CameraErrorTexts::stalled(roleName(index), camera.localizedName), true);
+        break;
+    case StreamEnd::ended:
+        cameraLost(index, CameraErrorTexts::streamEnded(roleName(index), camera.localizedName),
+                   true);
+        break;
+    }
+}
+
+// The unplug path for a stream that ended by itself: the restart button shows, a recording
+// goes on (paced by Wide, it gets no more frames until the user stops it). An unplug speaks
+// for itself in the status; a camera that is still there but silent gets an alert.
+void CameraManagerMac::cameraLost(int index, const QString& message, bool alert) {
+    ostrelLog(LogLevel::error, message);
+    if (alert)
+        setUserAlert(CameraErrorTexts::alertFor(message).value_or(message));
+    m_lost[index] = true;
+    setStatus(CameraStatus::cameraDisconnected);
+    setConnectedCount(std::max(m_connectedCount - 1, 0));
+    setRunning(false);
+    ++m_runGeneration;
     FrameStore::shared().clear();
     scheduleStopSessions();
 }

@@ -5,12 +5,24 @@
 
 #include <QString>
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 
 // How a camera session chooses its format. `high` is the largest 16:9 picture up to
 // 1920 x 1080 at 30 frames per second; `deviceDefault` keeps what the device is set to.
 enum class SessionPreset { deviceDefault, high };
+
+// Why a stream ended by itself (a stop by its session is not an end).
+enum class StreamEnd {
+    ended,     // the device ended the stream (driver or transfer error)
+    unplugged, // the device is gone
+    stalled,   // no picture for `streamStallTimeout` after pictures had come
+};
+
+// A camera that delivered pictures and then sends none for this long has stalled.
+inline constexpr std::chrono::milliseconds streamStallTimeout{2000};
 
 // Where a running input puts what it captures. Called on the input's own thread.
 class CaptureSink {
@@ -20,8 +32,8 @@ public:
     virtual bool wantsVideo() const = 0;
     virtual void pushVideo(VideoSample sample) = 0;
     virtual void pushAudio(AudioBuffer buffer) = 0;
-    // The device went away mid-stream; nothing more will be pushed.
-    virtual void streamEnded() = 0;
+    // The stream ended by itself mid-run; nothing more will be pushed.
+    virtual void streamEnded(StreamEnd reason) = 0;
 };
 
 // The device end of a session, made by a backend for one device.

@@ -24,7 +24,17 @@ public:
             if (auto audio = std::dynamic_pointer_cast<AudioDataOutput>(output))
                 audio->deliver(buffer);
     }
-    void streamEnded() override { m_session.m_streamLost = true; }
+    void streamEnded(StreamEnd reason) override {
+        if (m_session.m_streamLost.exchange(true))
+            return;
+        StreamEndHandler handler;
+        {
+            std::lock_guard guard(m_session.m_lock);
+            handler = m_session.m_streamEndHandler;
+        }
+        if (handler && m_session.m_running)
+            handler(reason);
+    }
 
 private:
     CaptureSession& m_session;
@@ -133,4 +143,9 @@ void CaptureSession::stopInputs() {
 std::optional<QString> CaptureSession::lastStartError() const {
     std::lock_guard guard(m_lock);
     return m_lastStartError;
+}
+
+void CaptureSession::setStreamEndHandler(StreamEndHandler handler) {
+    std::lock_guard guard(m_lock);
+    m_streamEndHandler = std::move(handler);
 }

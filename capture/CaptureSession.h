@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -49,6 +50,10 @@ public:
     // Why the last start failed, for diagnostics.
     std::optional<QString> lastStartError() const;
 
+    // Called on the input's thread, once per run, when a running stream ends by itself.
+    using StreamEndHandler = std::function<void(StreamEnd)>;
+    void setStreamEndHandler(StreamEndHandler handler);
+
 private:
     class Router;
     void stopInputs();
@@ -58,6 +63,7 @@ private:
     std::vector<std::shared_ptr<CaptureOutput>> m_outputs;
     std::vector<std::shared_ptr<CaptureInput>> m_started;
     std::optional<QString> m_lastStartError;
+    StreamEndHandler m_streamEndHandler;
     SessionPreset m_preset = SessionPreset::deviceDefault;
     std::atomic<bool> m_running{false};
     std::atomic<bool> m_streamLost{false};

@@ -72,6 +72,7 @@ bool PipelineSetup::configureVideoSession(CaptureSession& session, const Capture
     if (!made.input) {
         session.commitConfiguration();
         ostrelPost(LogLevel::error, cameraPrefix(index, device) + made.error);
+        noteFailure(made.error);
         return false;
     }
     if (!session.canAddInput(made.input)) {
@@ -128,10 +129,25 @@ bool PipelineSetup::configureAudioSession(CaptureSession& session, const Capture
     return false;
 }
 
+void PipelineSetup::noteFailure(const QString& reason) {
+    std::lock_guard guard(m_failureLock);
+    if (!m_lastFailure)
+        m_lastFailure = reason;
+}
+
+std::optional<QString> PipelineSetup::lastFailure() const {
+    std::lock_guard guard(m_failureLock);
+    return m_lastFailure;
+}
+
 void PipelineSetup::configureAndStart(const StartRequest& request) {
     if (request.owner.isNull() || !request.sessions)
         return;
     CaptureSessions& sessions = *request.sessions;
+    {
+        std::lock_guard guard(m_failureLock);
+        m_lastFailure.reset();
+    }
 
     bool videoReady = configureVideoSession(*sessions.wide, request.wide, 0);
     if (videoReady)
@@ -150,11 +166,25 @@ void PipelineSetup::configureAndStart(const StartRequest& request) {
     if (request.prepareStart)
         request.prepareStart();
 
+    // A stream end reaches the manager tagged with this start, so a later start ignores it.
+    for (int index : {0, 1}) {
+        CaptureSession& session = index == 0 ? *sessions.wide : *sessions.macro;
+        session.setStreamEndHandler(
+            [owner = request.owner, handler = request.streamEnded, index](StreamEnd reason) {
+                if (QObject* target = owner.data(); target && handler)
+                    runOn(target, [handler, index, reason] { handler(index, reason); });
+            });
+    }
+
     sessions.wide->startRunning();
     std::this_thread::sleep_for(macroStartPause);
     sessions.macro->startRunning();
     if (micReady)
         sessions.audio->startRunning();
+    for (CaptureSession* session : {sessions.wide.get(), sessions.macro.get()})
+        if (!session->isRunning())
+            if (const auto reason = session->lastStartError())
+                noteFailure(*reason);
 
     const bool videoRunning = sessions.wide->isRunning() && sessions.macro->isRunning();
     const bool audioRunning = micReady && sessions.audio->isRunning();

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 
 class SerialQueue;
@@ -42,6 +43,8 @@ struct StartRequest {
     std::function<void()> prepareStart;
     std::function<void()> configurationFailed;
     std::function<void(bool videoRunning, bool audioRunning)> started;
+    // Runs on the owner's thread when camera `index`'s stream of this start ends by itself.
+    std::function<void(int index, StreamEnd reason)> streamEnded;
 };
 
 // Builds and starts the capture pipelines. Every operation runs on the configuration queue.
@@ -57,14 +60,20 @@ public:
     void configureAndStart(const StartRequest& request);
     static void stopSessions(CaptureSessions& sessions);
 
+    // Any thread. Why the last configuration or start failed (the first camera's reason).
+    std::optional<QString> lastFailure() const;
+
     // The pause between starting the Wide and the Macro session.
     std::chrono::milliseconds macroStartPause{200};
 
 private:
     static void removeInputsAndOutputs(CaptureSession& session);
+    void noteFailure(const QString& reason);
 
     CaptureBackend& m_backend;
     std::weak_ptr<SampleBufferDelegate> m_delegate;
     std::array<SerialQueue*, 2> m_cameraQueues;
     SerialQueue* m_frameQueue;
+    mutable std::mutex m_failureLock;
+    std::optional<QString> m_lastFailure;
 };

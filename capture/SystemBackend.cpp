@@ -51,6 +51,9 @@ std::unique_ptr<CaptureBackend> makeCaptureBackend() {
         return backend;
     }
     auto cameras = std::make_unique<V4l2Backend>();
-    cameras->v4l2Discovery().startMonitoring();
+    if (const auto failure = cameras->v4l2Discovery().startMonitoring())
+        ostrelLog(LogLevel::error,
+                  QStringLiteral("Geräteüberwachung (udev) nicht gestartet: ") + *failure +
+                      QStringLiteral(" — an- und abgesteckte Kameras werden nicht bemerkt"));
     return std::make_unique<SplitBackend>(std::move(cameras), std::make_unique<QtAudioBackend>());
 }

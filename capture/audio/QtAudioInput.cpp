@@ -52,7 +52,7 @@ public:
         connect(m_source.get(), &QAudioSource::stateChanged, this, [this](QAudio::State state) {
             if (state == QAudio::StoppedState && m_source && m_source->error() != QAudio::NoError &&
                 m_sink) {
-                m_sink->streamEnded();
+                m_sink->streamEnded(StreamEnd::ended);
                 m_sink = nullptr;
             }
         });

@@ -1,9 +1,12 @@
 #include "capture/v4l2/V4l2Backend.h"
 
+#include "capture/CameraErrorTexts.h"
+#include "capture/v4l2/DeviceHolder.h"
 #include "capture/v4l2/V4l2Errors.h"
 #include "capture/v4l2/V4l2Input.h"
 
 #include <cerrno>
+#include <unistd.h>
 
 V4l2Backend::V4l2Backend(std::shared_ptr<V4l2Io> io) : m_io(io), m_discovery(std::move(io)) {
 }
@@ -21,10 +24,13 @@ DeviceInputResult V4l2Backend::makeDeviceInput(const CaptureDevice& device) {
     if (!devnode)
         return {nullptr, v4l2ErrorText(ENOENT)};
     const int fd = m_io->open(devnode->c_str());
+    if (fd == -EBUSY)
+        return {nullptr, CameraErrorTexts::busy(deviceHolder(*devnode, ::getpid()))};
     if (fd < 0)
         return {nullptr, v4l2ErrorText(fd)};
     auto handle = std::make_shared<V4l2Fd>(m_io, fd);
-    // The node may now belong to another device (unplugged and another plugged in).
+    // The node must still be a camera that streams: it may have gone since the listing. Which
+    // device it is is not checked here; the listing maps ids to nodes.
     UdevVideoNode node;
     node.devnode = *devnode;
     const auto probed = probeVideoNode(*m_io, node);

@@ -1,5 +1,7 @@
 #include "capture/v4l2/V4l2Discovery.h"
 
+#include "diagnostics/OstrelLog.h"
+
 #include <libudev.h>
 #include <linux/videodev2.h>
 #include <poll.h>
@@ -165,44 +167,57 @@ void V4l2Discovery::handleEvent(const QString& action, const UdevVideoNode& node
     }
 }
 
-bool V4l2Discovery::startMonitoring() {
+std::optional<QString> V4l2Discovery::startMonitoring() {
     if (m_monitor.joinable())
-        return true;
+        return std::nullopt;
+    // Set up here, not on the thread, so a failure reaches the caller (and the log).
+    UdevPtr<udev> context(udev_new());
+    if (!context)
+        return QStringLiteral("udev_new fehlgeschlagen");
+    UdevPtr<udev_monitor> monitor(udev_monitor_new_from_netlink(context.get(), "udev"));
+    if (!monitor)
+        return QStringLiteral("kein udev-Netlink-Monitor (%1)")
+            .arg(QString::fromLocal8Bit(std::strerror(errno)));
+    udev_monitor_filter_add_match_subsystem_devtype(monitor.get(), "video4linux", nullptr);
+    if (const int error = udev_monitor_enable_receiving(monitor.get()); error < 0)
+        return QStringLiteral("udev-Monitor empfängt nicht (%1)")
+            .arg(QString::fromLocal8Bit(std::strerror(-error)));
     m_stopFd = ::eventfd(0, EFD_CLOEXEC);
     if (m_stopFd < 0)
-        return false;
+        return QStringLiteral("eventfd fehlgeschlagen (%1)")
+            .arg(QString::fromLocal8Bit(std::strerror(errno)));
     // Remember what is there now, so a removal can name the camera it took away.
     for (const CaptureDevice& device : allDevices())
         if (const auto devnode = devnodeOf(device.uniqueID)) {
             std::lock_guard guard(m_lock);
             m_byNode.insert(QString::fromStdString(*devnode), device);
         }
-    m_monitor = std::thread([this, stopFd = m_stopFd] { monitor(stopFd); });
-    return true;
+    m_monitor = std::thread([this, stopFd = m_stopFd, context = std::move(context),
+                             monitor = std::move(monitor)]() mutable {
+        follow(monitor.get(), stopFd);
+        monitor.reset();
+        context.reset();
+    });
+    return std::nullopt;
 }
 
-void V4l2Discovery::monitor(int stopFd) {
-    UdevPtr<udev> context(udev_new());
-    if (!context)
-        return;
-    UdevPtr<udev_monitor> monitor(udev_monitor_new_from_netlink(context.get(), "udev"));
-    if (!monitor)
-        return;
-    udev_monitor_filter_add_match_subsystem_devtype(monitor.get(), "video4linux", nullptr);
-    if (udev_monitor_enable_receiving(monitor.get()) < 0)
-        return;
-    pollfd fds[2] = {{udev_monitor_get_fd(monitor.get()), POLLIN, 0}, {stopFd, POLLIN, 0}};
+void V4l2Discovery::follow(udev_monitor* monitor, int stopFd) {
+    pollfd fds[2] = {{udev_monitor_get_fd(monitor), POLLIN, 0}, {stopFd, POLLIN, 0}};
     for (;;) {
         if (::poll(fds, 2, -1) < 0) {
             if (errno == EINTR)
                 continue;
+            ostrelPost(LogLevel::error,
+                       QStringLiteral("Geräteüberwachung (udev) beendet (%1) — an- und "
+                                      "abgesteckte Kameras werden nicht mehr bemerkt")
+                           .arg(QString::fromLocal8Bit(std::strerror(errno))));
             return;
         }
         if (fds[1].revents)
             return;
         if (!(fds[0].revents & POLLIN))
             continue;
-        UdevPtr<udev_device> device(udev_monitor_receive_device(monitor.get()));
+        UdevPtr<udev_device> device(udev_monitor_receive_device(monitor));
         if (!device)
             continue;
         handleEvent(text(udev_device_get_action(device.get())), readNode(device.get()));

@@ -12,6 +12,8 @@
 #include <string>
 #include <thread>
 
+struct udev_monitor;
+
 // What udev tells about one video4linux node.
 struct UdevVideoNode {
     std::string devnode; // /dev/videoN
@@ -44,8 +46,8 @@ public:
     // The device node of a camera seen by the last listing or event.
     std::optional<std::string> devnodeOf(const QString& uniqueID) const;
 
-    // Starts following udev's add and remove events; false when the monitor cannot be made.
-    bool startMonitoring();
+    // Starts following udev's add and remove events; the reason when the monitor cannot be made.
+    std::optional<QString> startMonitoring();
 
     // One udev event, as the monitor thread hands it on ("add" or "remove").
     void handleEvent(const QString& action, const UdevVideoNode& node);
@@ -53,7 +55,7 @@ public:
     V4l2Io& io() const { return *m_io; }
 
 private:
-    void monitor(int stopFd);
+    void follow(udev_monitor* monitor, int stopFd);
 
     std::shared_ptr<V4l2Io> m_io;
     mutable std::mutex m_lock;

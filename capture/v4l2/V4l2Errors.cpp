@@ -1,5 +1,7 @@
 #include "capture/v4l2/V4l2Errors.h"
 
+#include "capture/CameraErrorTexts.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -7,7 +9,9 @@
 QString v4l2ErrorText(int error) {
     switch (std::abs(error)) {
     case EBUSY:
-        return QStringLiteral("Gerät wird bereits verwendet");
+        return CameraErrorTexts::busy();
+    case ENOSPC:
+        return CameraErrorTexts::usbBandwidth();
     case ENODEV:
     case ENXIO:
         return QStringLiteral("Gerät getrennt");
@@ -15,7 +19,7 @@ QString v4l2ErrorText(int error) {
         return QStringLiteral("Gerät nicht gefunden");
     case EACCES:
     case EPERM:
-        return QStringLiteral("Kein Zugriff auf das Gerät");
+        return CameraErrorTexts::noAccess();
     case EINVAL:
         return QStringLiteral("Format wird nicht unterstützt");
     case ENOMEM:

@@ -129,3 +129,34 @@ std::optional<V4l2StreamFormat> chooseFormat(const std::vector<V4l2FormatOption>
         return V4l2StreamFormat{smallest->pixelFormat, smallest->width, smallest->height, 0};
     return std::nullopt;
 }
+
+std::vector<V4l2StreamFormat> bandwidthFallbacks(const std::vector<V4l2FormatOption>& options,
+                                                 const V4l2StreamFormat& failed) {
+    const long failedArea = long(failed.width) * failed.height;
+    const auto area = [](const V4l2FormatOption& o) { return long(o.width) * o.height; };
+    // Compressed pictures need far less of the bus than raw ones of the same size.
+    const auto needsLess = [&](const V4l2FormatOption& o) {
+        if (o.pixelFormat == V4L2_PIX_FMT_MJPEG && failed.pixelFormat != V4L2_PIX_FMT_MJPEG)
+            return area(o) <= failedArea;
+        return area(o) < failedArea;
+    };
+    std::vector<const V4l2FormatOption*> chosen;
+    for (const V4l2FormatOption& option : options)
+        if (isHandled(option.pixelFormat) && needsLess(option))
+            chosen.push_back(&option);
+    // MJPEG first, then the largest picture, 16:9 before other shapes of the same size.
+    std::stable_sort(chosen.begin(), chosen.end(), [&](const auto* a, const auto* b) {
+        const bool aJpeg = a->pixelFormat == V4L2_PIX_FMT_MJPEG;
+        const bool bJpeg = b->pixelFormat == V4L2_PIX_FMT_MJPEG;
+        if (aJpeg != bJpeg)
+            return aJpeg;
+        if (area(*a) != area(*b))
+            return area(*a) > area(*b);
+        return is16by9(*a) && !is16by9(*b);
+    });
+    std::vector<V4l2StreamFormat> fallbacks;
+    for (const V4l2FormatOption* option : chosen)
+        fallbacks.push_back(
+            {option->pixelFormat, option->width, option->height, runsAt30(*option) ? 30 : 0});
+    return fallbacks;
+}

@@ -34,3 +34,8 @@ std::vector<V4l2FormatOption> listFormats(const V4l2Fd& device);
 std::optional<V4l2StreamFormat> chooseFormat(const std::vector<V4l2FormatOption>& options,
                                              SessionPreset preset,
                                              std::optional<V4l2StreamFormat> current = {});
+
+// Modes that need less USB bandwidth than `failed`, to try in this order when the bus has no
+// room for it (ENOSPC at stream start): MJPEG before YUYV, then ever smaller pictures.
+std::vector<V4l2StreamFormat> bandwidthFallbacks(const std::vector<V4l2FormatOption>& options,
+                                                 const V4l2StreamFormat& failed);

@@ -14,6 +14,8 @@
 class V4l2Input : public CaptureInput {
 public:
     static constexpr int bufferCount = 4;
+    // Smaller modes tried when the USB bus has no room for the chosen one.
+    static constexpr std::size_t maxBandwidthFallbacks = 8;
 
     V4l2Input(CaptureDevice device, std::string path, std::shared_ptr<V4l2Fd> fd);
     ~V4l2Input() override;
@@ -33,6 +35,8 @@ private:
     };
     using Mapping = std::unique_ptr<void, Unmap>;
     std::optional<QString> fail(int error);
+    // Sets the format, maps the buffers and starts streaming; 0 or a negated errno value.
+    int startStream(const V4l2StreamFormat& format);
     void releaseBuffers();
     void stream(CaptureSink& sink);
 

@@ -2,6 +2,9 @@
 
 #include <QRegularExpression>
 
+#include <algorithm>
+#include <cmath>
+
 const QString VirtualDevices::camera1ID = QStringLiteral("ostrel-virtual-camera-1");
 const QString VirtualDevices::camera2ID = QStringLiteral("ostrel-virtual-camera-2");
 const QString VirtualDevices::microphoneID = QStringLiteral("ostrel-virtual-microphone");
@@ -113,44 +116,132 @@ std::optional<VirtualDevices::State> VirtualDevices::state(const QString& id) co
     return std::nullopt;
 }
 
-QStringList VirtualDevices::applyFaults(const QString& faults) {
-    QStringList rejected;
+void VirtualDevices::stall(const QString& id) {
+    change(id, [](State& s) { s.stalled = true; });
+}
+
+void VirtualDevices::endStream(const QString& id) {
+    change(id, [](State& s) { s.endRequested = true; });
+}
+
+void VirtualDevices::clearEndRequest(const QString& id) {
+    change(id, [](State& s) { s.endRequested = false; });
+}
+
+void VirtualDevices::setNoBandwidth(const QString& id, bool none) {
+    change(id, [&](State& s) { s.noBandwidth = none; });
+}
+
+namespace {
+
+// "5s", "1.5s", "300ms"; none when it is not a delay.
+std::optional<std::chrono::milliseconds> parseDelay(const QString& text) {
+    static const QRegularExpression pattern(QStringLiteral("^(\\d+(?:\\.\\d+)?)(ms|s)$"));
+    const auto match = pattern.match(text.trimmed());
+    if (!match.hasMatch())
+        return std::nullopt;
+    const double amount = match.captured(1).toDouble();
+    const double ms = match.captured(2) == u"s" ? amount * 1000 : amount;
+    return std::chrono::milliseconds(std::llround(ms));
+}
+
+} // namespace
+
+bool VirtualDevices::applyFault(const QString& name, const QString& value) {
     static const QRegularExpression sizePattern(QStringLiteral("^(.+):(\\d+)x(\\d+)$"));
+    if (name == u"silent") {
+        setSilent(value, true);
+    } else if (name == u"unplug") {
+        unplug(value);
+    } else if (name == u"replug") {
+        replug(value);
+    } else if (name == u"stall") {
+        stall(value);
+    } else if (name == u"end") {
+        endStream(value);
+    } else if (name == u"enospc") {
+        setNoBandwidth(value, true);
+    } else if (name == u"refuseInput") {
+        setRefusesInput(value, true);
+    } else if (name == u"refuseOutput") {
+        setRefusesOutput(value, true);
+    } else if (name == u"size") {
+        const auto match = sizePattern.match(value);
+        if (!match.hasMatch())
+            return false;
+        setFrameSize(match.captured(1),
+                     QSize(match.captured(2).toInt(), match.captured(3).toInt()));
+    } else if (name == u"inputError" || name == u"startError") {
+        const QString id = value.section(u':', 0, 0);
+        const QString text = value.section(u':', 1);
+        if (text.isEmpty())
+            return false;
+        if (name == u"inputError")
+            setInputError(id, text);
+        else
+            setStartError(id, text);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+QStringList VirtualDevices::applyFaults(const QString& faults) {
+    static const QStringList delayable{QStringLiteral("silent"), QStringLiteral("unplug"),
+                                       QStringLiteral("replug"), QStringLiteral("stall"),
+                                       QStringLiteral("end"),    QStringLiteral("enospc")};
+    QStringList rejected;
     for (const QString& rawPart : faults.split(u';', Qt::SkipEmptyParts)) {
         const QString part = rawPart.trimmed();
         const QString name = part.section(u'=', 0, 0).trimmed();
-        const QString value = part.section(u'=', 1).trimmed();
+        QString value = part.section(u'=', 1).trimmed();
         if (name == u"refusePreset" && value.isEmpty()) {
             setRefusesPreset(true);
-        } else if (value.isEmpty()) {
+            continue;
+        }
+        std::optional<std::chrono::milliseconds> delay;
+        if (const qsizetype at = value.lastIndexOf(u'@'); at >= 0) {
+            delay = parseDelay(value.mid(at + 1));
+            value = value.left(at).trimmed();
+            if (!delay || !delayable.contains(name)) {
+                rejected << part;
+                continue;
+            }
+        }
+        if (value.isEmpty()) {
             rejected << part;
-        } else if (name == u"silent") {
-            setSilent(value, true);
-        } else if (name == u"unplug") {
-            unplug(value);
-        } else if (name == u"refuseInput") {
-            setRefusesInput(value, true);
-        } else if (name == u"refuseOutput") {
-            setRefusesOutput(value, true);
-        } else if (name == u"size") {
-            const auto match = sizePattern.match(value);
-            if (match.hasMatch())
-                setFrameSize(match.captured(1),
-                             QSize(match.captured(2).toInt(), match.captured(3).toInt()));
-            else
-                rejected << part;
-        } else if (name == u"inputError" || name == u"startError") {
-            const QString id = value.section(u':', 0, 0);
-            const QString text = value.section(u':', 1);
-            if (text.isEmpty())
-                rejected << part;
-            else if (name == u"inputError")
-                setInputError(id, text);
-            else
-                setStartError(id, text);
-        } else {
+        } else if (delay) {
+            std::lock_guard guard(m_lock);
+            m_delayed.push_back({value, name, value, *delay});
+        } else if (!applyFault(name, value)) {
             rejected << part;
         }
     }
     return rejected;
+}
+
+void VirtualDevices::streamTick(const QString& id) {
+    const auto now = std::chrono::steady_clock::now();
+    std::vector<Delayed> due;
+    {
+        std::lock_guard guard(m_lock);
+        if (m_delayed.empty())
+            return;
+        auto since = std::find_if(m_streamingSince.begin(), m_streamingSince.end(),
+                                  [&](const auto& entry) { return entry.first == id; });
+        if (since == m_streamingSince.end()) {
+            m_streamingSince.emplace_back(id, now);
+            since = std::prev(m_streamingSince.end());
+        }
+        for (auto it = m_delayed.begin(); it != m_delayed.end();) {
+            if (it->id == id && now - since->second >= it->delay) {
+                due.push_back(*it);
+                it = m_delayed.erase(it);
+            } else {
+                ++it;
+            }
+        }
+    }
+    for (const Delayed& fault : due)
+        applyFault(fault.name, fault.value);
 }

@@ -6,6 +6,7 @@
 #include <QSize>
 #include <QString>
 
+#include <chrono>
 #include <mutex>
 #include <optional>
 #include <vector>
@@ -41,11 +42,20 @@ public:
     void setRefusesInput(const QString& id, bool refuse);  // sessions refuse its input
     void setRefusesOutput(const QString& id, bool refuse); // sessions holding it refuse outputs
     void setRefusesPreset(bool refuse);                    // every session keeps its preset
+    // Faults of a running camera.
+    void stall(const QString& id);     // stops sending pictures; the stream then counts as hung
+    void endStream(const QString& id); // the running stream ends once, the device stays
+    void setNoBandwidth(const QString& id, bool none); // its stream cannot start (USB bandwidth)
 
     // Applies a fault list such as "silent=ostrel-virtual-camera-2;size=...-1:640x480;
-    // unplug=...;refusePreset" (manual runs read it from OSTREL_VIRTUAL_FAULTS). Returns the
-    // parts it did not understand.
+    // unplug=...;refusePreset" (manual runs read it from OSTREL_VIRTUAL_FAULTS). A camera fault
+    // may end in a delay, "unplug=ostrel-virtual-camera-2@5s" or "stall=...@1500ms": it then
+    // happens that long after the camera first started streaming. Returns the parts it did not
+    // understand.
     QStringList applyFaults(const QString& faults);
+
+    // Called by a streaming input at every step: applies its delayed faults that are due.
+    void streamTick(const QString& id);
 
     struct State {
         bool present = false;
@@ -55,10 +65,15 @@ public:
         QString startError;
         bool refusesInput = false;
         bool refusesOutput = false;
+        bool stalled = false;
+        bool endRequested = false;
+        bool noBandwidth = false;
         VirtualScene::Motion motion = VirtualScene::Motion::pan;
     };
     // The device's current state; none for an id never known.
     std::optional<State> state(const QString& id) const;
+    // Clears the one-shot stream end once the input has acted on it.
+    void clearEndRequest(const QString& id);
     bool refusesPreset() const;
 
 private:
@@ -68,6 +83,17 @@ private:
     };
     template <typename F> void change(const QString& id, F&& apply);
     void setPresent(const QString& id, bool present);
+    // One fault without delay; false when it is not understood.
+    bool applyFault(const QString& name, const QString& value);
+
+    struct Delayed {
+        QString id;
+        QString name;
+        QString value;
+        std::chrono::milliseconds delay;
+    };
+    std::vector<Delayed> m_delayed;
+    std::vector<std::pair<QString, std::chrono::steady_clock::time_point>> m_streamingSince;
 
     mutable std::mutex m_lock;
     std::vector<Entry> m_entries;

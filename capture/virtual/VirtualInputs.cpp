@@ -1,5 +1,6 @@
 #include "capture/virtual/VirtualInputs.h"
 
+#include "capture/CameraErrorTexts.h"
 #include "capture/virtual/VirtualDevices.h"
 #include "capture/virtual/VirtualScene.h"
 
@@ -58,19 +59,38 @@ std::optional<QString> VirtualCameraInput::start(SessionPreset preset, CaptureSi
         return QStringLiteral("Gerät getrennt");
     if (!initial->startError.isEmpty())
         return initial->startError;
+    if (initial->noBandwidth)
+        return CameraErrorTexts::usbBandwidth();
     VirtualScene::prepare();
 
     const QString id = device().uniqueID;
     auto pool = std::make_shared<PixelBufferPool>(0, 0);
+    using Clock = std::chrono::steady_clock;
+    std::optional<Clock::time_point> lastFrame;
     m_stream.start(std::chrono::nanoseconds(1'000'000'000 / VirtualScene::framesPerSecond),
-                   [this, id, preset, &sink, pool](std::int64_t n) mutable {
+                   [this, id, preset, &sink, pool, lastFrame](std::int64_t n) mutable {
+                       m_devices->streamTick(id);
                        const auto state = m_devices->state(id);
                        if (!state || !state->present) {
-                           sink.streamEnded();
+                           sink.streamEnded(StreamEnd::unplugged);
                            return false;
+                       }
+                       if (state->endRequested) {
+                           m_devices->clearEndRequest(id);
+                           sink.streamEnded(StreamEnd::ended);
+                           return false;
+                       }
+                       if (state->stalled) {
+                           // Like a hung USB camera: quiet, then reported as stalled.
+                           if (lastFrame && Clock::now() - *lastFrame >= streamStallTimeout) {
+                               sink.streamEnded(StreamEnd::stalled);
+                               return false;
+                           }
+                           return true;
                        }
                        if (state->silent || !sink.wantsVideo())
                            return true;
+                       lastFrame = Clock::now();
                        const QSize size =
                            state->frameSize.isEmpty() ? presetSize(preset) : state->frameSize;
                        if (pool->width() != size.width() || pool->height() != size.height())
@@ -103,9 +123,10 @@ std::optional<QString> VirtualMicrophoneInput::start(SessionPreset, CaptureSink&
         std::chrono::nanoseconds(std::int64_t(samplesPerBuffer) * 1'000'000'000 / sampleRate);
     const MediaTime begin = captureClockNow();
     m_stream.start(period, [this, id, &sink, begin](std::int64_t n) {
+        m_devices->streamTick(id);
         const auto state = m_devices->state(id);
         if (!state || !state->present) {
-            sink.streamEnded();
+            sink.streamEnded(StreamEnd::unplugged);
             return false;
         }
         if (state->silent)

@@ -80,6 +80,37 @@
     </message>
 </context>
 <context>
+    <name>CameraErrorTexts</name>
+    <message>
+        <source>Kein Zugriff auf die Kamera — Benutzer zur Gruppe „video“ hinzufügen (sudo usermod -aG video $USER), neu anmelden und neu starten (↻)</source>
+        <translation>No access to the camera — add the user to the “video” group (sudo usermod -aG video $USER), log in again and restart (↻)</translation>
+    </message>
+    <message>
+        <source>Kamera wird von einem anderen Programm verwendet — dieses Programm beenden, dann neu starten (↻)</source>
+        <translation>The camera is in use by another program — quit that program, then restart (↻)</translation>
+    </message>
+    <message>
+        <source>Kamera wird von einem anderen Programm verwendet (%1) — dieses Programm beenden, dann neu starten (↻)</source>
+        <translation>The camera is in use by another program (%1) — quit that program, then restart (↻)</translation>
+    </message>
+    <message>
+        <source>USB-Bandbreite reicht nicht — Kameras an verschiedene USB-Anschlüsse anschließen</source>
+        <translation>Not enough USB bandwidth — connect the cameras to different USB ports</translation>
+    </message>
+    <message>
+        <source>Kamera getrennt: %1 — USB-Verbindung/Hub prüfen</source>
+        <translation>Camera disconnected: %1 — check the USB connection/hub</translation>
+    </message>
+    <message>
+        <source>%1-Kamera (%2) liefert kein Bild mehr — USB-Verbindung/Hub prüfen und neu starten (↻)</source>
+        <translation>The %1 camera (%2) no longer delivers a picture — check the USB connection/hub and restart (↻)</translation>
+    </message>
+    <message>
+        <source>Bildstrom der %1-Kamera (%2) abgebrochen — neu starten (↻); bei Wiederholung USB-Verbindung/Hub prüfen</source>
+        <translation>The %1 camera's (%2) stream broke off — restart (↻); if it happens again, check the USB connection/hub</translation>
+    </message>
+</context>
+<context>
     <name>CameraStatus</name>
     <message>
         <source>Bereit</source>

@@ -67,7 +67,23 @@ TEST(AudioLevel, OtherFormatsAndEmptyBuffersGiveNoLevel) {
 }
 
 TEST(AudioLevel, NotANumberNeverReachesTheMeter) {
-    const auto dB = audioLevelDB(bufferOf<float>({std::numeric_limits<float>::quiet_NaN(), 0.5f}, true));
+    const auto dB =
+        audioLevelDB(bufferOf<float>({std::numeric_limits<float>::quiet_NaN(), 0.5f}, true));
     ASSERT_TRUE(dB);
     EXPECT_FLOAT_EQ(smoothedAudioLevel(0.5f, *dB), 0.25f);
+}
+
+// Some USB microphones deliver signed 32-bit integers; their meter must move too.
+TEST(AudioLevel, ThirtyTwoBitIntegerSamplesMoveTheMeter) {
+    const std::int32_t half = 1 << 30;
+    const auto dB = audioLevelDB(bufferOf<std::int32_t>({half, -half, half, -half}, false));
+    ASSERT_TRUE(dB);
+    EXPECT_NEAR(*dB, -6.0206f, 0.001f);
+    const auto full = audioLevelDB(bufferOf<std::int32_t>(
+        {std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::min()},
+        false));
+    ASSERT_TRUE(full);
+    EXPECT_NEAR(*full, 0.0f, 0.001f);
+    EXPECT_FALSE(audioLevelDB(rawBuffer(3, false, 32))) << "a sample needs four bytes";
+    EXPECT_FALSE(audioLevelDB(rawBuffer(8, false, 24))) << "no 24-bit integers";
 }

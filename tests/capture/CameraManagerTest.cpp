@@ -1,3 +1,4 @@
+#include "capture/CameraErrorTexts.h"
 #include "capture/CameraManagerMac.h"
 #include "capture/FrameStore.h"
 #include "capture/virtual/VirtualBackend.h"
@@ -455,4 +456,179 @@ TEST_F(CameraManagerTest, LeftoverRecordingOfACrashIsRecovered) {
     EXPECT_EQ(log.messages().last(),
               QStringLiteral("Aufnahme nach Absturz wiederhergestellt: ") + saved[0]);
     EXPECT_FALSE(QFile::exists(leftover));
+}
+
+// A stop while a start is in flight: the start's late outcome must not bring back "Live", a
+// running flag or a watchdog that restarts cameras someone else may now use.
+TEST_F(CameraManagerTest, StartThatFinishesAfterAStopIsIgnored) {
+    CameraManagerMac& cam = make();
+    cam.startCapture();
+    ASSERT_TRUE(cam.starting());
+    cam.stopCapture();
+    EXPECT_EQ(cam.status(), CameraStatus::stopped);
+    settle(); // the start's outcome arrives only now
+    EXPECT_EQ(cam.status(), CameraStatus::stopped);
+    EXPECT_FALSE(cam.running());
+    EXPECT_EQ(cam.connectedCount(), 0);
+    EXPECT_FALSE(log.messages().contains(QStringLiteral("2 Kameras live")));
+    scheduler.advance(10s);
+    EXPECT_EQ(cam.status(), CameraStatus::stopped) << "no watchdog, no poll step";
+    EXPECT_FALSE(log.messages().join(u'\n').contains(QStringLiteral("automatischer Neustart")));
+
+    // Stop, then start again at once (a swap of Wide and Macro): only the second start counts.
+    cam.startCapture();
+    cam.stopCapture();
+    cam.startCapture();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+    EXPECT_EQ(log.messages().count(QStringLiteral("2 Kameras live")), 1);
+    ASSERT_TRUE(bothCamerasDeliver());
+}
+
+TEST_F(CameraManagerTest, StartThatFinishesAfterAnUnplugLeavesTheCameraDisconnected) {
+    CameraManagerMac& cam = make();
+    cam.startCapture();
+    ASSERT_TRUE(cam.starting());
+    backend.devices().unplug(kMacro);
+    cam.deviceDisconnected({kMacro, VirtualDevices::cameraName, DeviceType::external});
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::cameraDisconnected);
+    EXPECT_FALSE(cam.running());
+    EXPECT_FALSE(cam.starting()) << "the outcome ran, so the next start may go";
+
+    backend.devices().replug(kMacro);
+    pumpPosted();
+    scheduler.advance(800ms); // the poll loop's next attempt
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+}
+
+// A stop while a start is in flight, then a start before the next poll step: one poll loop
+// only, so the search still lasts its full 60 attempts (about 47 s).
+TEST_F(CameraManagerTest, StopAndStartDuringPollingKeepOnePollLoop) {
+    CameraManagerMac& cam = make();
+    cam.startCapture();
+    ASSERT_TRUE(cam.starting());
+    ASSERT_TRUE(cam.polling());
+    cam.stopCapture();
+    backend.devices().unplug(kMacro); // the notice is not delivered: no event loop runs
+    cam.startCapture();
+    EXPECT_EQ(cam.status(), CameraStatus::searching);
+    scheduler.advance(30s);
+    EXPECT_EQ(cam.status(), CameraStatus::searching);
+    EXPECT_TRUE(cam.polling());
+    EXPECT_EQ(cam.pollCount(), 38);
+    scheduler.advance(17200ms);
+    EXPECT_EQ(cam.status(), CameraStatus::noCameras);
+    EXPECT_EQ(cam.pollCount(), 60);
+    scheduler.advance(10s);
+    EXPECT_EQ(scheduler.pendingCount(), 0);
+    settle();
+}
+
+// A camera that stops sending pictures mid-session is found and handled like an unplug: the
+// status, the restart button (running false) and an alert that says what to do.
+TEST_F(CameraManagerTest, CameraThatStallsMidSessionTakesTheDisconnectPath) {
+    CameraManagerMac& cam = live();
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 3; }));
+    backend.devices().stall(kMacro);
+    ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::cameraDisconnected; }));
+    EXPECT_FALSE(cam.running());
+    EXPECT_EQ(cam.connectedCount(), 1);
+    const QString message = QStringLiteral("Macro-Kamera (OSTREL Kamera) liefert kein Bild mehr — "
+                                           "USB-Verbindung/Hub prüfen und neu starten (↻)");
+    EXPECT_TRUE(log.entries().back() == std::make_pair(LogLevel::error, message));
+    EXPECT_EQ(cam.userAlert(), message);
+    EXPECT_TRUE(cam.isRecording()) << "the recording is the user's to end";
+
+    bool finished = false;
+    cam.onRecordingFinished = [&] { finished = true; };
+    cam.stopRecording();
+    ASSERT_TRUE(pumpUntil([&] { return finished; }));
+    EXPECT_EQ(filesIn(folder(), QStringLiteral("OSTREL-*.mp4")).size(), 1);
+}
+
+// A stream that ends by itself (from the fault list, with a delay): the disconnect path; the
+// restart button brings both cameras back.
+TEST_F(CameraManagerTest, StreamEndIsNoticedAndTheRestartButtonRecovers) {
+    EXPECT_TRUE(backend.devices().applyFaults(QStringLiteral("end=%1@300ms").arg(kWide)).isEmpty());
+    CameraManagerMac& cam = live();
+    ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::cameraDisconnected; }));
+    EXPECT_TRUE(log.messages().contains(
+        QStringLiteral("Bildstrom der Wide-Kamera (OSTREL Kamera) abgebrochen — neu starten (↻); "
+                       "bei Wiederholung USB-Verbindung/Hub prüfen")));
+    EXPECT_FALSE(cam.running());
+    cam.startCapture(); // the restart button
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+    EXPECT_TRUE(bothCamerasDeliver());
+}
+
+// An unplug is seen twice (the stream ends, the notice comes): counted and logged once.
+TEST_F(CameraManagerTest, UnplugSeenByTheStreamAndTheNoticeCountsOnce) {
+    CameraManagerMac& cam = live();
+    backend.devices().unplug(kMacro);
+    ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::cameraDisconnected; }));
+    // Both reports have arrived once the session no longer runs and the notice is delivered.
+    pumpPosted();
+    manager->drainConfigurationQueue();
+    pumpPosted();
+    EXPECT_EQ(cam.connectedCount(), 1);
+    EXPECT_EQ(log.messages().count(
+                  QStringLiteral("Kamera getrennt: OSTREL Kamera — USB-Verbindung/Hub prüfen")),
+              1);
+    EXPECT_FALSE(cam.userAlert()) << "the status says it";
+}
+
+// Two cameras on one USB 2 hub: not "cameras not found" after 60 attempts, but the bandwidth
+// message, alerted once.
+TEST_F(CameraManagerTest, NoUsbBandwidthIsSaidOnceAndNotCalledMissingCameras) {
+    backend.devices().setNoBandwidth(kMacro, true);
+    CameraManagerMac& cam = make();
+    cam.startCapture();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::cameraError);
+    const QString bandwidth = QStringLiteral(
+        "USB-Bandbreite reicht nicht — Kameras an verschiedene USB-Anschlüsse anschließen");
+    EXPECT_EQ(cam.userAlert(), bandwidth);
+    cam.setUserAlert(std::nullopt); // dismissed
+    for (int step = 0; step < 60; ++step) {
+        scheduler.advance(800ms);
+        settle();
+    }
+    EXPECT_FALSE(cam.userAlert()) << "the same cause is not alerted at every attempt";
+    EXPECT_FALSE(cam.polling());
+    EXPECT_EQ(cam.status(), CameraStatus::cameraError);
+    EXPECT_FALSE(log.messages().contains(
+        QStringLiteral("Kameras nicht erkannt — beide anstecken; bei Bedarf neu starten.")));
+    EXPECT_TRUE(log.messages().contains(QStringLiteral("Kameras gefunden, starten aber nicht: ") +
+                                        bandwidth));
+}
+
+// No rights to the camera, or another program streaming from it: the window says what to do,
+// once per cause, in the user's language (German here, no translator installed).
+TEST_F(CameraManagerTest, CameraWithoutRightsOrBusyAlertsWhatToDo) {
+    backend.devices().setInputError(kMacro, CameraErrorTexts::noAccess());
+    CameraManagerMac& cam = make();
+    cam.startCapture();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::cameraError);
+    EXPECT_EQ(cam.userAlert(), CameraErrorTexts::noAccess());
+    EXPECT_TRUE(log.messages().contains(QStringLiteral("Kamera 1 (OSTREL Kamera): ") +
+                                        CameraErrorTexts::noAccess()));
+
+    // Rights granted; now another program holds the Wide camera.
+    backend.devices().setInputError(kMacro, QString());
+    const QString busy = CameraErrorTexts::busy(QStringLiteral("cheese, PID 4711"));
+    backend.devices().setStartError(kWide, busy);
+    scheduler.advance(800ms);
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::cameraError);
+    EXPECT_EQ(cam.userAlert(), busy);
+
+    backend.devices().setStartError(kWide, QString()); // the other program quit
+    scheduler.advance(800ms);
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
 }

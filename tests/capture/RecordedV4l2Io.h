@@ -35,6 +35,8 @@ struct RecordedCamera {
     int errorAfterFrames = 0;                     // errno of DQBUF once they are used up
     std::map<unsigned long, int> failing;         // ioctl request -> errno
     int openError = 0;
+    // STREAMON fails with ENOSPC (no USB bandwidth) for pictures larger than this; 0: never.
+    long maxStreamPixels = 0;
 };
 
 // The format list of a UVC webcam (Logitech C920, from v4l2-ctl --list-formats-ext),
@@ -220,6 +222,9 @@ public:
             return 0;
         }
         case VIDIOC_STREAMON:
+            if (c.maxStreamPixels && long(c.current.width) * c.current.height > c.maxStreamPixels)
+                return -ENOSPC;
+            return 0;
         case VIDIOC_STREAMOFF:
             return 0;
         default:

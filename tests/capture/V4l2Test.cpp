@@ -1,12 +1,17 @@
+#include "capture/CameraErrorTexts.h"
 #include "capture/CaptureTestSupport.h"
 #include "capture/RecordedV4l2Io.h"
+#include "capture/v4l2/DeviceHolder.h"
 #include "capture/v4l2/FrameDecoder.h"
 #include "capture/v4l2/V4l2Backend.h"
 #include "capture/v4l2/V4l2Formats.h"
 #include "capture/v4l2/V4l2Input.h"
 #include "capture/virtual/VirtualScene.h"
 
+#include <QDir>
+#include <QFile>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 #include <turbojpeg.h>
@@ -245,8 +250,13 @@ TEST_F(V4l2StreamTest, DecodesMjpegDropsATruncatedFrameAndEndsOnEnodev) {
 
     // Unplugged mid-stream: the driver answers ENODEV and the session stops running.
     EXPECT_TRUE(session->isRunning());
+    std::atomic<int> unplugged{0};
+    session->setStreamEndHandler(
+        [&](StreamEnd reason) { unplugged += reason == StreamEnd::unplugged ? 1 : 100; });
     io->failAfterFrames(node0, ENODEV);
-    ASSERT_TRUE(pumpUntil([&] { return !session->isRunning(); }));
+    ASSERT_TRUE(pumpUntil([&] { return unplugged != 0; }));
+    EXPECT_EQ(unplugged, 1);
+    EXPECT_FALSE(session->isRunning());
     session->stopRunning();
     EXPECT_EQ(io->mapped, io->unmapped);
     EXPECT_EQ(io->count(VIDIOC_STREAMOFF), 1);
@@ -260,11 +270,14 @@ TEST_F(V4l2StreamTest, BusyDeviceFailsToStartAndReleasesWhatItTook) {
     io->cameras[node0].failing[VIDIOC_STREAMON] = EBUSY;
     auto session = startSession();
     EXPECT_FALSE(session->isRunning());
-    EXPECT_EQ(session->lastStartError(), QStringLiteral("Gerät wird bereits verwendet"));
-    EXPECT_EQ(log.entries(),
-              (std::vector<std::pair<LogLevel, QString>>{
-                  {LogLevel::warn, "Kamera-Stream nicht gestartet (HD Pro Webcam C920): Gerät "
-                                   "wird bereits verwendet"}}));
+    const QString busy = QStringLiteral("Kamera wird von einem anderen Programm verwendet — "
+                                        "dieses Programm beenden, dann neu starten (↻)");
+    EXPECT_EQ(session->lastStartError(), busy);
+    EXPECT_EQ(
+        log.entries(),
+        (std::vector<std::pair<LogLevel, QString>>{
+            {LogLevel::warn,
+             QStringLiteral("Kamera-Stream nicht gestartet (HD Pro Webcam C920): ") + busy}}));
     EXPECT_EQ(io->mapped, V4l2Input::bufferCount);
     EXPECT_EQ(io->unmapped, io->mapped);
 
@@ -316,4 +329,105 @@ TEST(FrameDecoder, DecodesJpegToBgraAndRejectsBrokenData) {
     EXPECT_FALSE(decoder.decode(nullptr, 0));
     FrameDecoder other(V4L2_PIX_FMT_MJPEG, 1280, 720); // a frame of another size
     EXPECT_FALSE(other.decode(jpeg.data(), jpeg.size()));
+}
+
+// A camera that sent pictures and then none is reported as stalled; its session stops running.
+TEST_F(V4l2StreamTest, CameraThatGoesQuietIsReportedAsStalled) {
+    PixelBuffer source;
+    io->push(node0, jpegFrame(1920, 1080, &source));
+    auto session = startSession();
+    std::atomic<int> stalled{0};
+    session->setStreamEndHandler(
+        [&](StreamEnd reason) { stalled += reason == StreamEnd::stalled ? 1 : 100; });
+    ASSERT_TRUE(pumpUntil([&] { return output->deliveredCount() == 1; }));
+    ASSERT_TRUE(pumpUntil([&] { return stalled != 0; }));
+    EXPECT_EQ(stalled, 1);
+    EXPECT_FALSE(session->isRunning());
+}
+
+// Two cameras on one USB 2 hub: STREAMON answers ENOSPC. Smaller modes are tried, MJPEG first,
+// each said in the log; when none fits, the reason tells the user what to do.
+TEST_F(V4l2StreamTest, NoUsbBandwidthFallsBackToSmallerModes) {
+    LogProbe log;
+    io->cameras[node0].maxStreamPixels = 1280 * 720;
+    auto session = startSession();
+    ASSERT_TRUE(session->isRunning());
+    EXPECT_EQ(input->format(), (V4l2StreamFormat{V4L2_PIX_FMT_MJPEG, 1280, 720, 30}));
+    EXPECT_EQ(log.messages(),
+              (QStringList{"USB-Bandbreite reicht nicht für 1920×1080 MJPEG (HD Pro Webcam C920) "
+                           "— versuche 1600×896 MJPEG",
+                           "USB-Bandbreite reicht nicht für 1600×896 MJPEG (HD Pro Webcam C920) "
+                           "— versuche 1280×720 MJPEG"}));
+    session->stopRunning();
+    EXPECT_EQ(io->mapped, io->unmapped);
+
+    io->cameras[node0].maxStreamPixels = 1; // nothing fits
+    const int streamOns = io->count(VIDIOC_STREAMON);
+    session->startRunning();
+    EXPECT_FALSE(session->isRunning());
+    EXPECT_EQ(io->count(VIDIOC_STREAMON) - streamOns, 1 + int(V4l2Input::maxBandwidthFallbacks));
+    EXPECT_EQ(session->lastStartError(),
+              QStringLiteral("USB-Bandbreite reicht nicht — Kameras an verschiedene "
+                             "USB-Anschlüsse anschließen"));
+    EXPECT_EQ(io->mapped, io->unmapped);
+}
+
+TEST(V4l2Formats, BandwidthFallbacksPreferMjpegThenSmallerPictures) {
+    std::vector<V4l2FormatOption> options;
+    for (const auto& format : uvcWebcam().formats)
+        for (const auto& size : format.sizes)
+            options.push_back({format.fourcc, size.width, size.height, size.rates});
+    const auto fromMjpeg = bandwidthFallbacks(options, {V4L2_PIX_FMT_MJPEG, 1920, 1080, 30});
+    ASSERT_GE(fromMjpeg.size(), 3u);
+    EXPECT_EQ(fromMjpeg[0], (V4l2StreamFormat{V4L2_PIX_FMT_MJPEG, 1600, 896, 30}));
+    EXPECT_EQ(fromMjpeg[1], (V4l2StreamFormat{V4L2_PIX_FMT_MJPEG, 1280, 720, 30}));
+    const auto firstYuyv = std::find_if(fromMjpeg.begin(), fromMjpeg.end(), [](const auto& f) {
+        return f.pixelFormat == V4L2_PIX_FMT_YUYV;
+    });
+    EXPECT_TRUE(std::all_of(firstYuyv, fromMjpeg.end(), [](const auto& f) {
+        return f.pixelFormat == V4L2_PIX_FMT_YUYV;
+    })) << "every MJPEG mode before any raw one";
+    for (const auto& format : fromMjpeg)
+        EXPECT_LT(format.width * format.height, 1920 * 1080);
+
+    // From raw 640x360: the same size compressed comes first.
+    const auto fromYuyv = bandwidthFallbacks(options, {V4L2_PIX_FMT_YUYV, 640, 360, 30});
+    ASSERT_FALSE(fromYuyv.empty());
+    EXPECT_EQ(fromYuyv[0], (V4l2StreamFormat{V4L2_PIX_FMT_MJPEG, 640, 360, 30}));
+    EXPECT_TRUE(bandwidthFallbacks(options, {V4L2_PIX_FMT_MJPEG, 160, 90, 30}).empty());
+}
+
+// Errors a person can act on: no rights (not in the "video" group), and a camera another
+// program holds, named where /proc shows it.
+TEST_F(V4l2StreamTest, NoAccessAndBusyDevicesSayWhatToDo) {
+    io->cameras[node0].openError = EACCES;
+    const auto denied = backend.makeDeviceInput(discovery.allDevicesSeen().front());
+    EXPECT_FALSE(denied.input);
+    EXPECT_EQ(denied.error, QStringLiteral("Kein Zugriff auf die Kamera — Benutzer zur Gruppe "
+                                           "„video“ hinzufügen (sudo usermod -aG video $USER), "
+                                           "neu anmelden und neu starten (↻)"));
+}
+
+TEST(DeviceHolder, NamesTheOtherProgramThatHasTheNodeOpen) {
+    QTemporaryDir proc;
+    const auto makeProcess = [&](const QString& pid, const QString& comm,
+                                 const QStringList& targets) {
+        ASSERT_TRUE(QDir(proc.path()).mkpath(pid + QStringLiteral("/fd")));
+        QFile file(proc.filePath(pid + QStringLiteral("/comm")));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(comm.toUtf8() + "\n");
+        for (int fd = 0; fd < targets.size(); ++fd)
+            ASSERT_TRUE(QFile::link(
+                targets[fd], proc.filePath(pid + QStringLiteral("/fd/") + QString::number(fd))));
+    };
+    makeProcess(QStringLiteral("100"), QStringLiteral("ostrel"), {"/dev/video7"}); // ourselves
+    makeProcess(QStringLiteral("200"), QStringLiteral("bash"), {"/dev/null", "/dev/video3"});
+    makeProcess(QStringLiteral("300"), QStringLiteral("cheese"), {"/dev/null", "/dev/video7"});
+    ASSERT_TRUE(QDir(proc.path()).mkpath(QStringLiteral("self/fd")));
+    EXPECT_EQ(deviceHolder("/dev/video7", 100, proc.path()), QStringLiteral("cheese, PID 300"));
+    EXPECT_EQ(deviceHolder("/dev/video9", 100, proc.path()), QString());
+    EXPECT_EQ(CameraErrorTexts::alertFor(CameraErrorTexts::busy(QStringLiteral("cheese, PID 300"))),
+              QStringLiteral("Kamera wird von einem anderen Programm verwendet (cheese, PID 300) — "
+                             "dieses Programm beenden, dann neu starten (↻)"));
+    EXPECT_FALSE(CameraErrorTexts::alertFor(QStringLiteral("Gerät getrennt")));
 }

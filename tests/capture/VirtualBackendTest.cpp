@@ -250,3 +250,56 @@ TEST(VirtualMicrophone, DeliversAToneAsFloatSamples) {
         sum += double(samples[i]) * samples[i];
     EXPECT_NEAR(std::sqrt(sum / buffer.frameCount()), 0.25 / std::sqrt(2.0), 0.01);
 }
+
+// Faults of a running camera, from a test or from OSTREL_VIRTUAL_FAULTS with a delay counted
+// from the camera's first streamed step: each ends the stream with its own reason.
+TEST(VirtualDevices, RunningCameraFaultsEndTheStreamWithTheirReason) {
+    VirtualBackend backend;
+    const QStringList rejected = backend.devices().applyFaults(
+        QStringLiteral("end=ostrel-virtual-camera-1@200ms;stall=ostrel-virtual-camera-2@0.1s;"
+                       "unplug=ostrel-virtual-microphone@1ms;enospc=ostrel-virtual-camera-3;"
+                       "unplug=x@soon;size=ostrel-virtual-camera-1:640x480@1s;refuseInput=y@1s"));
+    EXPECT_EQ(rejected, (QStringList{"unplug=x@soon", "size=ostrel-virtual-camera-1:640x480@1s",
+                                     "refuseInput=y@1s"}));
+    EXPECT_TRUE(backend.devices().state(VirtualDevices::camera1ID)->present) << "not yet";
+
+    SerialQueue queue("test.video");
+    struct Ends {
+        std::mutex lock;
+        std::vector<StreamEnd> seen;
+        void add(StreamEnd reason) {
+            std::lock_guard guard(lock);
+            seen.push_back(reason);
+        }
+        std::vector<StreamEnd> get() {
+            std::lock_guard guard(lock);
+            return seen;
+        }
+    };
+    for (const auto& [id, expected] :
+         {std::pair(VirtualDevices::camera1ID, StreamEnd::ended),
+          std::pair(VirtualDevices::camera2ID, StreamEnd::stalled),
+          std::pair(VirtualDevices::microphoneID, StreamEnd::unplugged)}) {
+        Ends ends;
+        Stream stream(backend, id, queue);
+        stream.session->setStreamEndHandler([&](StreamEnd reason) { ends.add(reason); });
+        ASSERT_TRUE(stream.session->isRunning()) << id.toStdString();
+        ASSERT_TRUE(pumpUntil([&] { return !ends.get().empty(); })) << id.toStdString();
+        EXPECT_EQ(ends.get(), std::vector<StreamEnd>{expected}) << id.toStdString();
+        EXPECT_FALSE(stream.session->isRunning());
+        stream.session->stopRunning();
+        queue.drain();
+    }
+    EXPECT_TRUE(backend.devices().state(VirtualDevices::camera1ID)->present);
+    EXPECT_FALSE(backend.devices().state(VirtualDevices::camera1ID)->endRequested)
+        << "a stream end happens once";
+    EXPECT_FALSE(backend.devices().state(VirtualDevices::microphoneID)->present);
+
+    // No room on the bus: the stream cannot start and says why.
+    backend.devices().setNoBandwidth(VirtualDevices::camera1ID, true);
+    Stream refused(backend, VirtualDevices::camera1ID, queue);
+    EXPECT_FALSE(refused.session->isRunning());
+    EXPECT_EQ(refused.session->lastStartError(),
+              QStringLiteral("USB-Bandbreite reicht nicht — Kameras an verschiedene "
+                             "USB-Anschlüsse anschließen"));
+}
