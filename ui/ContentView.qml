@@ -400,6 +400,13 @@ FocusScope {
                 font.pixelSize: 15
                 color: view.cam.isRecording ? Theme.alert : Theme.text
             }
+            Text {
+                objectName: "savingRecording"
+                visible: view.cam.savingRecording
+                text: qsTr("Aufnahme wird gespeichert …")
+                font.pixelSize: 13
+                color: Theme.text
+            }
             SymbolIcon {
                 name: mainState.micMuted ? "mic.slash" : "mic"
                 color: mainState.micMuted ? Theme.alert : Theme.text
