@@ -1,0 +1,325 @@
+#include "blackbox/AppRun.h"
+
+#include "capture/virtual/VirtualDevices.h"
+#include "settings/SettingsStore.h"
+#include "support/EventLoop.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QMap>
+#include <QThread>
+
+#include <csignal>
+
+#ifndef OSTREL_APP_BINARY
+#error "OSTREL_APP_BINARY must name the built app"
+#endif
+
+QString ostrelBinary() {
+    return QStringLiteral(OSTREL_APP_BINARY);
+}
+
+AppRun::AppRun(AppRunOptions options) : m_options(std::move(options)) {
+    QDir home(m_home.path());
+    home.mkpath(QStringLiteral("Documents"));
+    home.mkpath(QStringLiteral("Aufnahmen"));
+    home.mkpath(QStringLiteral(".config/ostrel"));
+    home.mkpath(QStringLiteral("runtime"));
+    QFile::setPermissions(home.filePath(QStringLiteral("runtime")),
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+
+    // The app reads the same file through QSettings' native format on Linux.
+    SettingsStore settings(home.filePath(QStringLiteral(".config/ostrel/ostrel.conf")));
+    if (m_options.onboarded) {
+        settings.setValue(Setting::didCompleteOnboarding, true);
+        settings.setValue(Setting::wideDeviceUID, VirtualDevices::camera1ID);
+        settings.setValue(Setting::macroDeviceUID, VirtualDevices::camera2ID);
+        settings.setValue(Setting::micDeviceUID,
+                          m_options.microphone ? VirtualDevices::microphoneID : QString());
+        settings.setValue(Setting::recordingFolderBookmark, recordingFolder().toUtf8());
+    }
+    for (auto it = m_options.settings.cbegin(); it != m_options.settings.cend(); ++it) {
+        if (const auto setting = settingFromKey(it.key()))
+            settings.setValue(*setting, it.value());
+    }
+}
+
+AppRun::~AppRun() {
+    if (m_app && m_app->state() != QProcess::NotRunning) {
+        m_app->kill();
+        m_app->waitForFinished(5000);
+    }
+    if (m_display_server) {
+        m_display_server->terminate();
+        if (!m_display_server->waitForFinished(5000))
+            m_display_server->kill();
+    }
+}
+
+QString AppRun::home() const {
+    return m_home.path();
+}
+
+QString AppRun::recordingFolder() const {
+    return QDir(m_home.path()).filePath(QStringLiteral("Aufnahmen"));
+}
+
+QString AppRun::logPath() const {
+    return QDir(m_home.path()).filePath(QStringLiteral("Documents/ostrel-diagnose.log"));
+}
+
+std::optional<QString> AppRun::startDisplay() {
+    if (m_display_server)
+        return std::nullopt;
+    m_display_server = std::make_unique<QProcess>();
+    // -displayfd picks a free display number and writes it once the server accepts clients.
+    m_display_server->start(
+        QStringLiteral("Xvfb"),
+        {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
+         QStringLiteral("0"),
+         QStringLiteral("%1x%2x24").arg(m_options.screenWidth).arg(m_options.screenHeight),
+         QStringLiteral("-nolisten"), QStringLiteral("tcp")});
+    if (!m_display_server->waitForStarted(10000))
+        return QStringLiteral("Xvfb did not start");
+    QByteArray number;
+    QDeadlineTimer guard(20000);
+    while (!number.contains('\n')) {
+        if (guard.hasExpired() || m_display_server->state() == QProcess::NotRunning)
+            return QStringLiteral("Xvfb gave no display");
+        m_display_server->waitForReadyRead(200);
+        number += m_display_server->readAllStandardOutput();
+    }
+    m_display = QStringLiteral(":") + QString::fromLatin1(number.trimmed());
+    return std::nullopt;
+}
+
+QProcessEnvironment AppRun::appEnvironment() const {
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME",
+                             "XDG_DOCUMENTS_DIR", "XDG_VIDEOS_DIR", "WAYLAND_DISPLAY",
+                             "DBUS_SESSION_BUS_ADDRESS", "OSTREL_VIRTUAL_FAULTS", "LANGUAGE"})
+        env.remove(QString::fromLatin1(name));
+    const QString home = m_home.path();
+    env.insert(QStringLiteral("HOME"), home);
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/.config"));
+    env.insert(QStringLiteral("XDG_DATA_HOME"), home + QStringLiteral("/.local/share"));
+    env.insert(QStringLiteral("XDG_CACHE_HOME"), home + QStringLiteral("/.cache"));
+    env.insert(QStringLiteral("XDG_RUNTIME_DIR"), home + QStringLiteral("/runtime"));
+    env.insert(QStringLiteral("OSTREL_VIRTUAL_DEVICES"), QStringLiteral("1"));
+    // German, as the users see it.
+    env.insert(QStringLiteral("LANG"), QStringLiteral("de_DE.UTF-8"));
+    env.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+    env.insert(QStringLiteral("LANGUAGE"), QStringLiteral("de"));
+    if (!m_options.faults.isEmpty())
+        env.insert(QStringLiteral("OSTREL_VIRTUAL_FAULTS"), m_options.faults);
+    if (!m_display.isEmpty()) {
+        env.insert(QStringLiteral("DISPLAY"), m_display);
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    } else {
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    }
+    env.insert(m_options.environment);
+    return env;
+}
+
+bool AppRun::run(const QString& program, const QStringList& arguments, int timeoutMs,
+                 QString* output) const {
+    QProcess process;
+    QProcessEnvironment env = appEnvironment();
+    process.setProcessEnvironment(env);
+    process.start(program, arguments);
+    if (!process.waitForFinished(timeoutMs)) {
+        process.kill();
+        process.waitForFinished(1000);
+        return false;
+    }
+    if (output)
+        *output = QString::fromUtf8(process.readAllStandardOutput());
+    return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+}
+
+std::optional<QString> AppRun::start(int timeoutMs) {
+    if (isRunning())
+        return QStringLiteral("the app is already running");
+    if (auto error = startDisplay())
+        return error;
+    m_app = std::make_unique<QProcess>();
+    m_app->setProcessChannelMode(QProcess::MergedChannels);
+    m_app->setProcessEnvironment(appEnvironment());
+    m_app->start(ostrelBinary(), m_options.arguments);
+    if (!m_app->waitForStarted(10000))
+        return QStringLiteral("ostrel did not start: ") + m_app->errorString();
+    const bool shown = pumpUntil(
+        [&] {
+            if (!isRunning())
+                return true;
+            QString windows;
+            return run(QStringLiteral("xdotool"),
+                       {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                        QStringLiteral("--pid"), QString::number(pid())},
+                       5000, &windows) &&
+                   !windows.trimmed().isEmpty();
+        },
+        timeoutMs);
+    if (!isRunning())
+        return QStringLiteral("ostrel ended at start: ") + appOutput();
+    if (!shown)
+        return QStringLiteral("no ostrel window on screen");
+    return std::nullopt;
+}
+
+AppRun::Output AppRun::runToExit(const QStringList& arguments, int timeoutMs) {
+    QProcess process;
+    QProcessEnvironment env = appEnvironment();
+    env.remove(QStringLiteral("DISPLAY"));
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    process.setProcessEnvironment(env);
+    process.start(ostrelBinary(), arguments);
+    Output out;
+    if (!process.waitForFinished(timeoutMs)) {
+        process.kill();
+        process.waitForFinished(1000);
+        return out;
+    }
+    out.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    out.standardOutput = QString::fromUtf8(process.readAllStandardOutput());
+    out.standardError = QString::fromUtf8(process.readAllStandardError());
+    return out;
+}
+
+QStringList AppRun::logLines() const {
+    QFile file(logPath());
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+std::optional<QString> AppRun::waitForLog(const QString& text, int timeoutMs, int fromLine) const {
+    std::optional<QString> found;
+    pumpUntil(
+        [&] {
+            const QStringList lines = logLines();
+            for (int i = fromLine; i < lines.size(); ++i) {
+                if (lines[i].contains(text)) {
+                    found = lines[i];
+                    return true;
+                }
+            }
+            QThread::msleep(50);
+            return false;
+        },
+        timeoutMs);
+    return found;
+}
+
+QStringList AppRun::windowIds(const QString& windowTitle) const {
+    QString windows;
+    if (!isRunning() ||
+        !run(QStringLiteral("xdotool"),
+             {QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--pid"),
+              QString::number(pid()), QStringLiteral("--name"), windowTitle},
+             5000, &windows))
+        return {};
+    return windows.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+QRect AppRun::windowGeometry(const QString& windowTitle) const {
+    const QStringList ids = windowIds(windowTitle);
+    QString shell;
+    if (ids.isEmpty() ||
+        !run(QStringLiteral("xdotool"),
+             {QStringLiteral("getwindowgeometry"), QStringLiteral("--shell"), ids.last()}, 5000,
+             &shell))
+        return {};
+    QMap<QString, int> values;
+    for (const QString& line : shell.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        const QStringList pair = line.split(QLatin1Char('='));
+        if (pair.size() == 2)
+            values[pair[0]] = pair[1].toInt();
+    }
+    return QRect(values.value(QStringLiteral("X")), values.value(QStringLiteral("Y")),
+                 values.value(QStringLiteral("WIDTH")), values.value(QStringLiteral("HEIGHT")));
+}
+
+bool AppRun::pressKeys(const QString& keys, const QString& windowTitle) {
+    const QStringList ids = windowIds(windowTitle);
+    if (ids.isEmpty())
+        return false;
+    // No window manager runs, so the input focus is set directly.
+    return run(QStringLiteral("xdotool"),
+               {QStringLiteral("windowfocus"), QStringLiteral("--sync"), ids.last()}) &&
+           run(QStringLiteral("xdotool"),
+               {QStringLiteral("key"), QStringLiteral("--clearmodifiers"), keys});
+}
+
+QStringList AppRun::recordingFiles(const QString& pattern) const {
+    return QDir(recordingFolder()).entryList({pattern}, QDir::Files, QDir::Name);
+}
+
+bool AppRun::waitForFiles(const QString& pattern, int count, int timeoutMs) const {
+    return pumpUntil(
+        [&] {
+            if (recordingFiles(pattern).size() >= count)
+                return true;
+            QThread::msleep(50);
+            return false;
+        },
+        timeoutMs);
+}
+
+QImage AppRun::screenshot() const {
+    if (m_display.isEmpty())
+        return {};
+    const QString path = QDir(m_home.path()).filePath(QStringLiteral("screen.png"));
+    QFile::remove(path);
+    if (!run(QStringLiteral("ffmpeg"),
+             {QStringLiteral("-loglevel"), QStringLiteral("error"), QStringLiteral("-f"),
+              QStringLiteral("x11grab"), QStringLiteral("-video_size"),
+              QStringLiteral("%1x%2").arg(m_options.screenWidth).arg(m_options.screenHeight),
+              QStringLiteral("-i"), m_display, QStringLiteral("-frames:v"), QStringLiteral("1"),
+              QStringLiteral("-y"), path},
+             20000))
+        return {};
+    return QImage(path);
+}
+
+QImage AppRun::waitForScreen(const std::function<bool(const QImage&)>& shows, int timeoutMs) const {
+    QImage last;
+    pumpUntil(
+        [&] {
+            last = screenshot();
+            return !last.isNull() && shows(last);
+        },
+        timeoutMs);
+    return last;
+}
+
+qint64 AppRun::pid() const {
+    return m_app ? m_app->processId() : 0;
+}
+
+bool AppRun::isRunning() const {
+    return m_app && m_app->state() != QProcess::NotRunning;
+}
+
+void AppRun::signal(int signalNumber) {
+    if (isRunning())
+        ::kill(pid_t(pid()), signalNumber);
+}
+
+std::optional<int> AppRun::waitForExit(int timeoutMs) {
+    if (!m_app)
+        return std::nullopt;
+    if (!pumpUntil([&] { return !isRunning(); }, timeoutMs))
+        return std::nullopt;
+    if (m_app->exitStatus() != QProcess::NormalExit)
+        return std::nullopt;
+    return m_app->exitCode();
+}
+
+QString AppRun::appOutput() const {
+    if (m_app)
+        m_appOutput += QString::fromUtf8(m_app->readAll());
+    return m_appOutput;
+}

@@ -1,0 +1,96 @@
+#pragma once
+
+// Runs the built ostrel binary as a user would: its own temporary HOME with a real settings
+// file, the virtual camera pair, a private X server (Xvfb) and keys typed with xdotool. Each
+// run gets its own display, so black-box tests may run in parallel.
+
+#include <QImage>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QRect>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QVariantMap>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+struct AppRunOptions {
+    bool onboarded = true;           // setup done, the virtual pair and microphone assigned
+    bool microphone = true;          // assign the virtual microphone (else "Kein Ton")
+    QString faults;                  // OSTREL_VIRTUAL_FAULTS
+    QVariantMap settings;            // further persisted settings by key
+    QStringList arguments;           // command-line arguments of the app
+    QProcessEnvironment environment; // added to the app's environment
+    int screenWidth = 1920;
+    int screenHeight = 1080;
+};
+
+class AppRun {
+public:
+    explicit AppRun(AppRunOptions options = {});
+    ~AppRun();
+    AppRun(const AppRun&) = delete;
+    AppRun& operator=(const AppRun&) = delete;
+
+    QString home() const;
+    QString recordingFolder() const; // HOME/Aufnahmen, created
+    QString logPath() const;         // the diagnostic log file
+
+    // Starts the app (again, after an exit or kill: same HOME) and waits until its window is
+    // on screen. Returns an error text.
+    std::optional<QString> start(int timeoutMs = 30000);
+    // Starts the app without a display and waits for it to exit (for --help, --version).
+    struct Output {
+        int exitCode = -1;
+        QString standardOutput;
+        QString standardError;
+    };
+    Output runToExit(const QStringList& arguments, int timeoutMs = 30000);
+
+    // Lines of the diagnostic log file as written so far.
+    QStringList logLines() const;
+    // Waits until a log line contains `text` (counting from line `fromLine`); returns the line.
+    std::optional<QString> waitForLog(const QString& text, int timeoutMs = 30000,
+                                      int fromLine = 0) const;
+    // Focuses the app's window whose title matches `windowTitle` (a regular expression) and
+    // types the key combination, e.g. "ctrl+r", "ctrl+shift+o".
+    bool pressKeys(const QString& keys, const QString& windowTitle = QStringLiteral("^OSTREL$"));
+    // Files in the recording folder matching `pattern`, sorted.
+    QStringList recordingFiles(const QString& pattern = QStringLiteral("OSTREL-*")) const;
+    // Waits until at least `count` files match `pattern` in the recording folder.
+    bool waitForFiles(const QString& pattern, int count, int timeoutMs = 60000) const;
+    // The whole screen as the user sees it.
+    QImage screenshot() const;
+    // Takes screenshots until `shows` holds for one; returns the last one taken.
+    QImage waitForScreen(const std::function<bool(const QImage&)>& shows,
+                         int timeoutMs = 30000) const;
+    // Where the app's window matching `windowTitle` sits on the screen (empty if none).
+    QRect windowGeometry(const QString& windowTitle = QStringLiteral("^OSTREL$")) const;
+
+    qint64 pid() const;
+    bool isRunning() const;
+    void signal(int signalNumber);
+    // Waits for the app to end; returns its exit code, or nullopt on time-out or a crash.
+    std::optional<int> waitForExit(int timeoutMs = 60000);
+    QString display() const { return m_display; }
+    QString appOutput() const; // stderr and stdout of the app so far
+
+private:
+    std::optional<QString> startDisplay();
+    QStringList windowIds(const QString& windowTitle) const;
+    QProcessEnvironment appEnvironment() const;
+    bool run(const QString& program, const QStringList& arguments, int timeoutMs = 10000,
+             QString* output = nullptr) const;
+
+    AppRunOptions m_options;
+    QTemporaryDir m_home;
+    std::unique_ptr<QProcess> m_display_server;
+    QString m_display;
+    std::unique_ptr<QProcess> m_app;
+    mutable QString m_appOutput;
+};
+
+// The built binary.
+QString ostrelBinary();
