@@ -12,6 +12,8 @@
 
 #include <csignal>
 
+#include <sys/resource.h>
+
 #ifndef OSTREL_APP_BINARY
 #error "OSTREL_APP_BINARY must name the built app"
 #endif
@@ -147,6 +149,13 @@ std::optional<QString> AppRun::start(int timeoutMs) {
     m_app = std::make_unique<QProcess>();
     m_app->setProcessChannelMode(QProcess::MergedChannels);
     m_app->setProcessEnvironment(appEnvironment());
+    if (const qint64 limit = m_options.fileSizeLimit; limit > 0) {
+        m_app->setChildProcessModifier([limit] {
+            const rlimit size{rlim_t(limit), rlim_t(limit)};
+            ::setrlimit(RLIMIT_FSIZE, &size);
+            ::signal(SIGXFSZ, SIG_IGN); // ignored dispositions survive exec
+        });
+    }
     m_app->start(ostrelBinary(), m_options.arguments);
     if (!m_app->waitForStarted(10000))
         return QStringLiteral("ostrel did not start: ") + m_app->errorString();
