@@ -45,6 +45,10 @@ FocusScope {
         onSwapRequested: view.devices.swapWideMacro()
         onFlashed: flashFade.restart()
         onStorageRefreshDue: view.refreshStorage()
+        onFolderMissing: {
+            mainState.logFolderMissing()
+            view.showFolderMissing = true
+        }
     }
 
     // The menu command is ignored while no camera runs; the key and the button leave the
@@ -85,10 +89,7 @@ FocusScope {
         cam.saveURL = recordings.folderURL
         cam.setStabilizationEnabled(settings.stabilizeMacro)
         refreshStorage()
-        if (!recordings.isReachable()) {
-            mainState.logFolderMissing()
-            showFolderMissing = true
-        }
+        mainState.checkFolder(recordings)
         Qt.callLater(() => view.cam.startCapture())
         mainState.bumpActivity()
         forceActiveFocus()
