@@ -11,7 +11,7 @@ MediaTime v4l2CaptureTime(const v4l2_buffer& buffer, MediaTime dequeuedAt) {
         return dequeuedAt;
     const MediaTime stamp = std::chrono::seconds(buffer.timestamp.tv_sec) +
                             std::chrono::microseconds(buffer.timestamp.tv_usec);
-    if (stamp <= MediaTime::zero() || stamp > dequeuedAt || dequeuedAt - stamp > 1s)
+    if (stamp <= MediaTime::zero() || stamp > dequeuedAt || dequeuedAt - stamp > 5s)
         return dequeuedAt;
     return stamp;
 }

@@ -260,22 +260,21 @@ TEST_F(V4l2StreamTest, FramesCarryTheKernelsCaptureTimeNotTheirDequeueTime) {
     const auto monotonicNow = [] {
         return duration_cast<MediaTime>(steady_clock::now().time_since_epoch());
     };
-    // Captured at uneven moments over the last second, all dequeued together now, as on a
-    // machine too busy to take them when they came.
-    const std::int64_t base = duration_cast<microseconds>(monotonicNow()).count() - 900'000;
+    auto session = startSession();
+    ASSERT_TRUE(session->isRunning());
+    // Captured at uneven moments just now and all dequeued together, as on a machine too busy
+    // to take them when they came.
+    const MediaTime before = monotonicNow();
+    const std::int64_t base = duration_cast<microseconds>(before).count() - 300'000;
     const std::int64_t offsets[] = {0, 33'100, 71'400, 99'900, 140'050, 166'700};
     const auto frame = jpegFrame(1920, 1080);
     for (const std::int64_t offset : offsets)
         io->push(node0, frame,
                  {base + offset, V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC | V4L2_BUF_FLAG_TSTAMP_SRC_SOE});
     // Stamps the driver does not take from the monotonic clock, or that cannot be right.
-    const std::int64_t future = base + 3'600'000'000;
     io->push(node0, frame, {base + 200'000, V4L2_BUF_FLAG_TIMESTAMP_COPY});
-    io->push(node0, frame, {future, V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC});
-    io->push(node0, frame, {base - 5'000'000, V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC});
-
-    const MediaTime before = monotonicNow();
-    auto session = startSession();
+    io->push(node0, frame, {base + 3'600'000'000, V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC});
+    io->push(node0, frame, {base - 60'000'000, V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC});
     ASSERT_TRUE(pumpUntil([&] { return delegate->frameCount(0) == 9; }));
     const MediaTime after = monotonicNow();
     const std::vector<MediaTime> times = delegate->frameTimes(0);
