@@ -82,6 +82,8 @@ public:
 
 private:
     std::optional<QString> startDisplay();
+    std::optional<QString> startUsableDisplay();
+    std::optional<QString> startOnce(int timeoutMs);
     QStringList windowIds(const QString& windowTitle) const;
     QProcessEnvironment appEnvironment() const;
     bool run(const QString& program, const QStringList& arguments, int timeoutMs = 10000,
