@@ -178,6 +178,7 @@ private:
     void recordingStartFailed(const QString& folderError, bool folderMissing);
     void saveRecording(std::shared_ptr<PartialRecording> partial, bool finished);
     void checkRecordingFolder();
+    void scheduleFolderCheck();
     void checkStorage(std::optional<std::int64_t> freeBytes, const StorageBudget& budget);
     void scheduleStorageTick(StorageBudget budget, std::uint64_t generation);
     void storageTick(StorageBudget budget, std::uint64_t generation);

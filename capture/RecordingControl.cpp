@@ -94,7 +94,7 @@ void CameraManagerMac::recordingStartFailed(const QString& folderError, bool fol
                     "prüfen oder einen anderen wählen."));
     if (folderMissing) {
         m_folderReachable = false;
-        checkRecordingFolder();
+        scheduleFolderCheck();
     }
 }
 
@@ -228,7 +228,7 @@ void CameraManagerMac::saveRecording(std::shared_ptr<PartialRecording> partial, 
                 weak->m_activeTempFile.reset();
                 // It is saved from its partial file once the drive is back.
                 weak->m_folderReachable = false;
-                weak->checkRecordingFolder();
+                weak->scheduleFolderCheck();
                 break;
             }
             weak->setSavingRecording(false);
@@ -302,11 +302,13 @@ void CameraManagerMac::checkRecordingFolder() {
             if (reachable && !wasReachable)
                 weak->recoverLeftoverRecordings();
             if (!reachable)
-                weak->m_folderWatch =
-                    weak->m_scheduler.after(std::chrono::seconds(5), weak.data(), [weak] {
-                        if (weak)
-                            weak->checkRecordingFolder();
-                    });
+                weak->scheduleFolderCheck();
         });
     });
+}
+
+void CameraManagerMac::scheduleFolderCheck() {
+    m_folderWatch.cancel();
+    m_folderWatch =
+        m_scheduler.after(std::chrono::seconds(5), this, [this] { checkRecordingFolder(); });
 }
