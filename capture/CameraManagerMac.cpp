@@ -2,6 +2,7 @@
 
 #include "capture/AudioLevel.h"
 #include "capture/FrameStore.h"
+#include "capture/RecordingFiles.h"
 #include "diagnostics/OstrelLog.h"
 #include "imaging/Stabilizer.h"
 #include "recording/RecordingEngine.h"
@@ -9,6 +10,7 @@
 #include "runtime/SerialQueue.h"
 
 #include <QDir>
+#include <QStandardPaths>
 
 namespace {
 
@@ -43,7 +45,8 @@ CameraManagerMac::CameraManagerMac(CaptureBackend& backend, SettingsStore& setti
       m_scheduler(options.scheduler ? *options.scheduler : Scheduler::system()),
       m_options(std::move(options)) {
     if (m_options.tempFolder.isEmpty())
-        m_options.tempFolder = QDir::tempPath();
+        m_options.tempFolder =
+            QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
 
     m_camQueue = std::make_unique<SerialQueue>("com.ostrel.cam.config");
     m_frameQueue = std::make_unique<SerialQueue>("com.ostrel.cam.frames");
@@ -51,6 +54,7 @@ CameraManagerMac::CameraManagerMac(CaptureBackend& backend, SettingsStore& setti
     m_camQueues[1] = std::make_unique<SerialQueue>("com.ostrel.cam.video1");
     m_snapshotQueue = std::make_unique<SerialQueue>("com.ostrel.snapshot");
     m_storageQueue = std::make_unique<SerialQueue>("com.ostrel.storage");
+    m_fileQueue = std::make_unique<SerialQueue>("com.ostrel.files");
 
     m_recorder = std::make_unique<RecordingEngine>();
     m_stabilizer = std::make_unique<Stabilizer>(m_settings);
@@ -98,6 +102,7 @@ CameraManagerMac::~CameraManagerMac() {
     m_frameQueue->drain();
     m_snapshotQueue->drain();
     m_storageQueue->drain();
+    m_fileQueue->drain();
     m_delegate.reset();
 }
 
@@ -259,6 +264,15 @@ void CameraManagerMac::setSaveURL(const QUrl& url) {
         return;
     m_saveURL = url;
     emit saveURLChanged();
+    m_folderReachable.reset();
+    checkRecordingFolder(); // a new folder may hold a crashed run's recording
+}
+
+void CameraManagerMac::setSavingRecording(bool saving) {
+    if (saving == m_savingRecording)
+        return;
+    m_savingRecording = saving;
+    emit savingRecordingChanged();
 }
 
 QVariantMap CameraManagerMac::fpsMap() const {

@@ -19,6 +19,7 @@
 #include <memory>
 #include <optional>
 
+class PartialRecording;
 class RecordingEngine;
 class SerialQueue;
 class SettingsStore;
@@ -36,6 +37,8 @@ class CameraManagerMac : public QObject {
     Q_PROPERTY(bool running READ running NOTIFY runningChanged)
     Q_PROPERTY(int connectedCount READ connectedCount NOTIFY connectedCountChanged)
     Q_PROPERTY(bool isRecording READ isRecording NOTIFY isRecordingChanged)
+    // A finished recording is being moved into the folder (on a worker thread).
+    Q_PROPERTY(bool savingRecording READ savingRecording NOTIFY savingRecordingChanged)
     Q_PROPERTY(float audioLevel READ audioLevel NOTIFY audioLevelChanged)
     Q_PROPERTY(QVariantMap fps READ fpsMap NOTIFY fpsChanged)
     // Null while not recording.
@@ -53,7 +56,10 @@ class CameraManagerMac : public QObject {
 public:
     struct Options {
         Scheduler* scheduler = nullptr; // Scheduler::system() when null
-        QString tempFolder;             // the system's temporary folder when empty
+        // Where recordings are written while no recording folder is set: a folder on disk
+        // (never the system's temporary folder, often a RAM disk). The application's data
+        // folder when empty.
+        QString tempFolder;
         // Free bytes for a recording at (temporary folder, recording folder, temporary file);
         // measured off the main thread. The real volumes when empty.
         std::function<std::optional<std::int64_t>(const QString&, const std::optional<QString>&,
@@ -77,6 +83,7 @@ public:
     bool running() const { return m_running; }
     int connectedCount() const { return m_connectedCount; }
     bool isRecording() const { return m_isRecording; }
+    bool savingRecording() const { return m_savingRecording; }
     float audioLevel() const { return m_audioLevel; }
     const std::map<int, int>& fps() const { return m_fps; }
     std::optional<int> writerFPS() const { return m_writerFPS; }
@@ -120,11 +127,13 @@ public:
     Stabilizer& stabilizer() { return *m_stabilizer; }
     RecordingEngine& recorder() { return *m_recorder; }
 
-    // The temporary file of the current (or the last unsaved) recording.
+    // The file of the current recording while it is written (or the last unsaved one).
     std::optional<QString> activeTempFile() const { return m_activeTempFile; }
-    // Moves recordings a crashed run left in the temporary folder into the recording folder.
-    // Returns how many were saved.
-    int recoverLeftoverRecordings();
+    // Recovers, on a worker, every recording a crashed run left unfinished in the recording
+    // folder (or in the folder used without one) into the recording folder; emits
+    // `leftoversRecovered` with how many were saved. Runs by itself whenever the recording
+    // folder is set or becomes reachable again.
+    void recoverLeftoverRecordings();
 
     // Hot-plug notifications (main thread; the discovery's signal is queued to it).
     void deviceConnected(const CaptureDevice& device);
@@ -153,6 +162,8 @@ signals:
     void saveURLChanged();
     void liveRefreshIntervalChanged();
     void recordingNoticeChanged();
+    void savingRecordingChanged();
+    void leftoversRecovered(int saved);
 
 private:
     class Delegate;
@@ -183,7 +194,10 @@ private:
 
     // Recording, main thread.
     void recordingFinished(std::optional<QString> file, std::optional<QString> error);
-    void moveRecordingToFolder(const QString& tempFile);
+    void recordingStartFailed(const QString& folderError, bool folderMissing);
+    void saveRecording(std::shared_ptr<PartialRecording> partial, bool finished);
+    void checkRecordingFolder();
+    void scheduleFolderCheck();
     void checkStorage(std::optional<std::int64_t> freeBytes, const StorageBudget& budget);
     void scheduleStorageTick(StorageBudget budget, std::uint64_t generation);
     void storageTick(StorageBudget budget, std::uint64_t generation);
@@ -199,6 +213,7 @@ private:
     void setRunning(bool running);
     void setConnectedCount(int count);
     void setRecording(bool recording);
+    void setSavingRecording(bool saving);
     void setAudioLevel(float level);
     void setFPS(std::map<int, int> fps);
     void setWriterFPS(std::optional<int> fps);
@@ -261,6 +276,11 @@ private:
     std::unique_ptr<Stabilizer> m_stabilizer;
     bool m_stoppingRecording = false;
     std::optional<QString> m_activeTempFile;
+    std::shared_ptr<PartialRecording> m_activePartial; // holds the lock of the file written
+    bool m_savingRecording = false;
+    std::unique_ptr<SerialQueue> m_fileQueue; // moving, syncing, recovering, folder checks
+    std::optional<bool> m_folderReachable;    // of the folder last checked
+    ScheduledTask m_folderWatch;              // re-checks an unreachable folder
     QString m_wideUID;
     QString m_macroUID;
     QString m_micUID;

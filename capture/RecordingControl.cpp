@@ -5,6 +5,7 @@
 
 #include "capture/FrameStore.h"
 #include "capture/RecordingFiles.h"
+#include "capture/RecordingRecovery.h"
 #include "diagnostics/OstrelLog.h"
 #include "recording/Photos.h"
 #include "recording/RecordingEngine.h"
@@ -15,6 +16,8 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
+
+#include <variant>
 
 namespace {
 
@@ -31,9 +34,10 @@ void CameraManagerMac::startRecording(int width, int height, bool withAudio, con
     setRecording(true);
     m_stoppingRecording = false;
     const bool sound = withAudio && m_micActive;
-    const QString tempFile =
-        temporaryRecordingPath(m_options.tempFolder, QDateTime::currentDateTimeUtc());
-    m_activeTempFile = tempFile;
+    // Written where it will be saved, so saving is a rename on the same drive.
+    const bool haveFolder = !m_saveURL.isEmpty();
+    const QString folder = haveFolder ? m_saveURL.toLocalFile() : m_options.tempFolder;
+    const qint64 startSeconds = QDateTime::currentSecsSinceEpoch();
 
     QPointer<CameraManagerMac> weak(this);
     RecordingEngine* recorder = m_recorder.get();
@@ -41,8 +45,22 @@ void CameraManagerMac::startRecording(int width, int height, bool withAudio, con
     m_frameQueue->async([=] {
         if (!weak)
             return;
+        // Creating the locked file is the check that the folder can be written.
+        auto created = PartialRecording::create(folder, startSeconds, !haveFolder);
+        if (const QString* folderError = std::get_if<QString>(&created)) {
+            const bool missing = !QFileInfo(folder).isDir();
+            runOn(weak.data(), [=, error = *folderError] {
+                if (weak)
+                    weak->recordingStartFailed(error, missing);
+            });
+            return;
+        }
+        std::shared_ptr<PartialRecording> partial =
+            std::move(std::get<std::unique_ptr<PartialRecording>>(created));
         const std::optional<QString> error =
-            recorder->start(tempFile, width, height, sound, overlayBuffer, macroFraction);
+            recorder->start(partial->path(), width, height, sound, overlayBuffer, macroFraction);
+        if (error)
+            partial->discard();
         runOn(weak.data(), [=] {
             if (!weak)
                 return;
@@ -53,6 +71,8 @@ void CameraManagerMac::startRecording(int width, int height, bool withAudio, con
                           QStringLiteral("Aufnahme-Start fehlgeschlagen: ") + *error);
                 return;
             }
+            weak->m_activePartial = partial;
+            weak->m_activeTempFile = partial->path();
             weak->startStorageMonitor(width >= 2560);
             weak->startPressureWatch(width, height);
             ostrelLog(LogLevel::event,
@@ -62,6 +82,21 @@ void CameraManagerMac::startRecording(int width, int height, bool withAudio, con
                           .arg(sound ? QStringLiteral("an") : QStringLiteral("aus")));
         });
     });
+}
+
+void CameraManagerMac::recordingStartFailed(const QString& folderError, bool folderMissing) {
+    setRecording(false);
+    setStatus(CameraStatus::recordingError);
+    ostrelLog(LogLevel::error,
+              QStringLiteral("Aufnahme-Start fehlgeschlagen: Aufnahmeordner nicht beschreibbar (") +
+                  folderError + QStringLiteral(")"));
+    setUserAlert(tr("Aufnahme nicht gestartet: In den Aufnahmeordner kann nicht geschrieben "
+                    "werden (Laufwerk voll, schreibgeschützt oder getrennt?). Bitte den Ordner "
+                    "prüfen oder einen anderen wählen."));
+    if (folderMissing) {
+        m_folderReachable = false;
+        scheduleFolderCheck();
+    }
 }
 
 void CameraManagerMac::startRecordingWith(bool high, bool withAudio, bool watermarkOn,
@@ -102,33 +137,106 @@ void CameraManagerMac::recordingFinished(std::optional<QString> file,
     if (error) {
         setStatus(CameraStatus::recordingError);
         ostrelLog(LogLevel::error, QStringLiteral("Aufnahme-Fehler beim Abschluss: ") + *error);
-    } else if (file) {
-        moveRecordingToFolder(*file);
     }
-    std::function<void()> finished = std::move(onRecordingFinished);
-    onRecordingFinished = nullptr;
-    if (finished)
-        finished();
+    saveRecording(std::move(m_activePartial), file && !error);
 }
 
-void CameraManagerMac::moveRecordingToFolder(const QString& tempFile) {
-    if (m_saveURL.isEmpty()) {
-        ostrelLog(
-            LogLevel::warn,
-            QStringLiteral("Kein Aufnahmeordner gewählt — Datei bleibt im temporären Ordner: ") +
-                QFileInfo(tempFile).fileName());
-        return;
+namespace {
+
+// What became of a finished (or failed) recording's file.
+struct SaveResult {
+    enum class Kind { nothing, saved, unsaved, moveFailed, rescued } kind = Kind::nothing;
+    QString name;  // the saved or kept file's name
+    QString path;  // unsaved: where the file is now
+    QString error; // moveFailed: why
+};
+
+// Moves a finished recording into `folder` under its final name (a rename on the same drive),
+// or without a folder gives it its unsaved name where it is. The file of a recording that
+// failed is saved as far as it was written. File I/O: runs on the file queue.
+SaveResult saveFile(PartialRecording& partial, const std::optional<QString>& folder,
+                    bool finished) {
+    if (!partial.exists())
+        return {}; // nothing was recorded; the writer removed it
+    if (!folder) {
+        const QString kept = QDir(QFileInfo(partial.path()).absolutePath())
+                                 .filePath(unsavedRecordingName(partial.path()));
+        if (finished && !partial.moveTo(kept))
+            return {SaveResult::Kind::unsaved, QFileInfo(kept).fileName(), kept, {}};
+        return {};
+    }
+    if (!finished) {
+        const RecoveryOutcome outcome = recoverPartial(partial, *folder);
+        if (outcome.kind == RecoveryOutcome::Kind::saved)
+            return {SaveResult::Kind::rescued, outcome.name, {}, {}};
+        return {};
     }
     const QString name = finalRecordingName(photoTimestamp());
-    const QString destination = QDir(m_saveURL.toLocalFile()).filePath(name);
-    if (const std::optional<QString> error = moveFileReplacing(tempFile, destination)) {
-        ostrelLog(LogLevel::error, QStringLiteral("Aufnahme speichern fehlgeschlagen: ") + *error);
-        setUserAlert(tr("Aufnahme konnte nicht in den Aufnahmeordner verschoben werden (Laufwerk "
-                        "voll oder getrennt?). Die Datei liegt weiterhin im temporären Ordner."));
-    } else {
-        ostrelLog(LogLevel::event, QStringLiteral("Aufnahme gespeichert: ") + name);
+    if (const std::optional<QString> error = partial.moveTo(QDir(*folder).filePath(name)))
+        return {SaveResult::Kind::moveFailed, {}, {}, *error};
+    return {SaveResult::Kind::saved, name, {}, {}};
+}
+
+} // namespace
+
+void CameraManagerMac::saveRecording(std::shared_ptr<PartialRecording> partial, bool finished) {
+    const auto done = [this] {
+        std::function<void()> callback = std::move(onRecordingFinished);
+        onRecordingFinished = nullptr;
+        if (callback)
+            callback();
+    };
+    if (!partial) {
+        done();
+        return;
     }
-    m_activeTempFile.reset();
+    setSavingRecording(true);
+    const std::optional<QString> folder =
+        m_saveURL.isEmpty() ? std::nullopt : std::optional<QString>(m_saveURL.toLocalFile());
+    QPointer<CameraManagerMac> weak(this);
+    // The lock goes with the file and is released only once it has its final name.
+    m_fileQueue->async([weak, partial = std::move(partial), folder, finished, done]() mutable {
+        const SaveResult result = saveFile(*partial, folder, finished);
+        partial.reset();
+        runOn(weak.data(), [weak, result, done] {
+            if (!weak)
+                return;
+            switch (result.kind) {
+            case SaveResult::Kind::nothing:
+                weak->m_activeTempFile.reset();
+                break;
+            case SaveResult::Kind::unsaved:
+                ostrelLog(LogLevel::warn, QStringLiteral("Kein Aufnahmeordner gewählt — Datei "
+                                                         "bleibt im temporären Ordner: ") +
+                                              result.name);
+                weak->m_activeTempFile = result.path;
+                break;
+            case SaveResult::Kind::saved:
+                ostrelLog(LogLevel::event, QStringLiteral("Aufnahme gespeichert: ") + result.name);
+                weak->m_activeTempFile.reset();
+                break;
+            case SaveResult::Kind::rescued:
+                ostrelLog(LogLevel::event,
+                          QStringLiteral("Aufnahme bis zum Schreibfehler gespeichert: ") +
+                              result.name);
+                weak->m_activeTempFile.reset();
+                break;
+            case SaveResult::Kind::moveFailed:
+                ostrelLog(LogLevel::error,
+                          QStringLiteral("Aufnahme speichern fehlgeschlagen: ") + result.error);
+                weak->setUserAlert(
+                    tr("Aufnahme konnte nicht in den Aufnahmeordner verschoben werden (Laufwerk "
+                       "voll oder getrennt?). Die Datei liegt weiterhin im temporären Ordner."));
+                weak->m_activeTempFile.reset();
+                // It is saved from its partial file once the drive is back.
+                weak->m_folderReachable = false;
+                weak->scheduleFolderCheck();
+                break;
+            }
+            weak->setSavingRecording(false);
+            done();
+        });
+    });
 }
 
 void CameraManagerMac::setMacroFraction(double fraction) {
@@ -163,29 +271,46 @@ void CameraManagerMac::takeSnapshot(bool high, bool watermarkOn, const QString& 
     m_snapshotQueue->async([job = std::move(job)] { renderPhotos(job); });
 }
 
-int CameraManagerMac::recoverLeftoverRecordings() {
+void CameraManagerMac::recoverLeftoverRecordings() {
     if (m_saveURL.isEmpty())
-        return 0;
-    int saved = 0;
-    const QDir folder(m_saveURL.toLocalFile());
-    for (const QString& leftover :
-         leftoverRecordings(m_options.tempFolder, QDateTime::currentDateTimeUtc())) {
-        if (m_activeTempFile == leftover)
-            continue;
-        const QFileInfo info(leftover);
-        if (info.size() == 0) {
-            QFile::remove(leftover); // nothing was recorded before the crash
-            continue;
-        }
-        const QString name = finalRecordingName(
-            info.lastModified().toLocalTime().toString(QStringLiteral("yyyy-MM-dd_HH-mm-ss")));
-        if (QFileInfo::exists(folder.filePath(name)))
-            continue; // never replace a saved recording with a recovered one
-        if (!moveFileReplacing(leftover, folder.filePath(name))) {
-            ostrelLog(LogLevel::event,
-                      QStringLiteral("Aufnahme nach Absturz wiederhergestellt: ") + name);
-            ++saved;
-        }
-    }
-    return saved;
+        return;
+    const QString folder = m_saveURL.toLocalFile();
+    const QStringList places{folder, m_options.tempFolder};
+    QPointer<CameraManagerMac> weak(this);
+    m_fileQueue->async([weak, places, folder] {
+        const int saved = recoverUnownedRecordings(places, folder);
+        runOn(weak.data(), [weak, saved] {
+            if (weak)
+                emit weak->leftoversRecovered(saved);
+        });
+    });
+}
+
+// A folder found unreachable is looked at again every few seconds; when it is back, what a
+// crash or a pulled drive left in it is recovered at once.
+void CameraManagerMac::checkRecordingFolder() {
+    m_folderWatch.cancel();
+    if (m_saveURL.isEmpty())
+        return;
+    const QUrl url = m_saveURL;
+    QPointer<CameraManagerMac> weak(this);
+    m_fileQueue->async([weak, url] {
+        const bool reachable = QFileInfo(url.toLocalFile()).isDir();
+        runOn(weak.data(), [weak, url, reachable] {
+            if (!weak || weak->m_saveURL != url)
+                return;
+            const bool wasReachable = weak->m_folderReachable.value_or(false);
+            weak->m_folderReachable = reachable;
+            if (reachable && !wasReachable)
+                weak->recoverLeftoverRecordings();
+            if (!reachable)
+                weak->scheduleFolderCheck();
+        });
+    });
+}
+
+void CameraManagerMac::scheduleFolderCheck() {
+    m_folderWatch.cancel();
+    m_folderWatch =
+        m_scheduler.after(std::chrono::seconds(5), this, [this] { checkRecordingFolder(); });
 }

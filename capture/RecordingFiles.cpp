@@ -1,13 +1,16 @@
 #include "capture/RecordingFiles.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 #include <cerrno>
 #include <filesystem>
-#include <fstream>
 
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -15,25 +18,157 @@ namespace fs = std::filesystem;
 namespace {
 
 fs::path toPath(const QString& path) {
-    return fs::path(path.toStdString());
+    return fs::path(QFile::encodeName(path).toStdString());
+}
+
+std::error_code lastError() {
+    return {errno, std::generic_category()};
 }
 
 // Makes the copied bytes durable before the original is removed.
 std::error_code syncFile(const fs::path& path) {
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0)
-        return {errno, std::generic_category()};
+        return lastError();
     std::error_code error;
     if (::fsync(fd) != 0)
-        error = {errno, std::generic_category()};
+        error = lastError();
     ::close(fd);
     return error;
 }
 
+void syncFolder(const QString& folder) {
+    const int fd =
+        ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd >= 0) {
+        ::fsync(fd);
+        ::close(fd);
+    }
+}
+
+const QRegularExpression& partialPattern() {
+    static const QRegularExpression pattern(
+        QStringLiteral("^\\.ostrel-(\\d+)(?:-\\d+)?\\.partial\\.mp4$"));
+    return pattern;
+}
+
+QString partialName(qint64 startSeconds, int attempt) {
+    return attempt == 0
+               ? QStringLiteral(".ostrel-%1.partial.mp4").arg(startSeconds)
+               : QStringLiteral(".ostrel-%1-%2.partial.mp4").arg(startSeconds).arg(attempt);
+}
+
+// A new, already locked file at `path`: an unnamed file is locked and only then linked into
+// the folder, so no other process ever sees it unlocked. File systems without unnamed files
+// (FAT, exFAT) get an exclusive create followed by the lock at once.
+int createLocked(const QString& folder, const QString& path, std::error_code& error) {
+    const QByteArray name = QFile::encodeName(path);
+    int fd = ::open(QFile::encodeName(folder).constData(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0644);
+    if (fd >= 0) {
+        if (::flock(fd, LOCK_EX | LOCK_NB) == 0) {
+            const QByteArray proc = QByteArray("/proc/self/fd/") + QByteArray::number(fd);
+            if (::linkat(AT_FDCWD, proc.constData(), AT_FDCWD, name.constData(),
+                         AT_SYMLINK_FOLLOW) == 0)
+                return fd;
+        }
+        error = lastError();
+        ::close(fd);
+        if (error.value() != ENOENT && error.value() != EPERM && error.value() != EOPNOTSUPP)
+            return -1; // EEXIST, or the folder cannot take the name
+    } else if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) {
+        error = lastError();
+        return -1;
+    }
+    fd = ::open(name.constData(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0644);
+    if (fd < 0) {
+        error = lastError();
+        return -1;
+    }
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        error = lastError();
+        ::close(fd);
+        return -1;
+    }
+    error.clear();
+    return fd;
+}
+
 } // namespace
 
-QString temporaryRecordingPath(const QString& tempFolder, const QDateTime& start) {
-    return QDir(tempFolder).filePath(QStringLiteral("ostrel-%1.mp4").arg(start.toSecsSinceEpoch()));
+std::variant<std::unique_ptr<PartialRecording>, QString>
+PartialRecording::create(const QString& folder, qint64 startSeconds, bool createFolder) {
+    if (createFolder)
+        QDir().mkpath(folder);
+    std::error_code error;
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        const QString path = QDir(folder).filePath(partialName(startSeconds, attempt));
+        const int fd = createLocked(folder, path, error);
+        if (fd >= 0)
+            return std::unique_ptr<PartialRecording>(new PartialRecording(fd, path));
+        if (error.value() != EEXIST)
+            break;
+    }
+    return fileErrorText(error);
+}
+
+std::unique_ptr<PartialRecording> PartialRecording::adopt(const QString& path) {
+    const QByteArray name = QFile::encodeName(path);
+    const int fd = ::open(name.constData(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
+    if (fd < 0)
+        return nullptr;
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        ::close(fd);
+        return nullptr;
+    }
+    // The owner may have renamed or removed it just before it let go.
+    struct stat opened {
+    }, named{};
+    if (::fstat(fd, &opened) != 0 || ::stat(name.constData(), &named) != 0 ||
+        opened.st_ino != named.st_ino || opened.st_dev != named.st_dev ||
+        !S_ISREG(opened.st_mode)) {
+        ::close(fd);
+        return nullptr;
+    }
+    return std::unique_ptr<PartialRecording>(new PartialRecording(fd, path));
+}
+
+PartialRecording::~PartialRecording() {
+    if (m_fd >= 0)
+        ::close(m_fd);
+}
+
+std::optional<QString> PartialRecording::moveTo(const QString& destination) {
+    std::error_code error;
+    fs::rename(toPath(m_path), toPath(destination), error);
+    if (!error) {
+        m_path = destination;
+        syncFolder(QFileInfo(destination).absolutePath());
+        return std::nullopt;
+    }
+    if (error != std::errc::cross_device_link)
+        return fileErrorText(error);
+    if (auto failed = moveFileReplacing(m_path, destination))
+        return failed;
+    m_path = destination;
+    return std::nullopt;
+}
+
+void PartialRecording::discard() {
+    QFile::remove(m_path);
+}
+
+bool PartialRecording::exists() const {
+    struct stat info {};
+    return ::fstat(m_fd, &info) == 0 && info.st_nlink > 0;
+}
+
+bool isPartialRecordingName(const QString& fileName) {
+    return partialPattern().match(fileName).hasMatch();
+}
+
+QString unsavedRecordingName(const QString& partialPath) {
+    const QRegularExpressionMatch match = partialPattern().match(QFileInfo(partialPath).fileName());
+    return QStringLiteral("ostrel-%1.mp4").arg(match.hasMatch() ? match.captured(1) : QString());
 }
 
 QString finalRecordingName(const QString& timestamp) {
@@ -43,11 +178,15 @@ QString finalRecordingName(const QString& timestamp) {
 QString fileErrorText(const std::error_code& error) {
     switch (error.value()) {
     case ENOSPC:
+    case EDQUOT:
         return QStringLiteral("Kein Speicherplatz mehr auf dem Laufwerk");
+    case EFBIG:
+        return QStringLiteral("Datei zu groß für das Laufwerk");
     case EACCES:
     case EPERM:
         return QStringLiteral("Keine Schreibberechtigung");
     case ENOENT:
+    case ENOTDIR:
         return QStringLiteral("Datei oder Ordner nicht gefunden");
     case EROFS:
         return QStringLiteral("Laufwerk ist schreibgeschützt");
@@ -91,15 +230,14 @@ std::optional<QString> moveFileReplacing(const QString& source, const QString& d
     return std::nullopt;
 }
 
-QStringList leftoverRecordings(const QString& tempFolder, const QDateTime& now, int quietSeconds) {
+QStringList partialRecordings(const QString& folder) {
     QStringList found;
-    const QDir folder(tempFolder);
-    const auto entries =
-        folder.entryInfoList({QStringLiteral("ostrel-*.mp4")},
-                             QDir::Files | QDir::NoSymLinks | QDir::CaseSensitive, QDir::Name);
-    for (const QFileInfo& entry : entries) {
-        if (entry.lastModified().secsTo(now) >= quietSeconds)
+    const QDir dir(folder);
+    const auto entries = dir.entryInfoList(
+        {QStringLiteral(".ostrel-*.partial.mp4")},
+        QDir::Files | QDir::Hidden | QDir::NoSymLinks | QDir::CaseSensitive, QDir::Name);
+    for (const QFileInfo& entry : entries)
+        if (isPartialRecordingName(entry.fileName()))
             found << entry.absoluteFilePath();
-    }
     return found;
 }

@@ -3,12 +3,52 @@
 #include <QDateTime>
 #include <QString>
 
+#include <memory>
 #include <optional>
 #include <system_error>
+#include <variant>
 
-// Where a recording is written while it runs: "ostrel-<epoch seconds>.mp4" in the temporary
-// folder.
-QString temporaryRecordingPath(const QString& tempFolder, const QDateTime& start);
+// The file of a recording while it is written: hidden in the folder it will be saved to (so
+// saving is a rename on the same drive), named ".ostrel-<epoch seconds>.partial.mp4", and held
+// with an exclusive flock for as long as this object lives. The kernel drops the lock when
+// the process dies, so a crashed recording is recognisable at once and another running
+// instance never takes a file that is still being written.
+class PartialRecording {
+public:
+    // Creates a new partial file in `folder` (made first when `createFolder`), already locked;
+    // the error text when the folder cannot be written.
+    static std::variant<std::unique_ptr<PartialRecording>, QString>
+    create(const QString& folder, qint64 startSeconds, bool createFolder = false);
+    // Takes over the partial file at `path` when no process holds it; null when one does or
+    // the file is gone.
+    static std::unique_ptr<PartialRecording> adopt(const QString& path);
+    ~PartialRecording(); // releases the lock; the file stays
+
+    PartialRecording(const PartialRecording&) = delete;
+    PartialRecording& operator=(const PartialRecording&) = delete;
+
+    const QString& path() const { return m_path; }
+    int fd() const { return m_fd; }
+    // Renames the file (the lock goes with it), replacing what is at `destination`; across
+    // file systems it is copied and synced first. The error text on failure.
+    std::optional<QString> moveTo(const QString& destination);
+    // Removes the file.
+    void discard();
+    // Whether the file still has a name (it may be out of reach, on a pulled drive).
+    bool exists() const;
+
+private:
+    PartialRecording(int fd, QString path) : m_fd(fd), m_path(std::move(path)) {}
+    int m_fd;
+    QString m_path;
+};
+
+// Whether `fileName` names a partial recording file.
+bool isPartialRecordingName(const QString& fileName);
+
+// The name a finished recording keeps when there is no recording folder:
+// "ostrel-<epoch seconds>.mp4", taken from its partial name.
+QString unsavedRecordingName(const QString& partialPath);
 
 // The saved name of a recording finished at the time `timestamp` names.
 QString finalRecordingName(const QString& timestamp);
@@ -22,7 +62,5 @@ std::optional<QString> moveFileReplacing(const QString& source, const QString& d
 // A short German description of a file-system error.
 QString fileErrorText(const std::error_code& error);
 
-// Recordings a crashed run left in `tempFolder`: files "ostrel-*.mp4" not written to for at
-// least `quietSeconds` (so another running instance's recording is left alone).
-QStringList leftoverRecordings(const QString& tempFolder, const QDateTime& now,
-                               int quietSeconds = 30);
+// The partial recording files in `folder`, oldest name first (owned or not).
+QStringList partialRecordings(const QString& folder);

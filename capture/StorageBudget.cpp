@@ -3,10 +3,12 @@
 #include "recording/FileManager.h"
 
 #include <QCoreApplication>
-#include <QFileInfo>
+#include <QFile>
 
 #include <algorithm>
 #include <cmath>
+
+#include <sys/stat.h>
 
 StorageBudget StorageBudget::forResolution(bool high) {
     StorageBudget budget;
@@ -48,11 +50,13 @@ std::optional<std::int64_t> freeBytesAtDestination(const QString& tempFolder,
     if (!recordingFolder)
         return temp;
     std::optional<std::int64_t> destination = volumeFreeBytes(*recordingFolder);
-    if (destination && tempFile) {
-        const QFileInfo written(*tempFile);
-        if (written.exists())
-            *destination -= written.size();
-    }
+    // A file on another drive still has to be copied over; one on the same drive is renamed.
+    struct stat file {
+    }, folder{};
+    if (destination && tempFile && ::stat(QFile::encodeName(*tempFile).constData(), &file) == 0 &&
+        ::stat(QFile::encodeName(*recordingFolder).constData(), &folder) == 0 &&
+        file.st_dev != folder.st_dev)
+        *destination -= std::int64_t(file.st_size);
     if (temp && destination)
         return std::min(*temp, *destination);
     return temp ? temp : destination;

@@ -20,8 +20,9 @@ struct StorageBudget {
 // The free-space label, e.g. "≈ 2 Std 5 Min · 11.2 GB frei".
 QString storageText(std::int64_t freeBytes, bool high);
 
-// Free bytes for a recording: the smaller of the temporary folder's volume and the recording
-// folder's volume, the latter less what the recording has written so far.
+// Free bytes for a recording: the smaller of the free space where it is written and at the
+// recording folder, the latter less the file written so far when that lies on another drive
+// (it will be copied there).
 std::optional<std::int64_t> freeBytesAtDestination(const QString& tempFolder,
                                                    const std::optional<QString>& recordingFolder,
                                                    const std::optional<QString>& tempFile);

@@ -7,6 +7,8 @@
 #include "runtime/MainThread.h"
 #include "runtime/SerialQueue.h"
 
+#include <QFileInfo>
+
 using namespace std::chrono_literals;
 
 void CameraManagerMac::startStorageMonitor(bool high) {
@@ -24,10 +26,12 @@ void CameraManagerMac::scheduleStorageTick(StorageBudget budget, std::uint64_t g
 void CameraManagerMac::storageTick(StorageBudget budget, std::uint64_t generation) {
     if (generation != m_storageGeneration || !m_isRecording)
         return;
-    const QString tempFolder = m_options.tempFolder;
     const std::optional<QString> folder =
         m_saveURL.isEmpty() ? std::nullopt : std::optional<QString>(m_saveURL.toLocalFile());
     const std::optional<QString> tempFile = m_activeTempFile;
+    // The drive the recording is written to (normally the recording folder's own).
+    const QString tempFolder =
+        tempFile ? QFileInfo(*tempFile).absolutePath() : folder.value_or(m_options.tempFolder);
     const auto measure = m_options.freeSpace ? m_options.freeSpace : freeBytesAtDestination;
     QPointer<CameraManagerMac> weak(this);
     // One measurement in flight at a time: the next tick is armed only after this one is back.

@@ -3,8 +3,6 @@
 #include "diagnostics/OstrelLog.h"
 #include "runtime/MainThread.h"
 
-#include <QFile>
-
 #include <algorithm>
 #include <chrono>
 
@@ -29,7 +27,10 @@ RecordingEngine::RecordingEngine()
 RecordingEngine::~RecordingEngine() {
     // Stop the writer's thread first; a finish in progress hands its completion to the queue,
     // which runs it before the queue goes away.
-    m_recordQueue->sync([this] { m_writer.reset(); });
+    m_recordQueue->sync([this] {
+        m_writer.reset();
+        m_finishingWriters.clear();
+    });
     m_recordQueue.reset();
 }
 
@@ -124,7 +125,8 @@ std::optional<QString> RecordingEngine::prepareWriter(const QString& path, int w
     m_winAppends = m_winDropsBase = 0;
     m_dropWarned = false;
     m_overlay = overlay;
-    QFile::remove(path);
+    // The file may be there already (created and locked by the caller); the writer truncates
+    // it in place rather than removing it, so the caller's lock stays on the file written.
     m_fileURL = path;
 
     auto writer = Mp4Writer::create(path);
@@ -144,9 +146,8 @@ std::optional<QString> RecordingEngine::prepareWriter(const QString& path, int w
         std::lock_guard lock(m_lock);
         m_encoderName = writer->videoEncoderName();
     }
-    // A writer still finishing the previous file completes before it is replaced.
+    // The slot is empty here: a finishing writer was moved out of it when its finish began.
     m_writer = std::move(writer);
-    ++m_writerGeneration;
     return std::nullopt;
 }
 
@@ -329,17 +330,20 @@ void RecordingEngine::finish(Completion completion) {
         complete(std::nullopt, QStringLiteral("Keine Bilddaten aufgenommen"));
         return;
     }
-    Mp4Writer* writer = m_writer.get();
-    const std::uint64_t generation = m_writerGeneration;
+    // The finishing writer leaves the slot at once and is owned by its own completion, so a
+    // recording started meanwhile gets a writer of its own and can never replace this one.
+    m_finishingWriters.push_back(std::move(m_writer));
+    Mp4Writer* writer = m_finishingWriters.back().get();
     const QString file = m_fileURL;
+    resetWriter();
     // The writer calls back on its own thread once the file is complete; the rest happens on
     // the recording queue, where the writer may be released.
-    writer->finish([this, writer, generation, file, completion] {
+    writer->finish([this, writer, file, completion] {
         const bool failed = writer->status() == Mp4Writer::Status::failed;
         const QString error = orUnknown(writer->errorText());
-        m_recordQueue->async([this, generation, failed, error, file, completion] {
-            if (generation == m_writerGeneration)
-                resetWriter();
+        m_recordQueue->async([this, writer, failed, error, file, completion] {
+            std::erase_if(m_finishingWriters,
+                          [writer](const auto& w) { return w.get() == writer; });
             if (!completion)
                 return;
             if (failed)
@@ -406,7 +410,15 @@ void RecordingEngine::holdEncodingForTesting(bool held) {
     m_recordQueue->sync([&] {
         if (m_writer)
             m_writer->holdEncoding(held);
+        for (const auto& writer : m_finishingWriters)
+            writer->holdEncoding(held);
     });
+}
+
+int RecordingEngine::finishingWriterCount() {
+    int count = 0;
+    m_recordQueue->sync([&] { count = int(m_finishingWriters.size()); });
+    return count;
 }
 
 void RecordingEngine::injectWriteFaultForTesting() {

@@ -16,6 +16,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <vector>
 
 // Turns the live camera streams into one MP4 file: each Wide frame is composed with the Macro
 // inset and the watermark and appended with its capture time; microphone samples go beside it.
@@ -86,7 +87,9 @@ public:
     // writes fail from now on.
     void setClockForTesting(std::function<double()> clock);
     void holdRecordQueueForTesting(std::shared_future<void> release);
-    void holdEncodingForTesting(bool held);
+    void holdEncodingForTesting(bool held); // also holds writers that are finishing
+    // Tests: how many writers are still completing a file.
+    int finishingWriterCount();
     void injectWriteFaultForTesting();
 
 private:
@@ -103,8 +106,9 @@ private:
 
     // Recording queue only.
     CompositeRenderer m_renderer;
-    std::unique_ptr<ffmpeg::Mp4Writer> m_writer;
-    std::uint64_t m_writerGeneration = 0;
+    std::unique_ptr<ffmpeg::Mp4Writer> m_writer; // the running recording's, or none
+    // Writers completing their files; each is released by its own completion.
+    std::vector<std::unique_ptr<ffmpeg::Mp4Writer>> m_finishingWriters;
     SizeD m_canvas{1920, 1080};
     PixelBuffer m_overlay;
     bool m_sessionStarted = false;

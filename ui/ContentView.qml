@@ -45,6 +45,10 @@ FocusScope {
         onSwapRequested: view.devices.swapWideMacro()
         onFlashed: flashFade.restart()
         onStorageRefreshDue: view.refreshStorage()
+        onFolderMissing: {
+            mainState.logFolderMissing()
+            view.showFolderMissing = true
+        }
     }
 
     // The menu command is ignored while no camera runs; the key and the button leave the
@@ -85,10 +89,7 @@ FocusScope {
         cam.saveURL = recordings.folderURL
         cam.setStabilizationEnabled(settings.stabilizeMacro)
         refreshStorage()
-        if (!recordings.isReachable()) {
-            mainState.logFolderMissing()
-            showFolderMissing = true
-        }
+        mainState.checkFolder(recordings)
         Qt.callLater(() => view.cam.startCapture())
         mainState.bumpActivity()
         forceActiveFocus()
@@ -449,6 +450,13 @@ FocusScope {
                 font.family: Theme.monoFamily
                 font.pixelSize: 15
                 color: view.cam.isRecording ? Theme.alert : Theme.text
+            }
+            Text {
+                objectName: "savingRecording"
+                visible: view.cam.savingRecording
+                text: qsTr("Aufnahme wird gespeichert …")
+                font.pixelSize: 13
+                color: Theme.text
             }
             SymbolIcon {
                 name: mainState.micMuted ? "mic.slash" : "mic"

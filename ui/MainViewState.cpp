@@ -2,13 +2,22 @@
 
 #include "capture/StorageBudget.h"
 #include "diagnostics/OstrelLog.h"
+#include "recording/FileManager.h"
 #include "recording/RecordingsStore.h"
+#include "runtime/MainThread.h"
+#include "runtime/SerialQueue.h"
+
+#include <QFileInfo>
 
 #include <algorithm>
 
-MainViewState::MainViewState(QObject* parent) : QObject(parent), m_scheduler(&Scheduler::system()) {
+MainViewState::MainViewState(QObject* parent)
+    : QObject(parent), m_scheduler(&Scheduler::system()),
+      m_folderQueue(std::make_unique<SerialQueue>("com.ostrel.ui.folder")) {
     startTimers();
 }
+
+MainViewState::~MainViewState() = default;
 
 void MainViewState::setScheduler(Scheduler& scheduler) {
     m_hideWork.cancel();
@@ -131,15 +140,36 @@ void MainViewState::flash() {
 }
 
 void MainViewState::refreshStorage(RecordingsStore* recordings, bool high) {
-    QString text;
-    if (recordings) {
-        if (const auto free = recordings->availableCapacity())
-            text = ::storageText(*free, high);
-    }
-    if (text == m_storageText)
+    const std::uint64_t request = ++m_storageRequest;
+    const QString folder =
+        recordings && !recordings->folderURL().isEmpty() ? recordings->folderPath() : QString();
+    QPointer<MainViewState> weak(this);
+    m_folderQueue->async([weak, folder, high, request] {
+        const std::optional<qint64> free =
+            folder.isEmpty() ? std::nullopt : volumeFreeBytes(folder);
+        const QString text = free ? ::storageText(*free, high) : QString();
+        runOn(weak.data(), [weak, text, request] {
+            if (!weak || request != weak->m_storageRequest || text == weak->m_storageText)
+                return;
+            weak->m_storageText = text;
+            emit weak->storageTextChanged();
+        });
+    });
+}
+
+void MainViewState::checkFolder(RecordingsStore* recordings) {
+    if (!recordings)
         return;
-    m_storageText = text;
-    emit storageTextChanged();
+    const QString folder = recordings->folderURL().isEmpty() ? QString() : recordings->folderPath();
+    QPointer<MainViewState> weak(this);
+    m_folderQueue->async([weak, folder] {
+        const QFileInfo info(folder);
+        const bool reachable = !folder.isEmpty() && info.isDir() && info.isReadable();
+        runOn(weak.data(), [weak, reachable] {
+            if (weak && !reachable)
+                emit weak->folderMissing();
+        });
+    });
 }
 
 void MainViewState::restartCapture() {

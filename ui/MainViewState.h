@@ -7,8 +7,11 @@
 #include <QPointer>
 #include <QString>
 #include <QtQml/qqmlregistration.h>
+#include <memory>
 
 #include "recording/RecordingsStore.h"
+
+class SerialQueue;
 
 // The main view's own state and rules, kept out of QML so they can be tested on a fake clock:
 // the Macro inset size and its limits, the key table, when the control bars hide, the record
@@ -42,6 +45,7 @@ public:
     static constexpr std::chrono::milliseconds storageTick{15000};
 
     explicit MainViewState(QObject* parent = nullptr);
+    ~MainViewState() override;
 
     // Tests: a hand-driven clock. Pending steps of the old clock are dropped and the two timers
     // start again on the new one.
@@ -76,6 +80,9 @@ public:
     Q_INVOKABLE void flash();
     // Free space at the recording folder, formatted; empty when unknown.
     Q_INVOKABLE void refreshStorage(RecordingsStore* recordings, bool high);
+    // Looks at the recording folder off the GUI thread (a pulled or hung drive must not freeze
+    // the window); emits `folderMissing` when it cannot be reached.
+    Q_INVOKABLE void checkFolder(RecordingsStore* recordings);
     // Stops the capture sessions now and starts them again 0.3 s later; a change within that
     // time moves the start.
     Q_INVOKABLE void restartCapture();
@@ -101,6 +108,7 @@ signals:
     void flashed();
     // Every 15 s: time to refresh the free-space text.
     void storageRefreshDue();
+    void folderMissing();
 
 private:
     void setControlsVisible(bool visible);
@@ -120,4 +128,6 @@ private:
     ScheduledTask m_restartWork;
     ScheduledTask m_recTimer;
     ScheduledTask m_storageTimer;
+    std::uint64_t m_storageRequest = 0; // only the newest measurement is shown
+    std::unique_ptr<SerialQueue> m_folderQueue;
 };

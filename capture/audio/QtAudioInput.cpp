@@ -1,5 +1,6 @@
 #include "capture/audio/QtAudioInput.h"
 
+#include "capture/AudioClock.h"
 #include "media/AudioBuffer.h"
 
 #include <QAudioSource>
@@ -41,6 +42,7 @@ public:
                 return QStringLiteral("Format wird nicht unterstützt");
         }
         m_format = *toAudioFormat(format);
+        m_clock.emplace(m_format.sampleRate);
         m_sink = sink;
         m_source = std::make_unique<QAudioSource>(device, format);
         m_io = m_source->start();
@@ -77,14 +79,14 @@ private:
             return;
         AudioBuffer buffer;
         buffer.format = m_format;
-        // The newest sample arrived about now; the buffer started its length earlier.
-        const double seconds = double(data.size() / perFrame) / m_format.sampleRate;
-        buffer.pts = captureClockNow() - mediaTimeFromSeconds(seconds);
+        // Placed by the samples the device delivered, not by when this thread got to them.
+        buffer.pts = m_clock->place(data.size() / perFrame, captureClockNow());
         buffer.bytes = std::make_shared<std::vector<std::uint8_t>>(data.begin(), data.end());
         m_sink->pushAudio(std::move(buffer));
     }
 
     AudioFormat m_format;
+    std::optional<AudioClock> m_clock;
     CaptureSink* m_sink = nullptr;
     std::unique_ptr<QAudioSource> m_source;
     QIODevice* m_io = nullptr;

@@ -4,6 +4,7 @@
 #include "capture/v4l2/DeviceHolder.h"
 #include "capture/v4l2/FrameDecoder.h"
 #include "capture/v4l2/V4l2Errors.h"
+#include "capture/v4l2/V4l2FrameTime.h"
 #include "diagnostics/OstrelLog.h"
 
 #include <linux/videodev2.h>
@@ -161,7 +162,7 @@ void V4l2Input::stream(CaptureSink& sink) {
             return;
         }
         lastFrame = std::chrono::steady_clock::now();
-        const MediaTime pts = captureClockNow();
+        const MediaTime pts = v4l2CaptureTime(buffer, captureClockNow());
         const bool corrupt = buffer.flags & V4L2_BUF_FLAG_ERROR;
         if (!corrupt && buffer.index < m_mappings.size() && sink.wantsVideo()) {
             const Mapping& mapping = m_mappings[buffer.index];

@@ -786,6 +786,10 @@
         <source>Speicher fast voll · ≈ %1 Min</source>
         <translation>Storage almost full · ≈ %1 min</translation>
     </message>
+    <message>
+        <source>Aufnahme nicht gestartet: In den Aufnahmeordner kann nicht geschrieben werden (Laufwerk voll, schreibgeschützt oder getrennt?). Bitte den Ordner prüfen oder einen anderen wählen.</source>
+        <translation>Recording not started: the recording folder cannot be written to (drive full, write-protected or disconnected?). Please check the folder or choose another one.</translation>
+    </message>
 </context>
 <context>
     <name>ContentView</name>
@@ -844,6 +848,10 @@
     <message>
         <source>OK</source>
         <translation>OK</translation>
+    </message>
+    <message>
+        <source>Aufnahme wird gespeichert …</source>
+        <translation>Saving recording …</translation>
     </message>
 </context>
 <context>

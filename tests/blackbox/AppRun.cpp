@@ -12,6 +12,8 @@
 
 #include <csignal>
 
+#include <sys/resource.h>
+
 #ifndef OSTREL_APP_BINARY
 #error "OSTREL_APP_BINARY must name the built app"
 #endif
@@ -94,6 +96,26 @@ std::optional<QString> AppRun::startDisplay() {
     return std::nullopt;
 }
 
+std::optional<QString> AppRun::startUsableDisplay() {
+    // Xvfb servers started side by side now and then end up with a display nobody can reach;
+    // such a server is replaced before the app is started on it.
+    std::optional<QString> error;
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        error = startDisplay();
+        if (!error && run(QStringLiteral("xdotool"), {QStringLiteral("getdisplaygeometry")}))
+            return std::nullopt;
+        if (!error)
+            error = QStringLiteral("display %1 cannot be reached").arg(m_display);
+        if (m_display_server) {
+            m_display_server->kill();
+            m_display_server->waitForFinished(5000);
+            m_display_server.reset();
+        }
+        m_display.clear();
+    }
+    return error;
+}
+
 QProcessEnvironment AppRun::appEnvironment() const {
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME",
@@ -142,11 +164,33 @@ bool AppRun::run(const QString& program, const QStringList& arguments, int timeo
 std::optional<QString> AppRun::start(int timeoutMs) {
     if (isRunning())
         return QStringLiteral("the app is already running");
-    if (auto error = startDisplay())
+    std::optional<QString> error = startOnce(timeoutMs);
+    // A display lost between the check and the app's start: once more on a fresh one.
+    if (error && error->contains(QStringLiteral("could not connect to display"))) {
+        if (m_display_server) {
+            m_display_server->kill();
+            m_display_server->waitForFinished(5000);
+            m_display_server.reset();
+        }
+        m_display.clear();
+        error = startOnce(timeoutMs);
+    }
+    return error;
+}
+
+std::optional<QString> AppRun::startOnce(int timeoutMs) {
+    if (auto error = startUsableDisplay())
         return error;
     m_app = std::make_unique<QProcess>();
     m_app->setProcessChannelMode(QProcess::MergedChannels);
     m_app->setProcessEnvironment(appEnvironment());
+    if (const qint64 limit = m_options.fileSizeLimit; limit > 0) {
+        m_app->setChildProcessModifier([limit] {
+            const rlimit size{rlim_t(limit), rlim_t(limit)};
+            ::setrlimit(RLIMIT_FSIZE, &size);
+            ::signal(SIGXFSZ, SIG_IGN); // ignored dispositions survive exec
+        });
+    }
     m_app->start(ostrelBinary(), m_options.arguments);
     if (!m_app->waitForStarted(10000))
         return QStringLiteral("ostrel did not start: ") + m_app->errorString();

@@ -23,6 +23,9 @@ struct AppRunOptions {
     QVariantMap settings;            // further persisted settings by key
     QStringList arguments;           // command-line arguments of the app
     QProcessEnvironment environment; // added to the app's environment
+    // The app's file-size limit in bytes (RLIMIT_FSIZE), as a drive that fills up; 0: none.
+    // Writes beyond it fail with EFBIG instead of raising SIGXFSZ.
+    qint64 fileSizeLimit = 0;
     int screenWidth = 1920;
     int screenHeight = 1080;
 };
@@ -79,6 +82,8 @@ public:
 
 private:
     std::optional<QString> startDisplay();
+    std::optional<QString> startUsableDisplay();
+    std::optional<QString> startOnce(int timeoutMs);
     QStringList windowIds(const QString& windowTitle) const;
     QProcessEnvironment appEnvironment() const;
     bool run(const QString& program, const QStringList& arguments, int timeoutMs = 10000,

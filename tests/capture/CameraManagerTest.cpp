@@ -1,8 +1,11 @@
 #include "capture/CameraErrorTexts.h"
 #include "capture/CameraManagerMac.h"
 #include "capture/FrameStore.h"
+#include "capture/RecordingFiles.h"
 #include "capture/virtual/VirtualBackend.h"
+#include "recording/MediaProbe.h"
 #include "recording/RecordingEngine.h"
+#include "recording/SyntheticMedia.h"
 #include "settings/SettingsStore.h"
 #include "support/EventLoop.h"
 
@@ -10,6 +13,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -282,6 +286,8 @@ TEST_F(CameraManagerTest, RecordingLandsInTheFolderUnderItsFinalName) {
     const QStringList saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
     ASSERT_EQ(saved.size(), 1);
     EXPECT_TRUE(filesIn(tempFolder(), QStringLiteral("*")).isEmpty());
+    EXPECT_TRUE(partialRecordings(folder()).isEmpty()) << "renamed, not copied";
+    EXPECT_FALSE(cam.savingRecording());
     const QStringList messages = log.messages();
     EXPECT_EQ(messages.count(QStringLiteral("Aufnahme läuft (1920×1080, Audio: aus)")), 1)
         << "no microphone assigned: no sound";
@@ -311,17 +317,23 @@ TEST_F(CameraManagerTest, RecordWhileNotRunningDoesNothingAndLogsNothing) {
     EXPECT_TRUE(log.messages().isEmpty());
 }
 
-TEST_F(CameraManagerTest, FailedStartShowsTheRecordingError) {
+TEST_F(CameraManagerTest, FolderThatCannotBeWrittenStopsTheStartWithAnAlert) {
     CameraManagerMac& cam = live();
-    ASSERT_TRUE(QDir(tempFolder()).removeRecursively()); // the writer cannot open its file
+    ASSERT_TRUE(QDir(folder()).removeRecursively()); // the drive is gone
     cam.startRecordingWith(false, false, false, QString(), 0.3);
     ASSERT_TRUE(pumpUntil([&] { return !cam.isRecording(); }));
     EXPECT_EQ(cam.status(), CameraStatus::recordingError);
+    EXPECT_EQ(cam.userAlert(),
+              QStringLiteral("Aufnahme nicht gestartet: In den Aufnahmeordner kann nicht "
+                             "geschrieben werden (Laufwerk voll, schreibgeschützt oder "
+                             "getrennt?). Bitte den Ordner prüfen oder einen anderen wählen."));
     const auto entries = log.entries();
     ASSERT_FALSE(entries.empty());
     EXPECT_EQ(entries.back().first, LogLevel::error);
-    EXPECT_TRUE(
-        entries.back().second.startsWith(QStringLiteral("Aufnahme-Start fehlgeschlagen: ")));
+    EXPECT_EQ(entries.back().second,
+              QStringLiteral("Aufnahme-Start fehlgeschlagen: Aufnahmeordner nicht beschreibbar "
+                             "(Datei oder Ordner nicht gefunden)"));
+    EXPECT_EQ(cam.recorder().counters().framesAppended, 0) << "nothing recorded into the void";
     cam.stopRecording(); // nothing to stop
     pumpPosted();
     EXPECT_EQ(log.entries().size(), entries.size());
@@ -363,22 +375,37 @@ TEST_F(CameraManagerTest, WithoutFolderTheFileStaysInTheTemporaryFolder) {
                   temp[0]);
 }
 
-TEST_F(CameraManagerTest, VanishedFolderKeepsTheFileAndAlerts) {
+TEST_F(CameraManagerTest, VanishedFolderAlertsAndTheRecordingIsSavedWhenItIsBack) {
     CameraManagerMac& cam = live();
     cam.startRecordingWith(false, false, false, QString(), 0.3);
-    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 3; }));
-    ASSERT_TRUE(QDir(folder()).removeRecursively()); // the drive was pulled
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 20; }));
+    // The drive is pulled: the folder, with the file being written, is no longer there.
+    const QString away = dir.filePath(QStringLiteral("abgezogen"));
+    ASSERT_TRUE(QDir().rename(folder(), away));
     bool finished = false;
     cam.onRecordingFinished = [&] { finished = true; };
     cam.stopRecording();
     ASSERT_TRUE(pumpUntil([&] { return finished; }));
-    EXPECT_EQ(filesIn(tempFolder(), QStringLiteral("ostrel-*.mp4")).size(), 1);
     ASSERT_TRUE(cam.userAlert());
     EXPECT_TRUE(cam.userAlert()->startsWith(
         QStringLiteral("Aufnahme konnte nicht in den Aufnahmeordner verschoben werden")));
     EXPECT_TRUE(
         log.messages().last().startsWith(QStringLiteral("Aufnahme speichern fehlgeschlagen: ")));
     EXPECT_FALSE(cam.activeTempFile());
+    EXPECT_EQ(partialRecordings(away).size(), 1);
+
+    // Plugged in again: found at the next look and saved at once.
+    QSignalSpy recovered(&cam, &CameraManagerMac::leftoversRecovered);
+    ASSERT_TRUE(QDir().rename(away, folder()));
+    scheduler.advance(5s);
+    ASSERT_TRUE(pumpUntil([&] { return recovered.count() == 1; }));
+    EXPECT_EQ(recovered.first().first().toInt(), 1);
+    const QStringList saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
+    ASSERT_EQ(saved.size(), 1);
+    EXPECT_TRUE(log.messages().contains(
+        QStringLiteral("Aufnahme nach Absturz wiederhergestellt: ") + saved[0]));
+    EXPECT_GE(decodedVideoFrames(QDir(folder()).filePath(saved[0])), 20);
+    EXPECT_TRUE(partialRecordings(folder()).isEmpty());
 }
 
 TEST_F(CameraManagerTest, StorageMonitorWarnsOnceThenStopsTheRecording) {
@@ -440,22 +467,56 @@ TEST_F(CameraManagerTest, PhotoNeedsALivePictureAndWritesThreeFiles) {
     ASSERT_TRUE(pumpUntil([&] { return filesIn(folder(), QStringLiteral("*.jpg")).size() == 3; }));
 }
 
-TEST_F(CameraManagerTest, LeftoverRecordingOfACrashIsRecovered) {
-    const QString leftover = QDir(tempFolder()).filePath(QStringLiteral("ostrel-1763301909.mp4"));
-    QFile file(leftover);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(QByteArray(1000, 'x'));
-    file.flush();
-    ASSERT_TRUE(file.setFileTime(QDateTime::currentDateTime().addSecs(-600),
-                                 QFileDevice::FileModificationTime));
-    file.close();
-    CameraManagerMac& cam = make();
-    EXPECT_EQ(cam.recoverLeftoverRecordings(), 1);
+// What a run that died mid-recording leaves: a partial file with some complete fragments,
+// whose lock went with the process.
+void recordAbandoned(const QString& path, int frames) {
+    RecordingEngine engine;
+    ASSERT_EQ(engine.start(path, 320, 180, false, {}, 0.3), std::nullopt);
+    for (int i = 0; i < frames; ++i) {
+        FrameJob job;
+        job.wide = syntheticFrame(320, 180, i);
+        job.pts = std::chrono::seconds(10) + i * MediaTime(33'333'333);
+        engine.enqueueFrame(job);
+        engine.waitUntilIdle();
+    }
+} // the engine goes without finishing: the file keeps its fragments and no duration
+
+TEST_F(CameraManagerTest, CrashedRecordingIsRecoveredAtOnceButNotOneStillBeingWritten) {
+    auto crashed = PartialRecording::create(folder(), 1763301909);
+    auto running = PartialRecording::create(folder(), 1763301999);
+    ASSERT_TRUE(std::holds_alternative<std::unique_ptr<PartialRecording>>(crashed));
+    ASSERT_TRUE(std::holds_alternative<std::unique_ptr<PartialRecording>>(running));
+    const QString crashedPath = std::get<std::unique_ptr<PartialRecording>>(crashed)->path();
+    const QString runningPath = std::get<std::unique_ptr<PartialRecording>>(running)->path();
+    recordAbandoned(crashedPath, 150);
+    crashed = QString();                           // its owner died just now
+    QFile(runningPath).open(QIODevice::WriteOnly); // another instance is writing this one
+
+    CameraManagerMac::Options options; // set up as the app does, the folder given afterwards
+    options.scheduler = &scheduler;
+    options.tempFolder = tempFolder();
+    manager = std::make_unique<CameraManagerMac>(backend, *settings, options);
+    QSignalSpy recovered(manager.get(), &CameraManagerMac::leftoversRecovered);
+    manager->setSaveURL(QUrl::fromLocalFile(folder()));
+    ASSERT_TRUE(pumpUntil([&] { return recovered.count() == 1; }));
+    EXPECT_EQ(recovered.first().first().toInt(), 1);
+
     const QStringList saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
     ASSERT_EQ(saved.size(), 1);
     EXPECT_EQ(log.messages().last(),
               QStringLiteral("Aufnahme nach Absturz wiederhergestellt: ") + saved[0]);
-    EXPECT_FALSE(QFile::exists(leftover));
+    EXPECT_FALSE(QFile::exists(crashedPath));
+    EXPECT_TRUE(QFile::exists(runningPath)) << "held by its writer: never taken";
+    const QString file = QDir(folder()).filePath(saved[0]);
+    const ProbedFile probed = probeFile(file);
+    const int frames = decodedVideoFrames(file);
+    EXPECT_GE(frames, 60);
+    EXPECT_NEAR(probed.duration(), frames / 30.0, 0.15);
+    if (haveGstreamerDiscoverer()) {
+        const std::optional<double> shown = gstreamerDuration(file);
+        ASSERT_TRUE(shown);
+        EXPECT_NEAR(*shown, probed.duration(), 1.0);
+    }
 }
 
 // A stop while a start is in flight: the start's late outcome must not bring back "Live", a

@@ -32,6 +32,7 @@ public:
             const int i = tagged->index;
             ++frames[i];
             lastSize[i] = QSize(buffer.image.width(), buffer.image.height());
+            times[i].push_back(buffer.pts);
             if (expectedQueues[i] && !expectedQueues[i]->isCurrent())
                 ++wrongQueue;
         } else if (buffer.isAudio()) {
@@ -53,10 +54,15 @@ public:
         std::lock_guard guard(lock);
         return lastSize[i];
     }
+    std::vector<MediaTime> frameTimes(int i) {
+        std::lock_guard guard(lock);
+        return times[i];
+    }
 
     std::mutex lock;
     int frames[2] = {0, 0};
     QSize lastSize[2];
+    std::vector<MediaTime> times[2];
     int audioBuffers = 0;
     AudioBuffer lastAudio;
     int wrongQueue = 0;

@@ -32,8 +32,15 @@ struct RecordedCamera {
     std::vector<Format> formats;
     v4l2_pix_format current{};
     std::deque<std::vector<std::uint8_t>> frames; // what DQBUF hands out, in order
-    int errorAfterFrames = 0;                     // errno of DQBUF once they are used up
-    std::map<unsigned long, int> failing;         // ioctl request -> errno
+    // The kernel's capture stamp of each frame (timestamp and flags of the buffer); frames
+    // beyond the list get none.
+    struct Stamp {
+        std::int64_t microseconds = 0;
+        std::uint32_t flags = 0;
+    };
+    std::deque<Stamp> stamps;
+    int errorAfterFrames = 0;             // errno of DQBUF once they are used up
+    std::map<unsigned long, int> failing; // ioctl request -> errno
     int openError = 0;
     // STREAMON fails with ENOSPC (no USB bandwidth) for pictures larger than this; 0: never.
     long maxStreamPixels = 0;
@@ -219,6 +226,15 @@ public:
             std::memcpy(memory.data(), frame.data(), std::min(frame.size(), memory.size()));
             buffer->bytesused = std::uint32_t(frame.size());
             c.frames.pop_front();
+            buffer->flags = 0;
+            buffer->timestamp = {};
+            if (!c.stamps.empty()) {
+                const RecordedCamera::Stamp stamp = c.stamps.front();
+                c.stamps.pop_front();
+                buffer->flags = stamp.flags;
+                buffer->timestamp.tv_sec = time_t(stamp.microseconds / 1000000);
+                buffer->timestamp.tv_usec = suseconds_t(stamp.microseconds % 1000000);
+            }
             return 0;
         }
         case VIDIOC_STREAMON:
@@ -238,6 +254,12 @@ public:
     }
     void push(const std::string& node, std::vector<std::uint8_t> frame) {
         std::lock_guard guard(m_lock);
+        cameras[node].frames.push_back(std::move(frame));
+    }
+    void push(const std::string& node, std::vector<std::uint8_t> frame,
+              RecordedCamera::Stamp stamp) {
+        std::lock_guard guard(m_lock);
+        cameras[node].stamps.push_back(stamp);
         cameras[node].frames.push_back(std::move(frame));
     }
     void failAfterFrames(const std::string& node, int error) {

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -31,11 +32,68 @@ bool sameFileSystem(const QString& a, const QString& b) {
 } // namespace
 
 TEST(RecordingFiles, NamesFollowThePatterns) {
-    const QDateTime start = QDateTime::fromSecsSinceEpoch(1763301909, Qt::UTC);
-    EXPECT_EQ(temporaryRecordingPath(QStringLiteral("/tmp"), start),
-              QStringLiteral("/tmp/ostrel-1763301909.mp4"));
     EXPECT_EQ(finalRecordingName(QStringLiteral("2026-11-16_14-05-09")),
               QStringLiteral("OSTREL-2026-11-16_14-05-09.mp4"));
+    EXPECT_TRUE(isPartialRecordingName(QStringLiteral(".ostrel-1763301909.partial.mp4")));
+    EXPECT_TRUE(isPartialRecordingName(QStringLiteral(".ostrel-1763301909-2.partial.mp4")));
+    for (const char* other : {"ostrel-1763301909.mp4", "OSTREL-2026-11-16_14-05-09.mp4",
+                              ".ostrel-x.partial.mp4", ".ostrel-1.partial.mp4.part"})
+        EXPECT_FALSE(isPartialRecordingName(QString::fromLatin1(other))) << other;
+    EXPECT_EQ(unsavedRecordingName(QStringLiteral("/a/.ostrel-1763301909-2.partial.mp4")),
+              QStringLiteral("ostrel-1763301909.mp4"));
+}
+
+TEST(RecordingFiles, APartialFileIsHiddenLockedAndFreedWithItsOwner) {
+    QTemporaryDir dir;
+    auto created = PartialRecording::create(dir.path(), 1763301909);
+    ASSERT_TRUE(std::holds_alternative<std::unique_ptr<PartialRecording>>(created));
+    auto owner = std::move(std::get<std::unique_ptr<PartialRecording>>(created));
+    EXPECT_EQ(owner->path(), dir.filePath(QStringLiteral(".ostrel-1763301909.partial.mp4")));
+    EXPECT_EQ(partialRecordings(dir.path()), QStringList{owner->path()});
+
+    // A second one in the same second gets its own name.
+    auto again = PartialRecording::create(dir.path(), 1763301909);
+    ASSERT_TRUE(std::holds_alternative<std::unique_ptr<PartialRecording>>(again));
+    EXPECT_EQ(std::get<std::unique_ptr<PartialRecording>>(again)->path(),
+              dir.filePath(QStringLiteral(".ostrel-1763301909-1.partial.mp4")));
+
+    // Nobody else takes it while it is held, however recently it was written.
+    EXPECT_EQ(PartialRecording::adopt(owner->path()), nullptr);
+    QProcess other; // another process, as another instance of the app would be
+    other.start(QStringLiteral("flock"),
+                {QStringLiteral("-n"), owner->path(), QStringLiteral("true")});
+    ASSERT_TRUE(other.waitForFinished());
+    EXPECT_NE(other.exitCode(), 0);
+
+    const QString path = owner->path();
+    owner.reset(); // as when the process dies
+    auto adopted = PartialRecording::adopt(path);
+    ASSERT_NE(adopted, nullptr);
+    EXPECT_EQ(PartialRecording::adopt(path), nullptr) << "now the adopter holds it";
+
+    // The lock moves with the file when it gets its final name.
+    const QString saved = dir.filePath(QStringLiteral("OSTREL-x.mp4"));
+    EXPECT_EQ(adopted->moveTo(saved), std::nullopt);
+    EXPECT_FALSE(QFileInfo::exists(path));
+    other.start(QStringLiteral("flock"), {QStringLiteral("-n"), saved, QStringLiteral("true")});
+    ASSERT_TRUE(other.waitForFinished());
+    EXPECT_NE(other.exitCode(), 0);
+    EXPECT_EQ(PartialRecording::adopt(dir.filePath(QStringLiteral("fehlt.mp4"))), nullptr);
+}
+
+TEST(RecordingFiles, AFolderThatCannotBeWrittenIsReportedAtCreation) {
+    QTemporaryDir dir;
+    auto missing = PartialRecording::create(dir.filePath(QStringLiteral("entfernt")), 1);
+    ASSERT_TRUE(std::holds_alternative<QString>(missing));
+    EXPECT_EQ(std::get<QString>(missing), QStringLiteral("Datei oder Ordner nicht gefunden"));
+
+    auto made = PartialRecording::create(dir.filePath(QStringLiteral("neu/tief")), 1, true);
+    EXPECT_TRUE(std::holds_alternative<std::unique_ptr<PartialRecording>>(made))
+        << "the folder used without a recording folder is made on demand";
+
+    const QString plainFile = dir.filePath(QStringLiteral("datei"));
+    ASSERT_TRUE(writeFile(plainFile, "x"));
+    EXPECT_TRUE(std::holds_alternative<QString>(PartialRecording::create(plainFile, 1)));
 }
 
 TEST(RecordingFiles, MoveReplacesAFileOfTheSameName) {
@@ -81,22 +139,4 @@ TEST(RecordingFiles, MoveAcrossFileSystemsCopiesThenRemoves) {
     ASSERT_TRUE(writeFile(source, bytes));
     EXPECT_TRUE(moveFileReplacing(source, there.filePath(QStringLiteral("weg/OSTREL-z.mp4"))));
     EXPECT_EQ(readFile(source), bytes);
-}
-
-TEST(RecordingFiles, LeftoversAreOldTemporaryRecordingsOnly) {
-    QTemporaryDir dir;
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    for (const char* name : {"ostrel-100.mp4", "ostrel-200.mp4", "ostrel-diagnose.log",
-                             "OSTREL-2026-11-16_14-05-09.mp4", "anderes.mp4"})
-        ASSERT_TRUE(writeFile(dir.filePath(QString::fromLatin1(name)), "x"));
-    QFile old(dir.filePath(QStringLiteral("ostrel-100.mp4")));
-    ASSERT_TRUE(old.open(QIODevice::ReadWrite));
-    ASSERT_TRUE(old.setFileTime(now.addSecs(-3600), QFileDevice::FileModificationTime));
-    old.close();
-
-    const QStringList found = leftoverRecordings(dir.path(), now);
-    EXPECT_EQ(found, QStringList{dir.filePath(QStringLiteral("ostrel-100.mp4"))})
-        << "ostrel-200.mp4 was written just now and may still be recording";
-    EXPECT_EQ(leftoverRecordings(dir.path(), now.addSecs(60)).size(), 2);
-    EXPECT_TRUE(leftoverRecordings(dir.filePath(QStringLiteral("fehlt")), now).isEmpty());
 }

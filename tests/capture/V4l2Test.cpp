@@ -265,6 +265,39 @@ TEST_F(V4l2StreamTest, DecodesMjpegDropsATruncatedFrameAndEndsOnEnodev) {
     EXPECT_EQ(io->opened, io->closed);
 }
 
+TEST_F(V4l2StreamTest, FramesCarryTheKernelsCaptureTimeNotTheirDequeueTime) {
+    using namespace std::chrono;
+    const auto monotonicNow = [] {
+        return duration_cast<MediaTime>(steady_clock::now().time_since_epoch());
+    };
+    auto session = startSession();
+    ASSERT_TRUE(session->isRunning());
+    // Captured at uneven moments just now and all dequeued together, as on a machine too busy
+    // to take them when they came.
+    const MediaTime before = monotonicNow();
+    const std::int64_t base = duration_cast<microseconds>(before).count() - 300'000;
+    const std::int64_t offsets[] = {0, 33'100, 71'400, 99'900, 140'050, 166'700};
+    const auto frame = jpegFrame(1920, 1080);
+    for (const std::int64_t offset : offsets)
+        io->push(node0, frame,
+                 {base + offset, V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC | V4L2_BUF_FLAG_TSTAMP_SRC_SOE});
+    // Stamps the driver does not take from the monotonic clock, or that cannot be right.
+    io->push(node0, frame, {base + 200'000, V4L2_BUF_FLAG_TIMESTAMP_COPY});
+    io->push(node0, frame, {base + 3'600'000'000, V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC});
+    io->push(node0, frame, {base - 60'000'000, V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC});
+    ASSERT_TRUE(pumpUntil([&] { return delegate->frameCount(0) == 9; }));
+    const MediaTime after = monotonicNow();
+    const std::vector<MediaTime> times = delegate->frameTimes(0);
+    ASSERT_EQ(times.size(), 9u);
+    for (std::size_t i = 0; i < std::size(offsets); ++i)
+        EXPECT_EQ(times[i], microseconds(base + offsets[i])) << "frame " << i;
+    for (std::size_t i = std::size(offsets); i < times.size(); ++i) {
+        EXPECT_GE(times[i], before) << "frame " << i << " is placed when it was dequeued";
+        EXPECT_LE(times[i], after) << "frame " << i;
+    }
+    session->stopRunning();
+}
+
 TEST_F(V4l2StreamTest, BusyDeviceFailsToStartAndReleasesWhatItTook) {
     LogProbe log;
     io->cameras[node0].failing[VIDIOC_STREAMON] = EBUSY;

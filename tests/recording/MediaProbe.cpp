@@ -3,6 +3,8 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
 
 namespace {
 QJsonObject runProbe(const QStringList& arguments) {
@@ -94,4 +96,26 @@ QStringList topLevelBoxes(const QString& path) {
         offset += qint64(boxSize);
     }
     return names;
+}
+
+bool haveGstreamerDiscoverer() {
+    return !QStandardPaths::findExecutable(QStringLiteral("gst-discoverer-1.0")).isEmpty();
+}
+
+std::optional<double> gstreamerDuration(const QString& path) {
+    if (!haveGstreamerDiscoverer())
+        return std::nullopt;
+    QProcess discoverer;
+    discoverer.start(QStringLiteral("gst-discoverer-1.0"), {path});
+    if (!discoverer.waitForFinished(60000) || discoverer.exitCode() != 0)
+        return std::nullopt;
+    // "Duration: 0:00:08.000000000"
+    static const QRegularExpression pattern(
+        QStringLiteral("Duration: (\\d+):(\\d+):(\\d+(?:\\.\\d+)?)"));
+    const QRegularExpressionMatch match =
+        pattern.match(QString::fromUtf8(discoverer.readAllStandardOutput()));
+    if (!match.hasMatch())
+        return std::nullopt;
+    return match.captured(1).toDouble() * 3600 + match.captured(2).toDouble() * 60 +
+           match.captured(3).toDouble();
 }

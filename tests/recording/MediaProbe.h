@@ -7,6 +7,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
 #include <vector>
 
 struct ProbedPacket {
@@ -40,3 +41,9 @@ QImage firstVideoFrame(const QString& path);
 
 // The names of the top-level boxes of an MP4 file, in order.
 QStringList topLevelBoxes(const QString& path);
+
+// The duration GStreamer-based players show (gst-discoverer-1.0), in seconds; none when the
+// program is missing or the file cannot be read.
+std::optional<double> gstreamerDuration(const QString& path);
+// Whether gst-discoverer-1.0 is installed.
+bool haveGstreamerDiscoverer();

@@ -3,17 +3,26 @@
 #include "diagnostics/OstrelLog.h"
 #include "recording/MediaProbe.h"
 #include "recording/SyntheticMedia.h"
+#include "recording/ffmpeg/FragmentRepair.h"
 #include "support/EventLoop.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
+extern "C" {
+#include <libavutil/error.h>
+}
+
 #include <algorithm>
 #include <atomic>
 #include <csignal>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 using namespace std::chrono_literals;
 
@@ -423,6 +432,85 @@ TEST_F(RecordingEngineTest, KilledRecordingStillPlaysUpToItsLastFragment) {
     EXPECT_EQ(probed.stream("audio").value("codec_name").toString(), "aac");
     EXPECT_GE(decodedVideoFrames(file), 60);
     EXPECT_GE(probed.duration(), 2.0);
+
+    // A copy cut off inside its last fragment, as when the disk filled up mid-write.
+    const QString cut = path("cut.mp4");
+    ASSERT_TRUE(QFile::copy(file, cut));
+    const qint64 cutSize = QFileInfo(file).size() - 3000;
+    ASSERT_TRUE(QFile::resize(cut, cutSize));
+    // One with no complete fragment at all.
+    const QString headerOnly = path("header-only.mp4");
+    ASSERT_TRUE(QFile::copy(file, headerOnly));
+    ASSERT_TRUE(QFile::resize(headerOnly, 1500));
+
+    const auto repair = [](const QString& name, std::int64_t& us) {
+        const int fd = ::open(QFile::encodeName(name).constData(), O_RDWR | O_CLOEXEC);
+        const int result = ffmpeg::repairFragmentedMp4(fd, us);
+        ::close(fd);
+        return result;
+    };
+    for (const QString& name : {file, cut}) {
+        SCOPED_TRACE(name.toStdString());
+        std::int64_t us = 0;
+        ASSERT_EQ(repair(name, us), 0);
+        const ProbedFile repaired = probeFile(name);
+        ASSERT_TRUE(repaired.ok);
+        const int frames = decodedVideoFrames(name);
+        EXPECT_GE(frames, 60);
+        // Every player shows the length of what is in the file: 30 frames a second.
+        EXPECT_NEAR(repaired.duration(), frames / 30.0, 0.15);
+        EXPECT_NEAR(us / 1e6, frames / 30.0, 0.15);
+        if (haveGstreamerDiscoverer()) {
+            const std::optional<double> shown = gstreamerDuration(name);
+            ASSERT_TRUE(shown);
+            EXPECT_NEAR(*shown, repaired.duration(), 1.0);
+        }
+    }
+    EXPECT_LT(QFileInfo(cut).size(), cutSize) << "cut back to its last complete fragment";
+    EXPECT_EQ(topLevelBoxes(cut).last(), QStringLiteral("mdat"));
+    std::int64_t none = 0;
+    EXPECT_EQ(repair(headerOnly, none), AVERROR_INVALIDDATA);
+}
+
+TEST_F(RecordingEngineTest, NewRecordingWhileTheLastIsFinishingGetsAWriterOfItsOwn) {
+    const QString first = path("first.mp4");
+    const QString second = path("second.mp4");
+    ASSERT_EQ(engine.start(first, 640, 360, false, {}, 0.3), std::nullopt);
+    feed(0, 30);
+    // The first file cannot complete yet: its writer takes nothing from its queue.
+    engine.holdEncodingForTesting(true);
+    auto firstResult = std::make_shared<std::optional<StopResult>>();
+    auto mutex = std::make_shared<std::mutex>();
+    engine.stop([firstResult, mutex](std::optional<QString> file, std::optional<QString> error) {
+        std::lock_guard lock(*mutex);
+        *firstResult = StopResult{std::move(file), std::move(error)};
+    });
+    ASSERT_TRUE(pumpUntil([&] { return engine.finishingWriterCount() == 1; }));
+
+    ASSERT_EQ(engine.start(second, 640, 360, false, {}, 0.3), std::nullopt);
+    EXPECT_TRUE(engine.active());
+    feed(30, 75);
+    const StopResult secondResult = stop();
+    EXPECT_EQ(secondResult.file, second);
+    {
+        std::lock_guard lock(*mutex);
+        EXPECT_FALSE(firstResult->has_value()) << "the first file is still being completed";
+    }
+    engine.holdEncodingForTesting(false);
+    ASSERT_TRUE(pumpUntil([&] {
+        std::lock_guard lock(*mutex);
+        return firstResult->has_value();
+    }));
+    {
+        std::lock_guard lock(*mutex);
+        EXPECT_EQ((*firstResult)->file, first);
+        EXPECT_EQ((*firstResult)->error, std::nullopt);
+    }
+    EXPECT_EQ(engine.finishingWriterCount(), 0);
+    EXPECT_EQ(decodedVideoFrames(first), 30);
+    EXPECT_EQ(decodedVideoFrames(second), 45);
+    EXPECT_NEAR(probeFile(first).duration(), 1.0, 0.1);
+    EXPECT_NEAR(probeFile(second).duration(), 1.5, 0.1);
 }
 
 TEST_F(RecordingEngineTest, RateLimitLeavesFramesOutEvenlySoTheFileRunsSteadily) {

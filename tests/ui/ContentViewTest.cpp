@@ -322,7 +322,8 @@ TEST_F(ContentViewTest, UnreachableFolderWarnsAndAlerts) {
     open();
     auto* alert = root->findChild<QObject*>(QStringLiteral("folderMissingAlert"));
     ASSERT_TRUE(alert);
-    EXPECT_TRUE(alert->property("visible").toBool());
+    // Looked at off the GUI thread, so the answer comes a moment later.
+    EXPECT_TRUE(pumpUntil([&] { return alert->property("visible").toBool(); }));
     EXPECT_EQ(alert->property("title").toString(), QStringLiteral("Aufnahmeordner nicht gefunden"));
 }
 
