@@ -238,6 +238,8 @@ TEST_F(AppShellTest, ClosingTheWindowWhileRecordingQuitsOnlyAfterTheFileIsSaved)
     ASSERT_TRUE(pumpUntil([&] { return terminated > 0; }));
     EXPECT_EQ(savedWhenTerminated.size(), 1);
     EXPECT_FALSE(shell->camera().running());
+}
+
 TEST_F(AppShellTest, AutomaticAppearanceFollowsTheDesktopThenThePalette) {
     PrivateBus bus;
     ASSERT_TRUE(bus.isValid());

@@ -55,8 +55,9 @@ TEST(CameraLoss, MacroUnpluggedDuringARecordingIsReportedAndTheRecordingIsSaved)
     // A shortcut typed while the window was not yet taking keys is lost: type it once more,
     // but only when nothing of a recording shows in the log.
     if (!app.waitForLog(QStringLiteral("Aufnahme läuft"), 10000) &&
-        app.logLines().filter(QStringLiteral("Aufnahme")).isEmpty())
+        app.logLines().filter(QStringLiteral("Aufnahme")).isEmpty()) {
         ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
+    }
     ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft")))
         << app.logLines().join(u'\n').toStdString();
 

@@ -439,6 +439,8 @@ TEST_F(ContentViewTest, HighResolutionWithTheSoftwareEncoderOnFewCoresIsAnnounce
     cam->stopRecording();
     ASSERT_TRUE(pumpUntil([this] { return !cam->isRecording(); }, 30000));
     EXPECT_TRUE(cam->recordingNotice().isEmpty());
+}
+
 TEST_F(ContentViewTest, TuningOverlayShowsEachValueWithItsOwnPrecision) {
     settings->setValue(Setting::devStabSliders, true);
     settings->setStabGain(2.3);
