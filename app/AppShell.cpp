@@ -1,15 +1,15 @@
 #include "app/AppShell.h"
 
-#include "app/OstrelAppDelegate.h"
-#include "capture/CameraManagerMac.h"
+#include "app/AppController.h"
+#include "capture/CameraManager.h"
 #include "devices/DeviceStore.h"
 #include "diagnostics/DiagnosticsActions.h"
 #include "diagnostics/LogListModel.h"
 #include "diagnostics/OstrelLog.h"
 #include "recording/RecordingsStore.h"
 #include "settings/SettingsStore.h"
-#include "ui/CaptureBackendHandle.h"
-#include "ui/DesktopColorScheme.h"
+#include "ui/controls/DesktopColorScheme.h"
+#include "ui/setup/CaptureBackendHandle.h"
 
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
@@ -23,8 +23,8 @@ AppShell::AppShell(SettingsStore& settings, CaptureBackend& backend,
     m_devices = std::make_unique<DeviceStore>(backend.discovery(), settings);
     m_recordings = std::make_unique<RecordingsStore>(settings);
     m_backendHandle = std::make_unique<CaptureBackendHandle>(backend);
-    m_camera = std::make_unique<CameraManagerMac>(backend, settings);
-    m_delegate = std::make_unique<OstrelAppDelegate>(std::move(terminate));
+    m_camera = std::make_unique<CameraManager>(backend, settings);
+    m_controller = std::make_unique<AppController>(std::move(terminate));
     m_logModel = std::make_unique<LogListModel>(OstrelLog::shared());
     m_diagnostics = std::make_unique<DiagnosticsActions>(OstrelLog::shared());
     m_colorScheme = std::make_unique<DesktopColorScheme>();
@@ -44,7 +44,7 @@ std::optional<QString> AppShell::load(QQmlApplicationEngine& engine) {
     context->setContextProperty(QStringLiteral("recordings"), m_recordings.get());
     context->setContextProperty(QStringLiteral("captureBackend"), m_backendHandle.get());
     context->setContextProperty(QStringLiteral("cam"), m_camera.get());
-    context->setContextProperty(QStringLiteral("appDelegate"), m_delegate.get());
+    context->setContextProperty(QStringLiteral("appController"), m_controller.get());
     context->setContextProperty(QStringLiteral("logModel"), m_logModel.get());
     context->setContextProperty(QStringLiteral("diagnostics"), m_diagnostics.get());
     context->setContextProperty(QStringLiteral("desktopColorScheme"), m_colorScheme.get());

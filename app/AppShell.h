@@ -8,14 +8,14 @@
 #include <memory>
 #include <optional>
 
-class CameraManagerMac;
+class CameraManager;
 class CaptureBackend;
 class CaptureBackendHandle;
 class DesktopColorScheme;
 class DeviceStore;
 class DiagnosticsActions;
 class LogListModel;
-class OstrelAppDelegate;
+class AppController;
 class QQmlApplicationEngine;
 class RecordingsStore;
 class SettingsStore;
@@ -35,8 +35,8 @@ public:
 
     DeviceStore& devices() { return *m_devices; }
     RecordingsStore& recordings() { return *m_recordings; }
-    CameraManagerMac& camera() { return *m_camera; }
-    OstrelAppDelegate& delegate() { return *m_delegate; }
+    CameraManager& camera() { return *m_camera; }
+    AppController& controller() { return *m_controller; }
     // Follows the session bus's settings portal from the start.
     DesktopColorScheme& colorScheme() { return *m_colorScheme; }
 
@@ -46,8 +46,8 @@ private:
     std::unique_ptr<DeviceStore> m_devices;
     std::unique_ptr<RecordingsStore> m_recordings;
     std::unique_ptr<CaptureBackendHandle> m_backendHandle;
-    std::unique_ptr<CameraManagerMac> m_camera;
-    std::unique_ptr<OstrelAppDelegate> m_delegate;
+    std::unique_ptr<CameraManager> m_camera;
+    std::unique_ptr<AppController> m_controller;
     std::unique_ptr<LogListModel> m_logModel;
     std::unique_ptr<DiagnosticsActions> m_diagnostics;
     std::unique_ptr<DesktopColorScheme> m_colorScheme;

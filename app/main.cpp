@@ -1,7 +1,7 @@
+#include "app/AppController.h"
 #include "app/AppShell.h"
 #include "app/CommandLine.h"
 #include "app/Localisation.h"
-#include "app/OstrelAppDelegate.h"
 #include "app/TerminationSignals.h"
 #include "capture/SystemBackend.h"
 #include "diagnostics/OstrelLog.h"
@@ -37,8 +37,8 @@ int main(int argc, char* argv[]) {
     AppShell shell(settings, *capture);
 
     TerminationSignals termination;
-    QObject::connect(&termination, &TerminationSignals::terminationRequested, &shell.delegate(),
-                     &OstrelAppDelegate::requestQuit);
+    QObject::connect(&termination, &TerminationSignals::terminationRequested, &shell.controller(),
+                     &AppController::requestQuit);
 
     QQmlApplicationEngine engine;
     if (const auto error = shell.load(engine)) {

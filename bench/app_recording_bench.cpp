@@ -11,14 +11,14 @@
 // view at full rate, render threads at normal priority, recording unpaced.
 
 #include "app/AppShell.h"
-#include "capture/CameraManagerMac.h"
+#include "capture/CameraManager.h"
 #include "capture/FrameStore.h"
 #include "capture/virtual/VirtualBackend.h"
 #include "recording/RecordingEngine.h"
 #include "recording/ffmpeg/VideoEncoder.h"
 #include "settings/SettingsStore.h"
-#include "ui/MacMetalCameraView.h"
-#include "ui/RenderThreadPriority.h"
+#include "ui/main/RenderThreadPriority.h"
+#include "ui/main/LiveCameraView.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -156,10 +156,10 @@ struct Run {
 };
 
 int record(AppShell& shell, QQuickWindow* window, const Run& run) {
-    CameraManagerMac& cam = shell.camera();
-    MacMetalCameraView* wide = nullptr;
-    MacMetalCameraView* macro = nullptr;
-    for (auto* view : window->findChildren<MacMetalCameraView*>())
+    CameraManager& cam = shell.camera();
+    LiveCameraView* wide = nullptr;
+    LiveCameraView* macro = nullptr;
+    for (auto* view : window->findChildren<LiveCameraView*>())
         (view->index() == 0 ? wide : macro) = view;
     int swapped = 0;
     const auto swaps =
@@ -278,7 +278,7 @@ int main(int argc, char** argv) {
     settings.setValue(Setting::macroDeviceUID, VirtualDevices::camera2ID);
     settings.setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
     settings.setValue(Setting::stabilizeMacro, true);
-    settings.setValue(Setting::recordingFolderBookmark, home.path().toUtf8());
+    settings.setValue(Setting::recordingFolderPath, home.path().toUtf8());
     VirtualBackend backend;
     AppShell shell(settings, backend);
     shell.camera().setLiveViewYields(!run.baseline);

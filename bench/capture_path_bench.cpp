@@ -7,7 +7,7 @@
 //
 // With "keep" the recording stays in its temporary folder (printed) to be looked at.
 
-#include "capture/CameraManagerMac.h"
+#include "capture/CameraManager.h"
 #include "capture/FrameStore.h"
 #include "capture/virtual/VirtualBackend.h"
 #include "recording/RecordingEngine.h"
@@ -83,9 +83,9 @@ int main(int argc, char** argv) {
     settings.setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
     settings.setValue(Setting::stabilizeMacro, true);
     VirtualBackend backend;
-    CameraManagerMac::Options options;
+    CameraManager::Options options;
     options.tempFolder = dir.path();
-    CameraManagerMac cam(backend, settings, options);
+    CameraManager cam(backend, settings, options);
     cam.setSaveURL(QUrl::fromLocalFile(dir.path()));
     cam.setStabilizationEnabled(true);
 

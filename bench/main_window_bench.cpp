@@ -7,7 +7,7 @@
 #include "app/AppShell.h"
 #include "capture/virtual/VirtualBackend.h"
 #include "settings/SettingsStore.h"
-#include "ui/MacMetalCameraView.h"
+#include "ui/main/LiveCameraView.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
@@ -44,7 +44,7 @@ int main(int argc, char** argv) {
     settings.setValue(Setting::didCompleteOnboarding, true);
     settings.setValue(Setting::wideDeviceUID, VirtualDevices::camera1ID);
     settings.setValue(Setting::macroDeviceUID, VirtualDevices::camera2ID);
-    settings.setValue(Setting::recordingFolderBookmark, home.path().toUtf8());
+    settings.setValue(Setting::recordingFolderPath, home.path().toUtf8());
     VirtualBackend backend;
     AppShell shell(settings, backend);
     QQmlApplicationEngine engine;
@@ -55,12 +55,12 @@ int main(int argc, char** argv) {
     auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());
     window->resize(1920, 1080);
 
-    MacMetalCameraView* wide = nullptr;
-    MacMetalCameraView* macro = nullptr;
+    LiveCameraView* wide = nullptr;
+    LiveCameraView* macro = nullptr;
     double firstFrameMs = -1;
     while (firstFrameMs < 0 && launch.elapsed() < 30000) {
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
-        for (auto* view : window->findChildren<MacMetalCameraView*>())
+        for (auto* view : window->findChildren<LiveCameraView*>())
             (view->index() == 0 ? wide : macro) = view;
         if (wide && wide->framesShown() > 0)
             firstFrameMs = double(launch.elapsed());

@@ -1,6 +1,6 @@
 // Start-up, polling, the no-picture watchdog and hot-plug of the camera manager. Main thread.
 
-#include "capture/CameraManagerMac.h"
+#include "capture/CameraManager.h"
 
 #include "capture/CameraErrorTexts.h"
 #include "capture/FrameStore.h"
@@ -28,7 +28,7 @@ QString roleName(int index) {
 
 } // namespace
 
-void CameraManagerMac::startCapture() {
+void CameraManager::startCapture() {
     m_wideUID = m_settings.text(Setting::wideDeviceUID);
     m_macroUID = m_settings.text(Setting::macroDeviceUID);
     m_micUID = m_settings.text(Setting::micDeviceUID);
@@ -40,7 +40,7 @@ void CameraManagerMac::startCapture() {
     }
 }
 
-void CameraManagerMac::autoAssignCameras() {
+void CameraManager::autoAssignCameras() {
     if (!m_wideUID.isEmpty() && !m_macroUID.isEmpty())
         return;
     std::vector<CaptureDevice> external;
@@ -60,7 +60,7 @@ void CameraManagerMac::autoAssignCameras() {
     }
 }
 
-void CameraManagerMac::pollForCameras() {
+void CameraManager::pollForCameras() {
     if (!m_polling)
         return;
     if (m_running) {
@@ -88,13 +88,13 @@ void CameraManagerMac::pollForCameras() {
     schedulePollStep();
 }
 
-void CameraManagerMac::schedulePollStep() {
+void CameraManager::schedulePollStep() {
     // One loop only: a step left over from a stopped loop must not run beside a new one.
     m_pollTask.cancel();
     m_pollTask = m_scheduler.after(pollInterval, this, [this] { pollForCameras(); });
 }
 
-bool CameraManagerMac::isStale(std::uint64_t generation) {
+bool CameraManager::isStale(std::uint64_t generation) {
     if (generation == m_runGeneration)
         return false;
     // The run ended while this start was in flight (an unplug leaves `starting` set): the
@@ -106,7 +106,7 @@ bool CameraManagerMac::isStale(std::uint64_t generation) {
     return true;
 }
 
-void CameraManagerMac::tryStartPipelines() {
+void CameraManager::tryStartPipelines() {
     if (m_running || m_starting)
         return;
     const DeviceDiscovery& discovery = m_backend.discovery();
@@ -145,7 +145,7 @@ void CameraManagerMac::tryStartPipelines() {
         setStatus(CameraStatus::searching);
 }
 
-void CameraManagerMac::configurationFailed(std::uint64_t generation) {
+void CameraManager::configurationFailed(std::uint64_t generation) {
     if (isStale(generation))
         return;
     m_starting = false;
@@ -154,7 +154,7 @@ void CameraManagerMac::configurationFailed(std::uint64_t generation) {
     reportStartFailure();
 }
 
-void CameraManagerMac::reportStartFailure() {
+void CameraManager::reportStartFailure() {
     const std::optional<QString> reason = m_pipeline->lastFailure();
     if (!reason)
         return;
@@ -168,13 +168,13 @@ void CameraManagerMac::reportStartFailure() {
         logGaveUpStarting(); // that was the poll loop's last attempt
 }
 
-void CameraManagerMac::logGaveUpStarting() {
+void CameraManager::logGaveUpStarting() {
     if (m_startFailure)
         ostrelLog(LogLevel::warn,
                   QStringLiteral("Kameras gefunden, starten aber nicht: ") + *m_startFailure);
 }
 
-void CameraManagerMac::started(std::uint64_t generation, bool videoRunning, bool audioRunning) {
+void CameraManager::started(std::uint64_t generation, bool videoRunning, bool audioRunning) {
     if (isStale(generation))
         return;
     m_starting = false;
@@ -198,12 +198,12 @@ void CameraManagerMac::started(std::uint64_t generation, bool videoRunning, bool
                                    (m_micActive ? QStringLiteral(" · Mikrofon aktiv") : QString()));
 }
 
-void CameraManagerMac::scheduleWatchdog() {
+void CameraManager::scheduleWatchdog() {
     m_scheduler.after(watchdogDelay, this,
                       [this, generation = m_runGeneration] { checkWatchdog(generation); });
 }
 
-void CameraManagerMac::checkWatchdog(std::uint64_t generation) {
+void CameraManager::checkWatchdog(std::uint64_t generation) {
     if (!m_running || m_starting || generation != m_runGeneration)
         return;
     const bool wide = FrameStore::shared().latestBuffer(0).has_value();
@@ -228,12 +228,12 @@ void CameraManagerMac::checkWatchdog(std::uint64_t generation) {
     restartPipelines();
 }
 
-void CameraManagerMac::scheduleStopSessions() {
+void CameraManager::scheduleStopSessions() {
     CaptureSessions* sessions = &m_sessions;
     m_camQueue->async([sessions] { PipelineSetup::stopSessions(*sessions); });
 }
 
-void CameraManagerMac::restartPipelines() {
+void CameraManager::restartPipelines() {
     ++m_runGeneration;
     scheduleStopSessions();
     setRunning(false);
@@ -248,7 +248,7 @@ void CameraManagerMac::restartPipelines() {
     }
 }
 
-void CameraManagerMac::stopCapture() {
+void CameraManager::stopCapture() {
     if (!m_running && !m_starting)
         return;
     ++m_runGeneration;
@@ -269,7 +269,7 @@ void CameraManagerMac::stopCapture() {
     ostrelLog(LogLevel::event, QStringLiteral("Kamera-Sessions gestoppt"));
 }
 
-void CameraManagerMac::deviceDisconnected(const CaptureDevice& device) {
+void CameraManager::deviceDisconnected(const CaptureDevice& device) {
     if (device.mediaType() != MediaType::video)
         return;
     if (device.uniqueID != m_wideUID && device.uniqueID != m_macroUID)
@@ -288,7 +288,7 @@ void CameraManagerMac::deviceDisconnected(const CaptureDevice& device) {
     scheduleStopSessions();
 }
 
-void CameraManagerMac::streamEnded(std::uint64_t generation, int index, StreamEnd reason) {
+void CameraManager::streamEnded(std::uint64_t generation, int index, StreamEnd reason) {
     // Ends of an earlier run, or of a start still in flight (its outcome reports it), are done.
     if (generation != m_runGeneration || !m_running)
         return;
@@ -310,7 +310,7 @@ void CameraManagerMac::streamEnded(std::uint64_t generation, int index, StreamEn
 // The unplug path for a stream that ended by itself: the restart button shows, a recording
 // goes on (paced by Wide, it gets no more frames until the user stops it). An unplug speaks
 // for itself in the status; a camera that is still there but silent gets an alert.
-void CameraManagerMac::cameraLost(int index, const QString& message, bool alert) {
+void CameraManager::cameraLost(int index, const QString& message, bool alert) {
     ostrelLog(LogLevel::error, message);
     if (alert)
         setUserAlert(CameraErrorTexts::alertFor(message).value_or(message));
@@ -323,7 +323,7 @@ void CameraManagerMac::cameraLost(int index, const QString& message, bool alert)
     scheduleStopSessions();
 }
 
-void CameraManagerMac::deviceConnected(const CaptureDevice& device) {
+void CameraManager::deviceConnected(const CaptureDevice& device) {
     if (device.mediaType() != MediaType::video)
         return;
     if (device.uniqueID != m_wideUID && device.uniqueID != m_macroUID)

@@ -1,7 +1,7 @@
 // Recording start and stop, the move of finished files into the recording folder, photos.
 // Main thread, with the recorder driven from the frame queue.
 
-#include "capture/CameraManagerMac.h"
+#include "capture/CameraManager.h"
 
 #include "capture/FrameStore.h"
 #include "capture/RecordingFiles.h"
@@ -27,8 +27,8 @@ SizeD canvasFor(bool high) {
 
 } // namespace
 
-void CameraManagerMac::startRecording(int width, int height, bool withAudio, const QImage& overlay,
-                                      double macroFraction) {
+void CameraManager::startRecording(int width, int height, bool withAudio, const QImage& overlay,
+                                   double macroFraction) {
     if (!m_running || m_isRecording)
         return;
     setRecording(true);
@@ -39,7 +39,7 @@ void CameraManagerMac::startRecording(int width, int height, bool withAudio, con
     const QString folder = haveFolder ? m_saveURL.toLocalFile() : m_options.tempFolder;
     const qint64 startSeconds = QDateTime::currentSecsSinceEpoch();
 
-    QPointer<CameraManagerMac> weak(this);
+    QPointer<CameraManager> weak(this);
     RecordingEngine* recorder = m_recorder.get();
     const PixelBuffer overlayBuffer = pixelBufferOf(overlay);
     m_frameQueue->async([=] {
@@ -84,7 +84,7 @@ void CameraManagerMac::startRecording(int width, int height, bool withAudio, con
     });
 }
 
-void CameraManagerMac::recordingStartFailed(const QString& folderError, bool folderMissing) {
+void CameraManager::recordingStartFailed(const QString& folderError, bool folderMissing) {
     setRecording(false);
     setStatus(CameraStatus::recordingError);
     ostrelLog(LogLevel::error,
@@ -99,8 +99,8 @@ void CameraManagerMac::recordingStartFailed(const QString& folderError, bool fol
     }
 }
 
-void CameraManagerMac::startRecordingWith(bool high, bool withAudio, bool watermarkOn,
-                                          const QString& praxisText, double macroFraction) {
+void CameraManager::startRecordingWith(bool high, bool withAudio, bool watermarkOn,
+                                       const QString& praxisText, double macroFraction) {
     const SizeD canvas = canvasFor(high);
     const QImage overlay =
         makeWatermark(watermarkOn ? std::optional<QString>(praxisText) : std::nullopt, canvas.width,
@@ -108,11 +108,11 @@ void CameraManagerMac::startRecordingWith(bool high, bool withAudio, bool waterm
     startRecording(int(canvas.width), int(canvas.height), withAudio, overlay, macroFraction);
 }
 
-void CameraManagerMac::stopRecording() {
+void CameraManager::stopRecording() {
     if (!m_isRecording || m_stoppingRecording)
         return;
     m_stoppingRecording = true;
-    QPointer<CameraManagerMac> weak(this);
+    QPointer<CameraManager> weak(this);
     RecordingEngine* recorder = m_recorder.get();
     m_frameQueue->async([weak, recorder] {
         if (!weak)
@@ -128,8 +128,7 @@ void CameraManagerMac::stopRecording() {
     });
 }
 
-void CameraManagerMac::recordingFinished(std::optional<QString> file,
-                                         std::optional<QString> error) {
+void CameraManager::recordingFinished(std::optional<QString> file, std::optional<QString> error) {
     setRecording(false);
     m_stoppingRecording = false;
     stopStorageMonitor();
@@ -179,7 +178,7 @@ SaveResult saveFile(PartialRecording& partial, const std::optional<QString>& fol
 
 } // namespace
 
-void CameraManagerMac::saveRecording(std::shared_ptr<PartialRecording> partial, bool finished) {
+void CameraManager::saveRecording(std::shared_ptr<PartialRecording> partial, bool finished) {
     const auto done = [this] {
         std::function<void()> callback = std::move(onRecordingFinished);
         onRecordingFinished = nullptr;
@@ -193,7 +192,7 @@ void CameraManagerMac::saveRecording(std::shared_ptr<PartialRecording> partial, 
     setSavingRecording(true);
     const std::optional<QString> folder =
         m_saveURL.isEmpty() ? std::nullopt : std::optional<QString>(m_saveURL.toLocalFile());
-    QPointer<CameraManagerMac> weak(this);
+    QPointer<CameraManager> weak(this);
     // The lock goes with the file and is released only once it has its final name.
     m_fileQueue->async([weak, partial = std::move(partial), folder, finished, done]() mutable {
         const SaveResult result = saveFile(*partial, folder, finished);
@@ -239,8 +238,8 @@ void CameraManagerMac::saveRecording(std::shared_ptr<PartialRecording> partial, 
     });
 }
 
-void CameraManagerMac::setMacroFraction(double fraction) {
-    QPointer<CameraManagerMac> weak(this);
+void CameraManager::setMacroFraction(double fraction) {
+    QPointer<CameraManager> weak(this);
     RecordingEngine* recorder = m_recorder.get();
     m_frameQueue->async([weak, recorder, fraction] {
         if (weak)
@@ -248,8 +247,8 @@ void CameraManagerMac::setMacroFraction(double fraction) {
     });
 }
 
-void CameraManagerMac::takeSnapshot(bool high, bool watermarkOn, const QString& praxisText,
-                                    double macroFraction) {
+void CameraManager::takeSnapshot(bool high, bool watermarkOn, const QString& praxisText,
+                                 double macroFraction) {
     const std::optional<PixelBuffer> wide = FrameStore::shared().latestBuffer(0);
     if (!m_running || !wide) {
         ostrelLog(LogLevel::warn, QStringLiteral("Foto nicht möglich — noch kein Live-Bild"));
@@ -271,12 +270,12 @@ void CameraManagerMac::takeSnapshot(bool high, bool watermarkOn, const QString& 
     m_snapshotQueue->async([job = std::move(job)] { renderPhotos(job); });
 }
 
-void CameraManagerMac::recoverLeftoverRecordings() {
+void CameraManager::recoverLeftoverRecordings() {
     if (m_saveURL.isEmpty())
         return;
     const QString folder = m_saveURL.toLocalFile();
     const QStringList places{folder, m_options.tempFolder};
-    QPointer<CameraManagerMac> weak(this);
+    QPointer<CameraManager> weak(this);
     m_fileQueue->async([weak, places, folder] {
         const int saved = recoverUnownedRecordings(places, folder);
         runOn(weak.data(), [weak, saved] {
@@ -288,12 +287,12 @@ void CameraManagerMac::recoverLeftoverRecordings() {
 
 // A folder found unreachable is looked at again every few seconds; when it is back, what a
 // crash or a pulled drive left in it is recovered at once.
-void CameraManagerMac::checkRecordingFolder() {
+void CameraManager::checkRecordingFolder() {
     m_folderWatch.cancel();
     if (m_saveURL.isEmpty())
         return;
     const QUrl url = m_saveURL;
-    QPointer<CameraManagerMac> weak(this);
+    QPointer<CameraManager> weak(this);
     m_fileQueue->async([weak, url] {
         const bool reachable = QFileInfo(url.toLocalFile()).isDir();
         runOn(weak.data(), [weak, url, reachable] {
@@ -309,7 +308,7 @@ void CameraManagerMac::checkRecordingFolder() {
     });
 }
 
-void CameraManagerMac::scheduleFolderCheck() {
+void CameraManager::scheduleFolderCheck() {
     m_folderWatch.cancel();
     m_folderWatch =
         m_scheduler.after(std::chrono::seconds(5), this, [this] { checkRecordingFolder(); });

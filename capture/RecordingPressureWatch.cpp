@@ -2,7 +2,7 @@
 // counters decide the live refresh interval and, when the machine cannot keep up at all, an
 // even, lower recording rate and a notice for the user. Main thread.
 
-#include "capture/CameraManagerMac.h"
+#include "capture/CameraManager.h"
 
 #include "diagnostics/OstrelLog.h"
 #include "recording/RecordingEngine.h"
@@ -19,7 +19,7 @@ bool predictedTooSlow(const QString& encoder, int width) {
 
 } // namespace
 
-void CameraManagerMac::startPressureWatch(int width, int height) {
+void CameraManager::startPressureWatch(int width, int height) {
     m_pressureTask.cancel();
     m_pressure.reset();
     setRecordingNotice({});
@@ -44,7 +44,7 @@ void CameraManagerMac::startPressureWatch(int width, int height) {
                                        [this, width, height] { pressureTick(width, height); });
 }
 
-void CameraManagerMac::stopPressureWatch() {
+void CameraManager::stopPressureWatch() {
     m_pressureTask.cancel();
     m_pressureTask = {};
     const int before = m_pressure.liveIntervalMs();
@@ -54,7 +54,7 @@ void CameraManagerMac::stopPressureWatch() {
         emit liveRefreshIntervalChanged();
 }
 
-void CameraManagerMac::pressureTick(int width, int height) {
+void CameraManager::pressureTick(int width, int height) {
     const RecordingEngine::Counters c = m_recorder->counters();
     const int intervalBefore = m_pressure.liveIntervalMs();
     const int limitBefore = m_pressure.rateLimit();
@@ -82,7 +82,7 @@ void CameraManagerMac::pressureTick(int width, int height) {
     setRecordingNotice(notice);
 }
 
-void CameraManagerMac::setRecordingNotice(const QString& notice) {
+void CameraManager::setRecordingNotice(const QString& notice) {
     if (notice == m_recordingNotice)
         return;
     m_recordingNotice = notice;

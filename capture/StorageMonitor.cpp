@@ -1,7 +1,7 @@
 // Free space while recording: a warning with the time left, then an automatic stop. Main
 // thread; the measurement runs on its own queue so file-system queries never block it.
 
-#include "capture/CameraManagerMac.h"
+#include "capture/CameraManager.h"
 
 #include "diagnostics/OstrelLog.h"
 #include "runtime/MainThread.h"
@@ -11,19 +11,19 @@
 
 using namespace std::chrono_literals;
 
-void CameraManagerMac::startStorageMonitor(bool high) {
+void CameraManager::startStorageMonitor(bool high) {
     m_storageMonitorTask.cancel();
     ++m_storageGeneration;
     setStorageWarning(std::nullopt);
     scheduleStorageTick(StorageBudget::forResolution(high), m_storageGeneration);
 }
 
-void CameraManagerMac::scheduleStorageTick(StorageBudget budget, std::uint64_t generation) {
+void CameraManager::scheduleStorageTick(StorageBudget budget, std::uint64_t generation) {
     m_storageMonitorTask = m_scheduler.after(
         5s, this, [this, budget, generation] { storageTick(budget, generation); });
 }
 
-void CameraManagerMac::storageTick(StorageBudget budget, std::uint64_t generation) {
+void CameraManager::storageTick(StorageBudget budget, std::uint64_t generation) {
     if (generation != m_storageGeneration || !m_isRecording)
         return;
     const std::optional<QString> folder =
@@ -33,7 +33,7 @@ void CameraManagerMac::storageTick(StorageBudget budget, std::uint64_t generatio
     const QString tempFolder =
         tempFile ? QFileInfo(*tempFile).absolutePath() : folder.value_or(m_options.tempFolder);
     const auto measure = m_options.freeSpace ? m_options.freeSpace : freeBytesAtDestination;
-    QPointer<CameraManagerMac> weak(this);
+    QPointer<CameraManager> weak(this);
     // One measurement in flight at a time: the next tick is armed only after this one is back.
     m_storageQueue->async([=] {
         const std::optional<std::int64_t> free = measure(tempFolder, folder, tempFile);
@@ -48,8 +48,8 @@ void CameraManagerMac::storageTick(StorageBudget budget, std::uint64_t generatio
     });
 }
 
-void CameraManagerMac::checkStorage(std::optional<std::int64_t> freeBytes,
-                                    const StorageBudget& budget) {
+void CameraManager::checkStorage(std::optional<std::int64_t> freeBytes,
+                                 const StorageBudget& budget) {
     if (!freeBytes)
         return;
     const std::int64_t free = *freeBytes;
@@ -71,7 +71,7 @@ void CameraManagerMac::checkStorage(std::optional<std::int64_t> freeBytes,
     }
 }
 
-void CameraManagerMac::stopStorageMonitor() {
+void CameraManager::stopStorageMonitor() {
     m_storageMonitorTask.cancel();
     m_storageMonitorTask = {};
     ++m_storageGeneration;

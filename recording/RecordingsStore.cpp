@@ -29,12 +29,12 @@ std::optional<QString> folderProblem(const QString& path) {
 
 RecordingsStore::RecordingsStore(SettingsStore& settings, QObject* parent)
     : QObject(parent), m_settings(settings) {
-    if (const auto folder = resolveBookmark())
+    if (const auto folder = resolveStoredFolder())
         m_folderURL = *folder;
 }
 
-std::optional<QUrl> RecordingsStore::resolveBookmark() {
-    const QByteArray stored = m_settings.bytes(Setting::recordingFolderBookmark);
+std::optional<QUrl> RecordingsStore::resolveStoredFolder() {
+    const QByteArray stored = m_settings.bytes(Setting::recordingFolderPath);
     if (stored.isEmpty())
         return std::nullopt;
     const QString path = QString::fromUtf8(stored);
@@ -55,7 +55,7 @@ bool RecordingsStore::setFolder(const QUrl& folder) {
         return false;
     }
     const QString clean = QDir::cleanPath(path);
-    m_settings.setValue(Setting::recordingFolderBookmark, clean.toUtf8());
+    m_settings.setValue(Setting::recordingFolderPath, clean.toUtf8());
     setFolderURL(QUrl::fromLocalFile(clean));
     ostrelLog(LogLevel::event, QStringLiteral("Aufnahmeordner gesetzt: ") + clean);
     return true;
@@ -73,9 +73,9 @@ QUrl RecordingsStore::chooserStartFolder(const QUrl& suggested) const {
     return QUrl::fromLocalFile(QFileInfo(folder.toLocalFile()).absolutePath());
 }
 
-void RecordingsStore::revealInFinder() const {
+void RecordingsStore::revealInFileManager() const {
     if (!m_folderURL.isEmpty())
-        revealInFileManager(m_folderURL);
+        ::revealInFileManager(m_folderURL);
 }
 
 std::optional<qint64> RecordingsStore::availableCapacity() const {

@@ -24,7 +24,7 @@ public:
     QString folderPath() const { return m_folderURL.toLocalFile(); }
 
     // The stored folder, or none when nothing is stored or it cannot be found.
-    std::optional<QUrl> resolveBookmark();
+    std::optional<QUrl> resolveStoredFolder();
     // Stores `folder` as the recording folder; false when it is not a usable folder.
     Q_INVOKABLE bool setFolder(const QUrl& folder);
 
@@ -35,7 +35,7 @@ public:
     Q_INVOKABLE QUrl chooserStartFolder(const QUrl& suggested = QUrl()) const;
 
     // Selects the folder in the file manager; nothing without a folder.
-    Q_INVOKABLE void revealInFinder() const;
+    Q_INVOKABLE void revealInFileManager() const;
     std::optional<qint64> availableCapacity() const;
     Q_INVOKABLE bool isReachable() const;
 

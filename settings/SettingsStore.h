@@ -24,8 +24,8 @@ class SettingsStore : public QObject {
                    macroDeviceUIDChanged)
     Q_PROPERTY(
         QString micDeviceUID READ micDeviceUID WRITE setMicDeviceUID NOTIFY micDeviceUIDChanged)
-    Q_PROPERTY(QByteArray recordingFolderBookmark READ recordingFolderBookmark WRITE
-                   setRecordingFolderBookmark NOTIFY recordingFolderBookmarkChanged)
+    Q_PROPERTY(QByteArray recordingFolderPath READ recordingFolderPath WRITE setRecordingFolderPath
+                   NOTIFY recordingFolderPathChanged)
     Q_PROPERTY(
         int appearanceMode READ appearanceMode WRITE setAppearanceMode NOTIFY appearanceModeChanged)
     Q_PROPERTY(bool watermarkOn READ watermarkOn WRITE setWatermarkOn NOTIFY watermarkOnChanged)
@@ -76,7 +76,7 @@ public:
     QString wideDeviceUID() const { return text(Setting::wideDeviceUID); }
     QString macroDeviceUID() const { return text(Setting::macroDeviceUID); }
     QString micDeviceUID() const { return text(Setting::micDeviceUID); }
-    QByteArray recordingFolderBookmark() const { return bytes(Setting::recordingFolderBookmark); }
+    QByteArray recordingFolderPath() const { return bytes(Setting::recordingFolderPath); }
     int appearanceMode() const { return integer(Setting::appearanceMode); }
     bool watermarkOn() const { return boolean(Setting::watermarkOn); }
     QString praxisText() const { return text(Setting::praxisText); }
@@ -95,9 +95,7 @@ public:
     void setWideDeviceUID(const QString& v) { setValue(Setting::wideDeviceUID, v); }
     void setMacroDeviceUID(const QString& v) { setValue(Setting::macroDeviceUID, v); }
     void setMicDeviceUID(const QString& v) { setValue(Setting::micDeviceUID, v); }
-    void setRecordingFolderBookmark(const QByteArray& v) {
-        setValue(Setting::recordingFolderBookmark, v);
-    }
+    void setRecordingFolderPath(const QByteArray& v) { setValue(Setting::recordingFolderPath, v); }
     void setAppearanceMode(int v) { setValue(Setting::appearanceMode, v); }
     void setWatermarkOn(bool v) { setValue(Setting::watermarkOn, v); }
     void setPraxisText(const QString& v) { setValue(Setting::praxisText, v); }
@@ -120,7 +118,7 @@ signals:
     void wideDeviceUIDChanged();
     void macroDeviceUIDChanged();
     void micDeviceUIDChanged();
-    void recordingFolderBookmarkChanged();
+    void recordingFolderPathChanged();
     void appearanceModeChanged();
     void watermarkOnChanged();
     void praxisTextChanged();

@@ -11,7 +11,7 @@ enum class Setting {
     wideDeviceUID,
     macroDeviceUID,
     micDeviceUID,
-    recordingFolderBookmark,
+    recordingFolderPath,
     appearanceMode,
     watermarkOn,
     praxisText,

@@ -757,7 +757,7 @@
     </message>
 </context>
 <context>
-    <name>CameraManagerMac</name>
+    <name>CameraManager</name>
     <message>
         <source>Dieser Rechner schafft %1 × %2 voraussichtlich nicht mit 30 Bildern pro Sekunde. Die Aufnahme läuft dann gleichmäßig mit weniger Bildern pro Sekunde; für 30 Bilder pro Sekunde 1920 × 1080 wählen.</source>
         <translation>This computer will probably not manage %1 × %2 at 30 frames per second. The recording then runs evenly at fewer frames per second; choose 1920 × 1080 for 30 frames per second.</translation>

@@ -1,6 +1,6 @@
 #include "app/AppShell.h"
-#include "app/OstrelAppDelegate.h"
-#include "capture/CameraManagerMac.h"
+#include "app/AppController.h"
+#include "capture/CameraManager.h"
 #include "capture/FrameStore.h"
 #include "capture/virtual/VirtualBackend.h"
 #include "diagnostics/LogListModel.h"
@@ -11,13 +11,13 @@
 #include "support/EventLoop.h"
 #include "support/FakePortal.h"
 #include "support/LogProbe.h"
-#include "ui/DesktopColorScheme.h"
+#include "ui/controls/DesktopColorScheme.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QGuiApplication>
-#include <QQmlApplicationEngine>
 #include <QPalette>
+#include <QQmlApplicationEngine>
 #include <QQmlComponent>
 #include <QQmlContext>
 #include <QQuickItem>
@@ -235,7 +235,7 @@ TEST_F(AppShellTest, ClosingTheWindowWhileRecordingQuitsOnlyAfterTheFileIsSaved)
     window->close();
     EXPECT_EQ(terminated, 0) << "the quit waits for the recording";
     EXPECT_TRUE(window->isVisible());
-    EXPECT_TRUE(shell->delegate().quitting());
+    EXPECT_TRUE(shell->controller().quitting());
     ASSERT_TRUE(pumpUntil([&] { return terminated > 0; }));
     EXPECT_EQ(savedWhenTerminated.size(), 1);
     EXPECT_FALSE(shell->camera().running());

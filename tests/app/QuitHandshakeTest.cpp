@@ -1,5 +1,5 @@
-#include "app/OstrelAppDelegate.h"
-#include "capture/CameraManagerMac.h"
+#include "app/AppController.h"
+#include "capture/CameraManager.h"
 #include "capture/FrameStore.h"
 #include "capture/virtual/VirtualBackend.h"
 #include "diagnostics/OstrelLog.h"
@@ -24,11 +24,11 @@ protected:
         settings->setValue(Setting::wideDeviceUID, VirtualDevices::camera1ID);
         settings->setValue(Setting::macroDeviceUID, VirtualDevices::camera2ID);
         ASSERT_TRUE(QDir().mkpath(folder()));
-        CameraManagerMac::Options options;
+        CameraManager::Options options;
         options.scheduler = &scheduler;
         options.tempFolder = dir.path();
         options.macroStartPause = 0ms;
-        cam = std::make_unique<CameraManagerMac>(backend, *settings, options);
+        cam = std::make_unique<CameraManager>(backend, *settings, options);
         cam->setSaveURL(QUrl::fromLocalFile(folder()));
         cam->startCapture();
         cam->drainConfigurationQueue();
@@ -50,7 +50,7 @@ protected:
     VirtualBackend backend;
     ManualScheduler scheduler;
     std::unique_ptr<SettingsStore> settings;
-    std::unique_ptr<CameraManagerMac> cam;
+    std::unique_ptr<CameraManager> cam;
     LogProbe log;
 };
 
@@ -60,9 +60,9 @@ const QString kQuitting = QStringLiteral("Beenden: Aufnahme wird abgeschlossen u
 
 TEST_F(QuitHandshakeTest, QuitWithoutRecordingStopsCaptureAndEndsAtOnce) {
     int terminated = 0;
-    OstrelAppDelegate delegate([&] { ++terminated; });
+    AppController delegate([&] { ++terminated; });
     const int before = entriesWith(kQuitting);
-    EXPECT_EQ(delegate.applicationShouldTerminate(), OstrelAppDelegate::Reply::now);
+    EXPECT_EQ(delegate.applicationShouldTerminate(), AppController::Reply::now);
     EXPECT_FALSE(cam->running());
     EXPECT_EQ(cam->status(), CameraStatus::stopped);
     delegate.requestQuit();
@@ -78,7 +78,7 @@ TEST_F(QuitHandshakeTest, QuitWhileRecordingEndsOnlyAfterTheFileIsSaved) {
     cam->onRecordingFinished = [&] { previousCalled = true; };
     QStringList savedWhenTerminated;
     int terminated = 0;
-    OstrelAppDelegate delegate([&] {
+    AppController delegate([&] {
         ++terminated;
         savedWhenTerminated = saved();
     });
@@ -88,7 +88,7 @@ TEST_F(QuitHandshakeTest, QuitWhileRecordingEndsOnlyAfterTheFileIsSaved) {
     EXPECT_EQ(entriesWith(kQuitting), 1);
 
     delegate.requestQuit(); // a second request meanwhile is ignored
-    EXPECT_EQ(delegate.applicationShouldTerminate(), OstrelAppDelegate::Reply::cancel);
+    EXPECT_EQ(delegate.applicationShouldTerminate(), AppController::Reply::cancel);
 
     ASSERT_TRUE(pumpUntil([&] { return terminated > 0; }));
     EXPECT_EQ(terminated, 1);

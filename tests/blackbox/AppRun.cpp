@@ -39,7 +39,7 @@ AppRun::AppRun(AppRunOptions options) : m_options(std::move(options)) {
         settings.setValue(Setting::macroDeviceUID, VirtualDevices::camera2ID);
         settings.setValue(Setting::micDeviceUID,
                           m_options.microphone ? VirtualDevices::microphoneID : QString());
-        settings.setValue(Setting::recordingFolderBookmark, recordingFolder().toUtf8());
+        settings.setValue(Setting::recordingFolderPath, recordingFolder().toUtf8());
     }
     for (auto it = m_options.settings.cbegin(); it != m_options.settings.cend(); ++it) {
         if (const auto setting = settingFromKey(it.key()))

@@ -1,5 +1,5 @@
+#include "capture/CameraManager.h"
 #include "capture/CameraErrorTexts.h"
-#include "capture/CameraManagerMac.h"
 #include "capture/FrameStore.h"
 #include "capture/RecordingFiles.h"
 #include "capture/virtual/VirtualBackend.h"
@@ -46,8 +46,8 @@ protected:
     QString tempFolder() const { return dir.filePath(QStringLiteral("tmp")); }
     QString folder() const { return dir.filePath(QStringLiteral("Aufnahmen")); }
 
-    CameraManagerMac& make() {
-        CameraManagerMac::Options options;
+    CameraManager& make() {
+        CameraManager::Options options;
         options.scheduler = &scheduler;
         options.tempFolder = tempFolder();
         options.macroStartPause = 0ms;
@@ -56,7 +56,7 @@ protected:
             return freeBytes.load() < 0 ? std::nullopt
                                         : std::optional<std::int64_t>(freeBytes.load());
         };
-        manager = std::make_unique<CameraManagerMac>(backend, *settings, options);
+        manager = std::make_unique<CameraManager>(backend, *settings, options);
         manager->setSaveURL(QUrl::fromLocalFile(folder()));
         return *manager;
     }
@@ -73,8 +73,8 @@ protected:
         });
     }
 
-    CameraManagerMac& live() {
-        CameraManagerMac& cam = make();
+    CameraManager& live() {
+        CameraManager& cam = make();
         cam.startCapture();
         settle();
         EXPECT_EQ(cam.status(), CameraStatus::live);
@@ -90,7 +90,7 @@ protected:
     VirtualBackend backend;
     ManualScheduler scheduler;
     std::unique_ptr<SettingsStore> settings;
-    std::unique_ptr<CameraManagerMac> manager;
+    std::unique_ptr<CameraManager> manager;
     std::atomic<std::int64_t> freeBytes{500'000'000'000};
     LogProbe log;
 };
@@ -99,9 +99,9 @@ protected:
 
 TEST_F(CameraManagerTest, BothCamerasAtLaunchGoLiveWithTheMicrophone) {
     settings->setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
-    CameraManagerMac& cam = make();
+    CameraManager& cam = make();
     EXPECT_EQ(cam.status(), CameraStatus::ready);
-    EXPECT_EQ(CameraManagerMac::current(), &cam);
+    EXPECT_EQ(CameraManager::current(), &cam);
     cam.startCapture();
     EXPECT_TRUE(cam.starting());
     settle();
@@ -125,7 +125,7 @@ TEST_F(CameraManagerTest, BothCamerasAtLaunchGoLiveWithTheMicrophone) {
 
 TEST_F(CameraManagerTest, LatePluggedCameraIsFoundByThePollLoop) {
     backend.devices().unplug(kMacro);
-    CameraManagerMac& cam = make();
+    CameraManager& cam = make();
     cam.startCapture();
     settle();
     EXPECT_EQ(cam.status(), CameraStatus::searching);
@@ -142,7 +142,7 @@ TEST_F(CameraManagerTest, LatePluggedCameraIsFoundByThePollLoop) {
 
 TEST_F(CameraManagerTest, PollLoopGivesUpAfterSixtyAttemptsAndAPlugInStartsAgain) {
     backend.devices().unplug(kMacro);
-    CameraManagerMac& cam = make();
+    CameraManager& cam = make();
     cam.startCapture();
     scheduler.advance(47200ms);
     EXPECT_EQ(cam.pollCount(), 60);
@@ -162,7 +162,7 @@ TEST_F(CameraManagerTest, PollLoopGivesUpAfterSixtyAttemptsAndAPlugInStartsAgain
 
 TEST_F(CameraManagerTest, SameCameraForWideAndMacroNeverStarts) {
     settings->setValue(Setting::macroDeviceUID, kWide);
-    CameraManagerMac& cam = make();
+    CameraManager& cam = make();
     cam.startCapture();
     settle();
     EXPECT_EQ(cam.status(), CameraStatus::searching);
@@ -174,7 +174,7 @@ TEST_F(CameraManagerTest, SameCameraForWideAndMacroNeverStarts) {
 TEST_F(CameraManagerTest, EmptyAssignmentIsFilledFromTheExternalCameras) {
     settings->remove(Setting::wideDeviceUID);
     settings->remove(Setting::macroDeviceUID);
-    CameraManagerMac& cam = make();
+    CameraManager& cam = make();
     cam.startCapture();
     settle();
     EXPECT_EQ(cam.status(), CameraStatus::live);
@@ -183,7 +183,7 @@ TEST_F(CameraManagerTest, EmptyAssignmentIsFilledFromTheExternalCameras) {
 
 TEST_F(CameraManagerTest, CameraWithoutPictureIsRestartedThreeTimesThenGivenUp) {
     backend.devices().setSilent(kMacro, true);
-    CameraManagerMac& cam = make();
+    CameraManager& cam = make();
     cam.startCapture();
     for (int restart = 1; restart <= 3; ++restart) {
         settle();
@@ -211,7 +211,7 @@ TEST_F(CameraManagerTest, CameraWithoutPictureIsRestartedThreeTimesThenGivenUp) 
 }
 
 TEST_F(CameraManagerTest, WatchdogFindingBothCamerasResetsItsCount) {
-    CameraManagerMac& cam = live();
+    CameraManager& cam = live();
     scheduler.advance(3s);
     EXPECT_EQ(cam.status(), CameraStatus::live);
     EXPECT_EQ(cam.watchdogRetries(), 0);
@@ -219,7 +219,7 @@ TEST_F(CameraManagerTest, WatchdogFindingBothCamerasResetsItsCount) {
 
 TEST_F(CameraManagerTest, UnplugLowersTheCountAndIgnoresOtherDevices) {
     settings->setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
-    CameraManagerMac& cam = live();
+    CameraManager& cam = live();
     backend.devices().unplug(VirtualDevices::microphoneID);
     pumpPosted();
     EXPECT_EQ(cam.status(), CameraStatus::live) << "the microphone changes nothing here";
@@ -246,7 +246,7 @@ TEST_F(CameraManagerTest, UnplugLowersTheCountAndIgnoresOtherDevices) {
 
 TEST_F(CameraManagerTest, StopWhileSearchingDoesNothingAndStopWhileLiveStopsEverything) {
     backend.devices().unplug(kMacro);
-    CameraManagerMac& cam = make();
+    CameraManager& cam = make();
     cam.startCapture();
     settle();
     cam.stopCapture();
@@ -268,7 +268,7 @@ TEST_F(CameraManagerTest, StopWhileSearchingDoesNothingAndStopWhileLiveStopsEver
 }
 
 TEST_F(CameraManagerTest, RecordingLandsInTheFolderUnderItsFinalName) {
-    CameraManagerMac& cam = live();
+    CameraManager& cam = live();
     cam.startRecordingWith(false, true, true, QStringLiteral("Praxis Dr. Muster"), 0.3);
     cam.startRecordingWith(false, true, true, QStringLiteral("zweimal"), 0.3); // ignored
     EXPECT_TRUE(cam.isRecording());
@@ -295,7 +295,7 @@ TEST_F(CameraManagerTest, RecordingLandsInTheFolderUnderItsFinalName) {
 }
 
 TEST_F(CameraManagerTest, RecordingGoesOnWhileACameraIsUnplugged) {
-    CameraManagerMac& cam = live();
+    CameraManager& cam = live();
     cam.startRecordingWith(false, false, false, QString(), 0.3);
     ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 5; }));
     backend.devices().unplug(kMacro);
@@ -310,7 +310,7 @@ TEST_F(CameraManagerTest, RecordingGoesOnWhileACameraIsUnplugged) {
 }
 
 TEST_F(CameraManagerTest, RecordWhileNotRunningDoesNothingAndLogsNothing) {
-    CameraManagerMac& cam = make();
+    CameraManager& cam = make();
     cam.startRecordingWith(false, true, true, QString(), 0.3);
     cam.stopRecording();
     EXPECT_FALSE(cam.isRecording());
@@ -318,7 +318,7 @@ TEST_F(CameraManagerTest, RecordWhileNotRunningDoesNothingAndLogsNothing) {
 }
 
 TEST_F(CameraManagerTest, FolderThatCannotBeWrittenStopsTheStartWithAnAlert) {
-    CameraManagerMac& cam = live();
+    CameraManager& cam = live();
     ASSERT_TRUE(QDir(folder()).removeRecursively()); // the drive is gone
     cam.startRecordingWith(false, false, false, QString(), 0.3);
     ASSERT_TRUE(pumpUntil([&] { return !cam.isRecording(); }));
@@ -341,7 +341,7 @@ TEST_F(CameraManagerTest, FolderThatCannotBeWrittenStopsTheStartWithAnAlert) {
 
 TEST_F(CameraManagerTest, RecordingWithoutFramesIsAFinishError) {
     backend.devices().setSilent(kWide, true);
-    CameraManagerMac& cam = make();
+    CameraManager& cam = make();
     cam.startCapture();
     settle();
     ASSERT_TRUE(cam.running());
@@ -359,7 +359,7 @@ TEST_F(CameraManagerTest, RecordingWithoutFramesIsAFinishError) {
 }
 
 TEST_F(CameraManagerTest, WithoutFolderTheFileStaysInTheTemporaryFolder) {
-    CameraManagerMac& cam = live();
+    CameraManager& cam = live();
     cam.setSaveURL(QUrl());
     cam.startRecordingWith(false, false, false, QString(), 0.3);
     ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 3; }));
@@ -376,7 +376,7 @@ TEST_F(CameraManagerTest, WithoutFolderTheFileStaysInTheTemporaryFolder) {
 }
 
 TEST_F(CameraManagerTest, VanishedFolderAlertsAndTheRecordingIsSavedWhenItIsBack) {
-    CameraManagerMac& cam = live();
+    CameraManager& cam = live();
     cam.startRecordingWith(false, false, false, QString(), 0.3);
     ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 20; }));
     // The drive is pulled: the folder, with the file being written, is no longer there.
@@ -395,7 +395,7 @@ TEST_F(CameraManagerTest, VanishedFolderAlertsAndTheRecordingIsSavedWhenItIsBack
     EXPECT_EQ(partialRecordings(away).size(), 1);
 
     // Plugged in again: found at the next look and saved at once.
-    QSignalSpy recovered(&cam, &CameraManagerMac::leftoversRecovered);
+    QSignalSpy recovered(&cam, &CameraManager::leftoversRecovered);
     ASSERT_TRUE(QDir().rename(away, folder()));
     scheduler.advance(5s);
     ASSERT_TRUE(pumpUntil([&] { return recovered.count() == 1; }));
@@ -409,7 +409,7 @@ TEST_F(CameraManagerTest, VanishedFolderAlertsAndTheRecordingIsSavedWhenItIsBack
 }
 
 TEST_F(CameraManagerTest, StorageMonitorWarnsOnceThenStopsTheRecording) {
-    CameraManagerMac& cam = live();
+    CameraManager& cam = live();
     freeBytes = 1'800'000'000;
     cam.startRecordingWith(false, false, false, QString(), 0.3);
     ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 3; }));
@@ -446,7 +446,7 @@ TEST_F(CameraManagerTest, StorageMonitorWarnsOnceThenStopsTheRecording) {
 }
 
 TEST_F(CameraManagerTest, WriterFailureAlertsAndStops) {
-    CameraManagerMac& cam = live();
+    CameraManager& cam = live();
     cam.startRecordingWith(false, false, false, QString(), 0.3);
     ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 3; }));
     cam.recorder().injectWriteFaultForTesting();
@@ -457,7 +457,7 @@ TEST_F(CameraManagerTest, WriterFailureAlertsAndStops) {
 }
 
 TEST_F(CameraManagerTest, PhotoNeedsALivePictureAndWritesThreeFiles) {
-    CameraManagerMac& cam = make();
+    CameraManager& cam = make();
     cam.takeSnapshot(false, true, QStringLiteral("Praxis"), 0.3);
     EXPECT_EQ(log.messages().last(), QStringLiteral("Foto nicht möglich — noch kein Live-Bild"));
     cam.startCapture();
@@ -492,11 +492,11 @@ TEST_F(CameraManagerTest, CrashedRecordingIsRecoveredAtOnceButNotOneStillBeingWr
     crashed = QString();                           // its owner died just now
     QFile(runningPath).open(QIODevice::WriteOnly); // another instance is writing this one
 
-    CameraManagerMac::Options options; // set up as the app does, the folder given afterwards
+    CameraManager::Options options; // set up as the app does, the folder given afterwards
     options.scheduler = &scheduler;
     options.tempFolder = tempFolder();
-    manager = std::make_unique<CameraManagerMac>(backend, *settings, options);
-    QSignalSpy recovered(manager.get(), &CameraManagerMac::leftoversRecovered);
+    manager = std::make_unique<CameraManager>(backend, *settings, options);
+    QSignalSpy recovered(manager.get(), &CameraManager::leftoversRecovered);
     manager->setSaveURL(QUrl::fromLocalFile(folder()));
     ASSERT_TRUE(pumpUntil([&] { return recovered.count() == 1; }));
     EXPECT_EQ(recovered.first().first().toInt(), 1);
@@ -522,7 +522,7 @@ TEST_F(CameraManagerTest, CrashedRecordingIsRecoveredAtOnceButNotOneStillBeingWr
 // A stop while a start is in flight: the start's late outcome must not bring back "Live", a
 // running flag or a watchdog that restarts cameras someone else may now use.
 TEST_F(CameraManagerTest, StartThatFinishesAfterAStopIsIgnored) {
-    CameraManagerMac& cam = make();
+    CameraManager& cam = make();
     cam.startCapture();
     ASSERT_TRUE(cam.starting());
     cam.stopCapture();
@@ -547,7 +547,7 @@ TEST_F(CameraManagerTest, StartThatFinishesAfterAStopIsIgnored) {
 }
 
 TEST_F(CameraManagerTest, StartThatFinishesAfterAnUnplugLeavesTheCameraDisconnected) {
-    CameraManagerMac& cam = make();
+    CameraManager& cam = make();
     cam.startCapture();
     ASSERT_TRUE(cam.starting());
     backend.devices().unplug(kMacro);
@@ -567,7 +567,7 @@ TEST_F(CameraManagerTest, StartThatFinishesAfterAnUnplugLeavesTheCameraDisconnec
 // A stop while a start is in flight, then a start before the next poll step: one poll loop
 // only, so the search still lasts its full 60 attempts (about 47 s).
 TEST_F(CameraManagerTest, StopAndStartDuringPollingKeepOnePollLoop) {
-    CameraManagerMac& cam = make();
+    CameraManager& cam = make();
     cam.startCapture();
     ASSERT_TRUE(cam.starting());
     ASSERT_TRUE(cam.polling());
@@ -590,7 +590,7 @@ TEST_F(CameraManagerTest, StopAndStartDuringPollingKeepOnePollLoop) {
 // A camera that stops sending pictures mid-session is found and handled like an unplug: the
 // status, the restart button (running false) and an alert that says what to do.
 TEST_F(CameraManagerTest, CameraThatStallsMidSessionTakesTheDisconnectPath) {
-    CameraManagerMac& cam = live();
+    CameraManager& cam = live();
     cam.startRecordingWith(false, false, false, QString(), 0.3);
     ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 3; }));
     backend.devices().stall(kMacro);
@@ -614,7 +614,7 @@ TEST_F(CameraManagerTest, CameraThatStallsMidSessionTakesTheDisconnectPath) {
 // restart button brings both cameras back.
 TEST_F(CameraManagerTest, StreamEndIsNoticedAndTheRestartButtonRecovers) {
     EXPECT_TRUE(backend.devices().applyFaults(QStringLiteral("end=%1@300ms").arg(kWide)).isEmpty());
-    CameraManagerMac& cam = live();
+    CameraManager& cam = live();
     ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::cameraDisconnected; }));
     EXPECT_TRUE(log.messages().contains(
         QStringLiteral("Bildstrom der Wide-Kamera (OSTREL Kamera) abgebrochen — neu starten (↻); "
@@ -628,7 +628,7 @@ TEST_F(CameraManagerTest, StreamEndIsNoticedAndTheRestartButtonRecovers) {
 
 // An unplug is seen twice (the stream ends, the notice comes): counted and logged once.
 TEST_F(CameraManagerTest, UnplugSeenByTheStreamAndTheNoticeCountsOnce) {
-    CameraManagerMac& cam = live();
+    CameraManager& cam = live();
     backend.devices().unplug(kMacro);
     ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::cameraDisconnected; }));
     // Both reports have arrived once the session no longer runs and the notice is delivered.
@@ -646,7 +646,7 @@ TEST_F(CameraManagerTest, UnplugSeenByTheStreamAndTheNoticeCountsOnce) {
 // message, alerted once.
 TEST_F(CameraManagerTest, NoUsbBandwidthIsSaidOnceAndNotCalledMissingCameras) {
     backend.devices().setNoBandwidth(kMacro, true);
-    CameraManagerMac& cam = make();
+    CameraManager& cam = make();
     cam.startCapture();
     settle();
     EXPECT_EQ(cam.status(), CameraStatus::cameraError);
@@ -671,7 +671,7 @@ TEST_F(CameraManagerTest, NoUsbBandwidthIsSaidOnceAndNotCalledMissingCameras) {
 // once per cause, in the user's language (German here, no translator installed).
 TEST_F(CameraManagerTest, CameraWithoutRightsOrBusyAlertsWhatToDo) {
     backend.devices().setInputError(kMacro, CameraErrorTexts::noAccess());
-    CameraManagerMac& cam = make();
+    CameraManager& cam = make();
     cam.startCapture();
     settle();
     EXPECT_EQ(cam.status(), CameraStatus::cameraError);

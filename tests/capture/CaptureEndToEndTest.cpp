@@ -1,7 +1,7 @@
 // The whole capture-to-file path on the virtual cameras in real time: live, a 10-second
 // recording with a photo, the saved files as a player sees them, and the log in order.
 
-#include "capture/CameraManagerMac.h"
+#include "capture/CameraManager.h"
 #include "capture/FrameStore.h"
 #include "capture/virtual/VirtualBackend.h"
 #include "diagnostics/OstrelLog.h"
@@ -27,11 +27,11 @@ TEST(CaptureEndToEnd, LiveRecordingWithPhotoEndsAsAPlayableFileAndThreePhotos) {
     VirtualBackend backend;
     const std::size_t logStart = OstrelLog::shared().entries().size();
 
-    CameraManagerMac::Options options;
+    CameraManager::Options options;
     options.tempFolder = dir.filePath(QStringLiteral("tmp"));
     ASSERT_TRUE(QDir().mkpath(options.tempFolder));
     {
-        CameraManagerMac cam(backend, settings, options);
+        CameraManager cam(backend, settings, options);
         cam.setSaveURL(QUrl::fromLocalFile(folder));
         cam.setStabilizationEnabled(true);
         cam.startCapture();

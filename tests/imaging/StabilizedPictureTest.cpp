@@ -10,7 +10,7 @@
 #include "support/EventLoop.h"
 #include "support/PictureMotion.h"
 #include "support/SyntheticScene.h"
-#include "ui/MacMetalCameraView.h"
+#include "ui/main/LiveCameraView.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -105,7 +105,7 @@ import QtQuick
 import Ostrel
 Window {
     width: 640; height: 360; color: "black"
-    MacMetalCameraView { objectName: "subject"; anchors.fill: parent; index: 1; stabilized: true }
+    LiveCameraView { objectName: "subject"; anchors.fill: parent; index: 1; stabilized: true }
 })",
                       QUrl());
     std::unique_ptr<QQuickWindow> window(qobject_cast<QQuickWindow*>(component.create()));
@@ -114,7 +114,7 @@ Window {
         return {1e9, 1e9};
     window->show();
     EXPECT_TRUE(pumpUntil([&] { return window->isExposed(); }));
-    auto* view = window->findChild<MacMetalCameraView*>(QStringLiteral("subject"));
+    auto* view = window->findChild<LiveCameraView*>(QStringLiteral("subject"));
     EXPECT_TRUE(view);
     if (!view)
         return {1e9, 1e9};

@@ -30,7 +30,7 @@ TEST_F(RecordingsStoreTest, FirstLaunchHasNoFolderAndLogsNothing) {
     EXPECT_TRUE(log.entries().empty());
     EXPECT_FALSE(store.isReachable());
     EXPECT_FALSE(store.availableCapacity().has_value());
-    store.revealInFinder(); // nothing to show, nothing happens
+    store.revealInFileManager(); // nothing to show, nothing happens
 }
 
 TEST_F(RecordingsStoreTest, ChosenFolderIsLoggedOnceAndSurvivesARestart) {
@@ -78,7 +78,7 @@ TEST_F(RecordingsStoreTest, DeletedFolderWarnsOnceAndKeepsTheStoredPath) {
     EXPECT_EQ(entries[1].first, LogLevel::warn);
     EXPECT_TRUE(entries[1].second.startsWith(
         QStringLiteral("Aufnahmeordner konnte nicht aufgelöst werden: ")));
-    EXPECT_EQ(settings.bytes(Setting::recordingFolderBookmark), folder.toUtf8());
+    EXPECT_EQ(settings.bytes(Setting::recordingFolderPath), folder.toUtf8());
 
     // The drive is back: the next launch finds the folder again.
     ASSERT_TRUE(QDir().mkpath(folder));
@@ -104,7 +104,7 @@ TEST_F(RecordingsStoreTest, UnusableFolderIsAnErrorAndChangesNothing) {
     }
     EXPECT_EQ(changed.count(), 0);
     EXPECT_EQ(store.folderPath(), folder);
-    EXPECT_EQ(settings.bytes(Setting::recordingFolderBookmark), folder.toUtf8());
+    EXPECT_EQ(settings.bytes(Setting::recordingFolderPath), folder.toUtf8());
     const auto entries = log.entries();
     ASSERT_EQ(entries.size(), 5u);
     for (std::size_t i = 1; i < entries.size(); ++i) {

@@ -39,8 +39,8 @@ TEST_F(SettingsStoreTest, EmptyStoreGivesTheFirstLaunchDefaults) {
     EXPECT_TRUE(store.wideDeviceUID().isEmpty());
     EXPECT_TRUE(store.macroDeviceUID().isEmpty());
     EXPECT_TRUE(store.micDeviceUID().isEmpty());
-    EXPECT_TRUE(store.recordingFolderBookmark().isEmpty());
-    EXPECT_FALSE(store.contains(Setting::recordingFolderBookmark));
+    EXPECT_TRUE(store.recordingFolderPath().isEmpty());
+    EXPECT_FALSE(store.contains(Setting::recordingFolderPath));
     EXPECT_EQ(store.appearanceMode(), 0);
     EXPECT_FALSE(store.devShowFPS() || store.devStabSliders() || store.devStabFrame() ||
                  store.devStabDiag());
@@ -73,7 +73,7 @@ TEST_F(SettingsStoreTest, ValuesSurviveARestartWithTheirTypes) {
         store.setAppearanceMode(2);
         store.setStabGain(0.25);
         store.setStabLead(-0.1);
-        store.setRecordingFolderBookmark(QByteArray("/home/ärztin/Aufnahmen"));
+        store.setRecordingFolderPath(QByteArray("/home/ärztin/Aufnahmen"));
         store.setDidCompleteOnboarding(true);
     } // QSettings writes on destruction
     SettingsStore store(path());
@@ -84,7 +84,7 @@ TEST_F(SettingsStoreTest, ValuesSurviveARestartWithTheirTypes) {
     EXPECT_EQ(store.appearanceMode(), 2);
     EXPECT_DOUBLE_EQ(store.stabGain(), 0.25);
     EXPECT_DOUBLE_EQ(store.stabLead(), -0.1);
-    EXPECT_EQ(store.recordingFolderBookmark(), QByteArray("/home/ärztin/Aufnahmen"));
+    EXPECT_EQ(store.recordingFolderPath(), QByteArray("/home/ärztin/Aufnahmen"));
     EXPECT_TRUE(store.didCompleteOnboarding());
 }
 
@@ -98,7 +98,7 @@ TEST_F(SettingsStoreTest, WrongTypesInTheFileReadAsDefaults) {
               "stabSmoothing=nan\n"
               "stabCropZoom=inf\n"
               "stabLead=0.2\n"
-              "recordingFolderBookmark=/kein/bytes\n"
+              "recordingFolderPath=/kein/bytes\n"
               "devShowFPS=true\n");
     SettingsStore store(path());
     EXPECT_TRUE(store.watermarkOn());
@@ -109,7 +109,7 @@ TEST_F(SettingsStoreTest, WrongTypesInTheFileReadAsDefaults) {
     EXPECT_DOUBLE_EQ(store.stabSmoothing(), 0.85);
     EXPECT_DOUBLE_EQ(store.stabCropZoom(), 1.15);
     EXPECT_DOUBLE_EQ(store.stabLead(), 0.2); // well-formed values still count
-    EXPECT_FALSE(store.contains(Setting::recordingFolderBookmark));
+    EXPECT_FALSE(store.contains(Setting::recordingFolderPath));
     EXPECT_TRUE(store.devShowFPS());
 }
 

@@ -5,7 +5,7 @@
 #include "recording/RecordingsStore.h"
 #include "settings/SettingsStore.h"
 #include "support/EventLoop.h"
-#include "ui/CaptureBackendHandle.h"
+#include "ui/setup/CaptureBackendHandle.h"
 
 #include <QDir>
 #include <QQmlComponent>

@@ -6,9 +6,9 @@
 #include "resources/Fonts.h"
 #include "settings/SettingsStore.h"
 #include "support/EventLoop.h"
-#include "ui/CameraPreviewView.h"
-#include "ui/CaptureBackendHandle.h"
-#include "ui/OnboardingController.h"
+#include "ui/setup/CameraPreviewView.h"
+#include "ui/setup/CaptureBackendHandle.h"
+#include "ui/setup/OnboardingController.h"
 
 #include <QDir>
 #include <QGuiApplication>

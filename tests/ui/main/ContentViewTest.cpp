@@ -1,0 +1,472 @@
+#include "capture/CameraManager.h"
+#include "capture/FrameStore.h"
+#include "capture/virtual/VirtualBackend.h"
+#include "capture/virtual/VirtualDevices.h"
+#include "devices/DeviceStore.h"
+#include "recording/RecordingEngine.h"
+#include "recording/RecordingsStore.h"
+#include "settings/SettingsStore.h"
+#include "support/EventLoop.h"
+#include "ui/main/LiveCameraView.h"
+#include "ui/main/MainViewState.h"
+
+#include <QDir>
+#include <QKeyEvent>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <thread>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// The main view in a window, on the virtual cameras, with the camera manager and the view's
+// own timers on one hand-driven clock.
+class ContentViewTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        settings = std::make_unique<SettingsStore>(dir.filePath(QStringLiteral("ostrel.ini")));
+        settings->setValue(Setting::wideDeviceUID, VirtualDevices::camera1ID);
+        settings->setValue(Setting::macroDeviceUID, VirtualDevices::camera2ID);
+        ASSERT_TRUE(QDir().mkpath(dir.filePath(QStringLiteral("Aufnahmen"))));
+        ASSERT_TRUE(QDir().mkpath(dir.filePath(QStringLiteral("tmp"))));
+        devices = std::make_unique<DeviceStore>(backend.discovery(), *settings);
+        recordings = std::make_unique<RecordingsStore>(*settings);
+        recordings->setFolder(QUrl::fromLocalFile(dir.filePath(QStringLiteral("Aufnahmen"))));
+        CameraManager::Options options;
+        options.scheduler = &scheduler;
+        options.tempFolder = dir.filePath(QStringLiteral("tmp"));
+        options.macroStartPause = 0ms;
+        options.freeSpace = [this](const QString&, const std::optional<QString>&,
+                                   const std::optional<QString>&) {
+            return std::optional<std::int64_t>(freeBytes.load());
+        };
+        cam = std::make_unique<CameraManager>(backend, *settings, options);
+    }
+
+    void TearDown() override {
+        root.reset();
+        window.reset();
+        cam.reset();
+        FrameStore::shared().clear();
+    }
+
+    // Opens the view; capture starts on the next turn of the event loop.
+    void open() {
+        window = std::make_unique<QQuickWindow>();
+        window->resize(1000, 640);
+        QQmlComponent component(&engine, QUrl(QStringLiteral("qrc:/Ostrel/ContentView.qml")));
+        // Built inside the window, as the shell does, so that its alerts find it.
+        QObject* object = component.beginCreate(engine.rootContext());
+        ASSERT_TRUE(object) << component.errorString().toStdString();
+        root.reset(qobject_cast<QQuickItem*>(object));
+        component.setInitialProperties(
+            object, {{QStringLiteral("cam"), QVariant::fromValue(cam.get())},
+                     {QStringLiteral("devices"), QVariant::fromValue(devices.get())},
+                     {QStringLiteral("recordings"), QVariant::fromValue(recordings.get())},
+                     {QStringLiteral("settings"), QVariant::fromValue(settings.get())}});
+        root->setParentItem(window->contentItem());
+        root->setSize(window->size());
+        component.completeCreate();
+        window->show();
+        state = root->findChild<MainViewState*>(QStringLiteral("mainViewState"));
+        ASSERT_TRUE(state);
+        state->setScheduler(scheduler);
+        root->forceActiveFocus();
+        pumpPosted();
+    }
+
+    void openLive() {
+        open();
+        cam->drainConfigurationQueue();
+        pumpPosted();
+        ASSERT_TRUE(pumpUntil([this] { return cam->running(); }));
+    }
+
+    // Delivers a key to the view the way the window does; returns whether it was accepted.
+    bool key(int code, Qt::KeyboardModifiers modifiers = Qt::NoModifier, const QString& text = {}) {
+        QKeyEvent event(QEvent::KeyPress, code, modifiers, text);
+        QCoreApplication::sendEvent(window.get(), &event);
+        return event.isAccepted();
+    }
+
+    bool invoke(const char* method, QVariant arg = {}) {
+        QVariant result;
+        return arg.isValid()
+                   ? QMetaObject::invokeMethod(root.get(), method, Q_RETURN_ARG(QVariant, result),
+                                               Q_ARG(QVariant, arg))
+                   : QMetaObject::invokeMethod(root.get(), method, Q_RETURN_ARG(QVariant, result));
+    }
+
+    template <typename T = QQuickItem> T* find(const char* name) const {
+        return root->findChild<T*>(QString::fromLatin1(name));
+    }
+
+    QTemporaryDir dir;
+    VirtualBackend backend;
+    ManualScheduler scheduler;
+    std::atomic<std::int64_t> freeBytes{500'000'000'000}; // what the storage monitor measures
+    std::unique_ptr<SettingsStore> settings;
+    std::unique_ptr<DeviceStore> devices;
+    std::unique_ptr<RecordingsStore> recordings;
+    std::unique_ptr<CameraManager> cam;
+    QQmlEngine engine;
+    std::unique_ptr<QQuickWindow> window;
+    std::unique_ptr<QQuickItem> root;
+    MainViewState* state = nullptr;
+};
+
+} // namespace
+
+TEST_F(ContentViewTest, DigitKeysSetTheInsetSizeWithinItsLimits) {
+    open();
+    EXPECT_DOUBLE_EQ(state->macroFraction(), 0.3);
+    EXPECT_EQ(find("macroSizeLabel")->property("text").toString(),
+              QStringLiteral("MACRO-GRÖSSE 30 %"));
+    EXPECT_TRUE(key(Qt::Key_7, Qt::NoModifier, QStringLiteral("7")));
+    EXPECT_DOUBLE_EQ(state->macroFraction(), 0.7);
+    EXPECT_NEAR(find("macroInset")->width(), 700, 0.01);
+    EXPECT_NEAR(find("macroInset")->height(), 700 * 9 * 0.0625, 0.01);
+    for (int digit : {Qt::Key_8, Qt::Key_9, Qt::Key_0})
+        EXPECT_FALSE(key(digit));
+    EXPECT_DOUBLE_EQ(state->macroFraction(), 0.7);
+    EXPECT_TRUE(key(Qt::Key_1));
+    EXPECT_DOUBLE_EQ(state->macroFraction(), 0.1);
+    EXPECT_EQ(find("macroSizeLabel")->property("text").toString(),
+              QStringLiteral("MACRO-GRÖSSE 10 %"));
+}
+
+TEST_F(ContentViewTest, KeysWithTheCommandModifierAreLeftToTheMenu) {
+    open();
+    EXPECT_FALSE(key(Qt::Key_R, Qt::ControlModifier));
+    EXPECT_FALSE(key(Qt::Key_S, Qt::ControlModifier));
+    EXPECT_FALSE(key(Qt::Key_5, Qt::ControlModifier));
+    EXPECT_FALSE(settings->stabilizeMacro());
+    EXPECT_DOUBLE_EQ(state->macroFraction(), 0.3);
+    EXPECT_FALSE(key(Qt::Key_X));
+
+    EXPECT_TRUE(key(Qt::Key_S, Qt::ShiftModifier, QStringLiteral("S")));
+    EXPECT_TRUE(settings->stabilizeMacro());
+    EXPECT_TRUE(key(Qt::Key_M));
+    EXPECT_TRUE(state->micMuted());
+    EXPECT_EQ(find("audioMeter")->property("lit").toInt(), 0);
+}
+
+TEST_F(ContentViewTest, WKeySwapsTheCamerasAndRestartsCaptureAfterAPause) {
+    openLive();
+    const QString wide = devices->wideUID();
+    const QString macro = devices->macroUID();
+    ASSERT_FALSE(wide.isEmpty());
+    std::vector<bool> transitions;
+    QObject::connect(cam.get(), &CameraManager::runningChanged, cam.get(),
+                     [&] { transitions.push_back(cam->running()); });
+    EXPECT_TRUE(key(Qt::Key_W));
+    EXPECT_EQ(devices->wideUID(), macro);
+    EXPECT_EQ(devices->macroUID(), wide);
+    EXPECT_EQ(transitions, std::vector<bool>{false});
+    EXPECT_EQ(cam->status(), CameraStatus::stopped);
+    scheduler.advance(299ms);
+    EXPECT_EQ(cam->status(), CameraStatus::stopped);
+    scheduler.advance(1ms);
+    cam->drainConfigurationQueue();
+    pumpPosted();
+    EXPECT_TRUE(pumpUntil([this] { return cam->running(); }));
+}
+
+TEST_F(ContentViewTest, WheelNotchesAndMenuStepsStopAtTheLimits) {
+    open();
+    for (int i = 0; i < 10; ++i)
+        state->changeMacroSize(0.03);
+    EXPECT_NEAR(state->macroFraction(), 0.6, 1e-9);
+    state->changeMacroSize(0.03);
+    state->changeMacroSize(0.03);
+    EXPECT_NEAR(state->macroFraction(), 0.66, 1e-9);
+    state->changeMacroSize(0.03);
+    state->changeMacroSize(0.03);
+    EXPECT_DOUBLE_EQ(state->macroFraction(), 0.7);
+
+    state->setMacroFraction(0.12);
+    ASSERT_TRUE(invoke("changeMacroSize", -0.05));
+    EXPECT_DOUBLE_EQ(state->macroFraction(), 0.1);
+}
+
+TEST_F(ContentViewTest, ControlsHideSixSecondsAfterTheLastActivity) {
+    open();
+    auto* top = find("topBar");
+    state->bumpActivity();
+    EXPECT_TRUE(state->controlsVisible());
+    // Activity every 5 s keeps them up.
+    for (int i = 0; i < 6; ++i) {
+        scheduler.advance(5s);
+        EXPECT_TRUE(state->controlsVisible()) << "after " << (i + 1) * 5 << " s";
+        state->bumpActivity();
+    }
+    scheduler.advance(5999ms);
+    EXPECT_TRUE(state->controlsVisible());
+    scheduler.advance(1ms);
+    EXPECT_FALSE(state->controlsVisible());
+    EXPECT_TRUE(pumpUntil([top] { return !top->isVisible(); }));
+    // A handled key brings them back; an unhandled one does not.
+    EXPECT_FALSE(key(Qt::Key_X));
+    EXPECT_FALSE(state->controlsVisible());
+    EXPECT_TRUE(key(Qt::Key_3));
+    EXPECT_TRUE(state->controlsVisible());
+}
+
+TEST_F(ContentViewTest, MenuRecordingIsIgnoredWhileNoCameraRuns) {
+    backend.devices().unplug(VirtualDevices::camera1ID);
+    backend.devices().unplug(VirtualDevices::camera2ID);
+    open();
+    ASSERT_FALSE(cam->running());
+    state->setRecordSeconds(42);
+    ASSERT_TRUE(invoke("toggleRecording", true));
+    EXPECT_EQ(state->recordSeconds(), 42); // not even reset
+    EXPECT_FALSE(cam->isRecording());
+    // Photos need a running camera too: no flash.
+    EXPECT_TRUE(key(Qt::Key_Space));
+    EXPECT_DOUBLE_EQ(state->flashOpacity(), 0);
+}
+
+TEST_F(ContentViewTest, RecordKeyStartsAndStopsWithTheTimeShown) {
+    openLive();
+    EXPECT_TRUE(key(Qt::Key_R));
+    ASSERT_TRUE(pumpUntil([this] { return cam->isRecording(); }));
+    EXPECT_EQ(find("recordTime")->property("text").toString(), QStringLiteral("00:00"));
+    scheduler.advance(65s);
+    EXPECT_EQ(state->recordSeconds(), 65);
+    EXPECT_EQ(find("recordTime")->property("text").toString(), QStringLiteral("01:05"));
+    EXPECT_TRUE(find("recordButton")->property("recording").toBool());
+
+    ASSERT_TRUE(invoke("toggleRecording", true));
+    ASSERT_TRUE(pumpUntil([this] { return !cam->isRecording(); }, 10000));
+    scheduler.advance(3s);
+    EXPECT_EQ(state->recordSeconds(), 65); // stands still once stopped
+    // A new recording starts from zero.
+    EXPECT_TRUE(key(Qt::Key_R));
+    EXPECT_EQ(state->recordSeconds(), 0);
+    ASSERT_TRUE(pumpUntil([this] { return cam->isRecording(); }));
+    cam->stopRecording();
+    ASSERT_TRUE(pumpUntil([this] { return !cam->isRecording(); }, 10000));
+}
+
+TEST_F(ContentViewTest, StorageWarningShowsBesideTheFreeSpaceUntilTheRecordingEnds) {
+    openLive();
+    auto* warning = find("storageWarning");
+    auto* overlay = find("storageWarningOverlay");
+    auto* freeSpace = find("storageText");
+    ASSERT_TRUE(warning && overlay && freeSpace);
+    EXPECT_FALSE(warning->isVisible());
+    EXPECT_FALSE(overlay->isVisible());
+
+    freeBytes = 1'800'000'000; // about 8 minutes above the stop reserve at 1080p
+    EXPECT_TRUE(key(Qt::Key_R));
+    ASSERT_TRUE(pumpUntil([this] { return cam->isRecording(); }));
+    ASSERT_TRUE(pumpUntil([this] { return cam->recorder().counters().framesAppended >= 1; }));
+    state->bumpActivity();
+    scheduler.advance(5s); // the storage monitor's first check
+    ASSERT_TRUE(pumpUntil([this] { return cam->storageWarning().has_value(); }));
+    pumpPosted();
+    EXPECT_TRUE(warning->isVisible());
+    EXPECT_EQ(warning->property("text").toString(), QStringLiteral("Speicher fast voll · ≈ 8 Min"));
+    EXPECT_EQ(warning->property("color").value<QColor>(), QColor(QStringLiteral("#ff9f0a")));
+    EXPECT_EQ(overlay->property("color").value<QColor>(), QColor(QStringLiteral("#ff9f0a")));
+    // In the top bar, right after the free-space text and on its line.
+    EXPECT_EQ(warning->parentItem(), freeSpace->parentItem());
+    // The row places it when the window is next polished.
+    const auto sceneRect = [](QQuickItem* item) {
+        return item->mapRectToScene(item->boundingRect());
+    };
+    ASSERT_TRUE(
+        pumpUntil([&] { return sceneRect(warning).left() >= sceneRect(freeSpace).right(); }));
+    const QRectF free = sceneRect(freeSpace);
+    const QRectF shown = sceneRect(warning);
+    EXPECT_LT(shown.left() - free.right(), 30);
+    EXPECT_NEAR(shown.center().y(), free.center().y(), 2);
+    EXPECT_FALSE(overlay->isVisible()) << "one warning at a time";
+
+    // The bars hide after 6 s of quiet; the warning stays in sight above the picture.
+    scheduler.advance(6s);
+    ASSERT_TRUE(pumpUntil([this] { return !find("topBar")->isVisible(); }));
+    EXPECT_TRUE(overlay->isVisible());
+    EXPECT_EQ(overlay->property("text").toString(), QStringLiteral("Speicher fast voll · ≈ 8 Min"));
+
+    // It goes with the recording.
+    cam->stopRecording();
+    ASSERT_TRUE(pumpUntil([this] { return !cam->isRecording(); }, 60000));
+    pumpPosted();
+    EXPECT_FALSE(warning->isVisible());
+    EXPECT_FALSE(overlay->isVisible());
+    EXPECT_TRUE(warning->property("text").toString().isEmpty());
+}
+
+TEST_F(ContentViewTest, PhotoFlashJumpsToThreeQuartersAndFadesOut) {
+    openLive();
+    EXPECT_TRUE(key(Qt::Key_Space));
+    EXPECT_DOUBLE_EQ(state->flashOpacity(), 0.75);
+    EXPECT_TRUE(find("flash")->isVisible());
+    EXPECT_TRUE(pumpUntil([this] { return state->flashOpacity() == 0; }, 3000));
+    EXPECT_FALSE(find("flash")->isVisible());
+}
+
+TEST_F(ContentViewTest, UnreachableFolderWarnsAndAlerts) {
+    QDir(recordings->folderPath()).removeRecursively();
+    open();
+    auto* alert = root->findChild<QObject*>(QStringLiteral("folderMissingAlert"));
+    ASSERT_TRUE(alert);
+    // Looked at off the GUI thread, so the answer comes a moment later.
+    EXPECT_TRUE(pumpUntil([&] { return alert->property("visible").toBool(); }));
+    EXPECT_EQ(alert->property("title").toString(), QStringLiteral("Aufnahmeordner nicht gefunden"));
+}
+
+TEST_F(ContentViewTest, UserAlertIsShownAndDismissedToNone) {
+    open();
+    auto* alert = root->findChild<QObject*>(QStringLiteral("userAlert"));
+    ASSERT_TRUE(alert);
+    EXPECT_FALSE(alert->property("visible").toBool());
+    cam->setUserAlert(QStringLiteral("Aufnahme fehlgeschlagen"));
+    EXPECT_TRUE(alert->property("visible").toBool());
+    QMetaObject::invokeMethod(alert, "close");
+    pumpPosted();
+    EXPECT_FALSE(cam->userAlert().has_value());
+}
+
+TEST_F(ContentViewTest, AudioMeterLightsRoundedBarsAndNoneWhenMuted) {
+    QQmlComponent component(&engine, QUrl(QStringLiteral("qrc:/Ostrel/AudioMeter.qml")));
+    std::unique_ptr<QObject> meter(component.create());
+    ASSERT_TRUE(meter) << component.errorString().toStdString();
+    const std::pair<double, int> cases[] = {{0, 0},   {0.06, 0}, {0.07, 1}, {0.44, 4},
+                                            {0.8, 6}, {0.94, 8}, {1, 8}};
+    for (const auto& [level, lit] : cases) {
+        meter->setProperty("level", level);
+        EXPECT_EQ(meter->property("lit").toInt(), lit) << "level " << level;
+    }
+    meter->setProperty("muted", true);
+    EXPECT_EQ(meter->property("lit").toInt(), 0);
+}
+
+TEST(MainViewState, CorrectionTextShowsSignedPercentages) {
+    MainViewState state;
+    EXPECT_EQ(state.correctionText(QPointF(0.0123, -0.004)),
+              QStringLiteral("Korrektur  x +1.2%  y -0.4%"));
+    EXPECT_EQ(state.correctionText(QPointF(0, 0)), QStringLiteral("Korrektur  x +0.0%  y +0.0%"));
+}
+
+TEST_F(ContentViewTest, LiveViewGivesWayToAnEncoderThatFallsBehindAndSaysSoWhenItCannotKeepUp) {
+    openLive();
+    auto* wide = find<LiveCameraView>("wideView");
+    auto* macro = find<LiveCameraView>("macroView");
+    ASSERT_TRUE(wide && macro);
+    EXPECT_EQ(wide->refreshInterval(), 33);
+    cam->startRecording(320, 180, false, QImage(), 0.3);
+    ASSERT_TRUE(pumpUntil([this] { return cam->recorder().counters().framesAppended >= 3; }));
+    pumpPosted();
+
+    // The encoder takes nothing: every frame that arrives is dropped. Each half-second tick that
+    // saw a drop slows both live views one step, down to 10 fps.
+    cam->recorder().holdEncodingForTesting(true);
+    auto dropsSoFar = [this] {
+        const auto c = cam->recorder().counters();
+        return c.droppedBusy + c.droppedNotReady;
+    };
+    auto tickAfterADrop = [&] {
+        const int before = dropsSoFar();
+        EXPECT_TRUE(pumpUntil([&] { return dropsSoFar() > before; }));
+        scheduler.advance(500ms);
+    };
+    for (int expected : {50, 67, 100}) {
+        tickAfterADrop();
+        EXPECT_EQ(wide->refreshInterval(), expected);
+        EXPECT_EQ(macro->refreshInterval(), expected);
+    }
+    EXPECT_FALSE(find("recordingNotice")->isVisible());
+
+    // Two more seconds behind with the views at their floor: the machine cannot keep up, so
+    // the recording is paced evenly and the user is told in plain words.
+    for (int i = 0; i < 4; ++i)
+        tickAfterADrop();
+    EXPECT_EQ(cam->recorder().rateLimit(), 10);
+    EXPECT_EQ(cam->recordingNotice(),
+              QStringLiteral("Dieser Rechner schafft 320 × 180 nicht mit 30 Bildern pro "
+                             "Sekunde. Die Aufnahme läuft gleichmäßig mit 10 Bildern pro "
+                             "Sekunde."));
+    EXPECT_TRUE(find("recordingNotice")->isVisible());
+
+    // The recording ends: full rate again, no notice, and the file is kept.
+    cam->recorder().holdEncodingForTesting(false);
+    cam->stopRecording();
+    ASSERT_TRUE(pumpUntil([this] { return !cam->isRecording(); }, 20000));
+    EXPECT_EQ(wide->refreshInterval(), 33);
+    EXPECT_EQ(macro->refreshInterval(), 33);
+    EXPECT_TRUE(cam->recordingNotice().isEmpty());
+    EXPECT_FALSE(find("recordingNotice")->isVisible());
+    EXPECT_EQ(QDir(dir.filePath(QStringLiteral("Aufnahmen")))
+                  .entryList({QStringLiteral("OSTREL-*.mp4")}, QDir::Files)
+                  .size(),
+              1);
+}
+
+TEST_F(ContentViewTest, HighResolutionWithTheSoftwareEncoderOnFewCoresIsAnnouncedAtTheStart) {
+    openLive();
+    settings->setValue(Setting::resolutionHigh, true);
+    EXPECT_TRUE(key(Qt::Key_R));
+    ASSERT_TRUE(pumpUntil([this] { return cam->recorder().active(); }, 20000));
+    pumpPosted();
+    const bool fewCores = std::thread::hardware_concurrency() < 4;
+    if (cam->recorder().videoEncoderName() == QStringLiteral("libx265") && fewCores) {
+        ASSERT_TRUE(pumpUntil([this] { return !cam->recordingNotice().isEmpty(); }));
+        EXPECT_EQ(cam->recordingNotice(),
+                  QStringLiteral("Dieser Rechner schafft 2560 × 1440 voraussichtlich nicht mit 30 "
+                                 "Bildern pro Sekunde. Die Aufnahme läuft dann gleichmäßig mit "
+                                 "weniger Bildern pro Sekunde; für 30 Bilder pro Sekunde "
+                                 "1920 × 1080 wählen."));
+        EXPECT_TRUE(find("recordingNotice")->isVisible());
+        // Seen as the user sees it.
+        if (qEnvironmentVariableIsSet("OSTREL_SCREENSHOT_DIR"))
+            window->grabWindow().save(qEnvironmentVariable("OSTREL_SCREENSHOT_DIR") +
+                                      QStringLiteral("/main-recording-notice.png"));
+    } else {
+        EXPECT_TRUE(cam->recordingNotice().isEmpty());
+    }
+    cam->stopRecording();
+    ASSERT_TRUE(pumpUntil([this] { return !cam->isRecording(); }, 30000));
+    EXPECT_TRUE(cam->recordingNotice().isEmpty());
+}
+
+TEST_F(ContentViewTest, TuningOverlayShowsEachValueWithItsOwnPrecision) {
+    settings->setValue(Setting::devStabSliders, true);
+    settings->setStabGain(2.3);
+    settings->setStabSmoothing(0.875);
+    settings->setStabCropZoom(1.2);
+    settings->setStabLead(0.45);
+    open();
+    QQuickItem* overlay = find("stabilizerOverlay");
+    ASSERT_TRUE(overlay);
+    EXPECT_TRUE(overlay->isVisible());
+    // Repeater rows are visual children only.
+    auto shown = [&](const char* key) {
+        const QString name = QString::fromLatin1(key) + QStringLiteral("Value");
+        std::function<QQuickItem*(QQuickItem*)> search = [&](QQuickItem* item) -> QQuickItem* {
+            if (item->objectName() == name)
+                return item;
+            for (QQuickItem* child : item->childItems())
+                if (QQuickItem* found = search(child))
+                    return found;
+            return nullptr;
+        };
+        QQuickItem* label = search(overlay);
+        return label ? label->property("text").toString() : QStringLiteral("(missing)");
+    };
+    EXPECT_EQ(shown("stabGain"), QStringLiteral("2.3"));
+    EXPECT_EQ(shown("stabSmoothing"), QStringLiteral("0.875"));
+    EXPECT_EQ(shown("stabCropZoom"), QStringLiteral("1.20"));
+    EXPECT_EQ(shown("stabLead"), QStringLiteral("0.45"));
+}

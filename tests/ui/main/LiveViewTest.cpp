@@ -1,0 +1,203 @@
+#include "capture/FrameStore.h"
+#include "support/EventLoop.h"
+#include "ui/main/LiveCameraView.h"
+#include "ui/main/LiveViewGeometry.h"
+#include "ui/main/VideoInteractionView.h"
+
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QSignalSpy>
+#include <QWheelEvent>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+// A frame in four colours: red top-left, green top-right, blue bottom-left, white bottom-right.
+PixelBuffer quadrants(int width, int height) {
+    PixelBuffer buffer = PixelBuffer::allocate(width, height);
+    for (int y = 0; y < height; ++y) {
+        auto* row = reinterpret_cast<std::uint32_t*>(buffer.row(y));
+        for (int x = 0; x < width; ++x) {
+            const bool right = x >= width / 2;
+            const bool bottom = y >= height / 2;
+            row[x] =
+                !bottom ? (right ? 0xff00ff00u : 0xffff0000u) : (right ? 0xffffffffu : 0xff0000ffu);
+        }
+    }
+    return buffer;
+}
+
+void expectRect(const RectD& r, double x, double y, double w, double h) {
+    EXPECT_NEAR(r.x, x, 1e-6);
+    EXPECT_NEAR(r.y, y, 1e-6);
+    EXPECT_NEAR(r.width, w, 1e-6);
+    EXPECT_NEAR(r.height, h, 1e-6);
+}
+
+} // namespace
+
+TEST(LiveViewGeometry, UnstabilisedFrameFillsTheViewTurned) {
+    const auto draw = liveViewDraw({1920, 1080}, {1920, 1080}, 1.0, {});
+    ASSERT_TRUE(draw);
+    expectRect(draw->target, 0, 0, 1920, 1080);
+    expectRect(draw->source, 0, 0, 1920, 1080);
+    EXPECT_TRUE(draw->mirrorX && draw->mirrorY);
+}
+
+TEST(LiveViewGeometry, ZoomShowsTheCentreCropScaledUp) {
+    const auto draw = liveViewDraw({1920, 1080}, {1920, 1080}, 1.15, {});
+    ASSERT_TRUE(draw);
+    expectRect(draw->target, 0, 0, 1920, 1080);
+    expectRect(draw->source, (1920 - 1920 / 1.15) / 2, (1080 - 1080 / 1.15) / 2, 1920 / 1.15,
+               1080 / 1.15);
+    EXPECT_NEAR(draw->source.width, 1669.6, 0.05);
+    EXPECT_NEAR(draw->source.height, 939.1, 0.05);
+
+    const auto below = liveViewDraw({1920, 1080}, {960, 540}, 0.5, {});
+    ASSERT_TRUE(below);
+    expectRect(below->source, 0, 0, 1920, 1080); // zoom below 1 counts as 1
+}
+
+TEST(LiveViewGeometry, FourByThreeFrameFillsTheWidthAndLosesTopAndBottomEqually) {
+    const auto draw = liveViewDraw({1440, 1080}, {1920, 1080}, 1.0, {});
+    ASSERT_TRUE(draw);
+    expectRect(draw->target, 0, 0, 1920, 1080);
+    expectRect(draw->source, 0, 135, 1440, 810);
+}
+
+TEST(LiveViewGeometry, OffsetShiftsTheCropOnTheTurnedPictureAndMayLeaveTheFrame) {
+    // Right on the turned picture is left on the camera's own frame.
+    const auto draw = liveViewDraw({1920, 1080}, {1920, 1080}, 1.15, {0.05, 0});
+    ASSERT_TRUE(draw);
+    EXPECT_NEAR(draw->source.x, (1920 - 1920 / 1.15) / 2 - 96, 1e-6);
+
+    // Past the frame's edge the view shows nothing there: the drawn part shrinks.
+    const auto edge = liveViewDraw({1920, 1080}, {1920, 1080}, 1.15, {0.2, 0});
+    ASSERT_TRUE(edge);
+    EXPECT_NEAR(edge->source.x, 0, 1e-6);
+    EXPECT_LT(edge->target.width, 1920);
+    EXPECT_NEAR(edge->target.x, 0, 1e-6);
+
+    EXPECT_FALSE(liveViewDraw({1920, 1080}, {1920, 1080}, 1.15, {2, 0}));
+    EXPECT_FALSE(liveViewDraw({0, 1080}, {1920, 1080}, 1, {}));
+    EXPECT_FALSE(liveViewDraw({1920, 1080}, {0, 0}, 1, {}));
+    const auto nan = liveViewDraw({1920, 1080}, {1920, 1080}, std::nan(""), {std::nan(""), 0});
+    ASSERT_TRUE(nan);
+    expectRect(nan->source, 0, 0, 1920, 1080);
+}
+
+namespace {
+
+class LiveViewItemTest : public ::testing::Test {
+protected:
+    void TearDown() override { FrameStore::shared().clear(); }
+
+    template <typename T> T* load(const QByteArray& qml) {
+        QQmlComponent component(&engine);
+        component.setData(qml, QUrl());
+        window.reset(qobject_cast<QQuickWindow*>(component.create()));
+        EXPECT_TRUE(window) << component.errorString().toStdString();
+        if (!window)
+            return nullptr;
+        window->show();
+        EXPECT_TRUE(pumpUntil([&] { return window->isExposed(); }));
+        pumpPosted();
+        return window->findChild<T*>(QStringLiteral("subject"));
+    }
+
+    QColor pixel(int x, int y) {
+        const QImage image = window->grabWindow();
+        return image.pixelColor(x, y);
+    }
+
+    QQmlEngine engine;
+    std::unique_ptr<QQuickWindow> window;
+};
+
+const QByteArray kCameraWindow = R"(
+import QtQuick
+import Ostrel
+Window {
+    width: 320; height: 180; color: "black"
+    LiveCameraView { objectName: "subject"; anchors.fill: parent; index: 1 }
+})";
+
+} // namespace
+
+TEST_F(LiveViewItemTest, DrawsTheNewestFrameTurnedAndSkipsUnchangedFrames) {
+    auto* view = load<LiveCameraView>(kCameraWindow);
+    ASSERT_TRUE(view);
+    view->pullFrame();
+    EXPECT_EQ(view->framesShown(), 0) << "no frame yet: nothing drawn";
+
+    FrameStore::shared().store(1, {quadrants(640, 360), {}, 1.0});
+    view->pullFrame();
+    view->pullFrame();
+    EXPECT_EQ(view->framesShown(), 1) << "the same frame is not handed on twice";
+
+    // Half a turn: white (bottom-right of the frame) shows top-left, red bottom-right.
+    EXPECT_EQ(pixel(40, 40), QColor(Qt::white));
+    EXPECT_EQ(pixel(280, 140), QColor(Qt::red));
+    EXPECT_EQ(pixel(280, 40), QColor(Qt::blue));
+
+    FrameStore::shared().store(1, {quadrants(640, 360), {}, 1.0});
+    view->pullFrame();
+    EXPECT_EQ(view->framesShown(), 2);
+}
+
+TEST_F(LiveViewItemTest, StabilisedViewAppliesTheFramesOwnOffset) {
+    auto* view = load<LiveCameraView>(kCameraWindow);
+    ASSERT_TRUE(view);
+    // An offset of a quarter frame to the right on the turned picture: its left half (white
+    // over green) moves out, the right half comes in.
+    FrameStore::shared().store(1, {quadrants(640, 360), QPointF(0.25, 0), 1.0});
+    view->pullFrame();
+    EXPECT_EQ(pixel(40, 40), QColor(Qt::white)) << "not stabilised: offset ignored";
+    view->setStabilized(true);
+    pumpPosted();
+    EXPECT_EQ(pixel(120, 40), QColor(Qt::blue));
+    EXPECT_EQ(pixel(300, 40), QColor(Qt::black)) << "past the frame's edge nothing is drawn";
+
+    // Zoom 2 a quarter to the left: only the left-centre part of the frame is uploaded and it
+    // still lands where it belongs, white over green.
+    FrameStore::shared().store(1, {quadrants(640, 360), QPointF(-0.25, 0), 2.0});
+    view->pullFrame();
+    pumpPosted();
+    EXPECT_EQ(pixel(40, 40), QColor(Qt::white));
+    EXPECT_EQ(pixel(280, 40), QColor(Qt::white));
+    EXPECT_EQ(pixel(40, 140), QColor(Qt::green));
+    EXPECT_EQ(pixel(280, 140), QColor(Qt::green));
+}
+
+TEST_F(LiveViewItemTest, WheelAndPointerReportScaledScrollingAndActivity) {
+    auto* view = load<VideoInteractionView>(R"(
+import QtQuick
+import Ostrel
+Window {
+    width: 320; height: 180
+    VideoInteractionView { objectName: "subject"; anchors.fill: parent }
+})");
+    ASSERT_TRUE(view);
+    QSignalSpy scrolled(view, &VideoInteractionView::scrolled);
+    QSignalSpy activity(view, &VideoInteractionView::activity);
+    const auto wheel = [&](QPoint pixels, QPoint angle) {
+        QWheelEvent event(QPointF(100, 100), QPointF(100, 100), pixels, angle, Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(window.get(), &event);
+    };
+    wheel({}, {0, 120}); // one notch
+    ASSERT_EQ(scrolled.count(), 1);
+    EXPECT_DOUBLE_EQ(scrolled.takeFirst().at(0).toDouble(), 0.03);
+    wheel({0, 10}, {0, 10}); // trackpad
+    ASSERT_EQ(scrolled.count(), 1);
+    EXPECT_DOUBLE_EQ(scrolled.takeFirst().at(0).toDouble(), 0.015);
+    wheel({}, {120, 0}); // horizontal only
+    EXPECT_EQ(scrolled.count(), 0);
+    EXPECT_EQ(activity.count(), 3);
+    EXPECT_DOUBLE_EQ(VideoInteractionView::scrollAmount({}, {0, -240}), -0.06);
+}

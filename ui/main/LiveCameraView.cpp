@@ -1,0 +1,127 @@
+#include "ui/main/LiveCameraView.h"
+
+#include "ui/main/RenderThreadPriority.h"
+#include "ui/controls/FrameImage.h"
+#include "ui/main/LiveViewGeometry.h"
+
+#include <QImage>
+#include <QQuickWindow>
+#include <QSGImageNode>
+#include <QSGRendererInterface>
+
+#include <algorithm>
+
+namespace {} // namespace
+
+LiveCameraView::LiveCameraView(QQuickItem* parent) : QQuickItem(parent) {
+    setFlag(ItemHasContents, true);
+    m_timer.setInterval(redrawIntervalMs);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    connect(&m_timer, &QTimer::timeout, this, &LiveCameraView::pullFrame);
+    m_timer.start();
+}
+
+void LiveCameraView::setIndex(int index) {
+    if (index == m_index)
+        return;
+    m_index = index;
+    m_frame = {};
+    emit indexChanged();
+    update();
+}
+
+void LiveCameraView::setStabilized(bool stabilized) {
+    if (stabilized == m_stabilized)
+        return;
+    m_stabilized = stabilized;
+    emit stabilizedChanged();
+    m_frameDirty = true;
+    update();
+}
+
+void LiveCameraView::setRefreshInterval(int ms) {
+    ms = std::max(ms, int(redrawIntervalMs));
+    if (ms == m_timer.interval())
+        return;
+    m_timer.setInterval(ms); // a running timer keeps running with the new interval
+    emit refreshIntervalChanged();
+}
+
+void LiveCameraView::pullFrame() {
+    std::optional<StoredFrame> latest = FrameStore::shared().latest(m_index);
+    if (!latest || !latest->buffer)
+        return; // keep showing what is shown
+    // The view holds its last frame, so a pooled buffer cannot come back under the same
+    // address while it is shown: the same pixels mean the same frame.
+    if (latest->buffer.sharesPixelsWith(m_frame.buffer))
+        return;
+    m_frame = std::move(*latest);
+    m_frameDirty = true;
+    ++m_framesShown;
+    emit framesShownChanged();
+    update();
+}
+
+void LiveCameraView::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) {
+    QQuickItem::geometryChange(newGeometry, oldGeometry);
+    if (newGeometry.size() != oldGeometry.size())
+        update();
+}
+
+QSGNode* LiveCameraView::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
+    renderPriority::lowerOnce(); // runs on the render thread
+    auto* node = static_cast<QSGImageNode*>(old);
+    const PixelBuffer& buffer = m_frame.buffer;
+    if (!buffer || !window())
+        return node;
+    const double dpr = window()->effectiveDevicePixelRatio();
+    const SizeD view{width() * dpr, height() * dpr};
+    const double zoom = m_stabilized ? m_frame.stabZoom : 1.0;
+    const PointD offset =
+        m_stabilized ? PointD{m_frame.stabOffset.x(), m_frame.stabOffset.y()} : PointD{};
+    const auto draw =
+        liveViewDraw({double(buffer.width()), double(buffer.height())}, view, zoom, offset);
+    if (!draw) {
+        delete node;
+        return nullptr;
+    }
+    if (!node) {
+        node = window()->createImageNode();
+        node->setOwnsTexture(true);
+        node->setFiltering(QSGTexture::Linear);
+    }
+    // Only the part of the frame that is shown is uploaded (a stabilised crop leaves out a
+    // quarter of it), with a pixel's margin for the filter.
+    const QRect needed =
+        QRectF(draw->source.x, draw->source.y, draw->source.width, draw->source.height)
+            .toAlignedRect()
+            .adjusted(-1, -1, 1, 1)
+            .intersected(QRect(0, 0, buffer.width(), buffer.height()));
+    if (m_frameDirty || !node->texture() || !m_uploaded.contains(needed)) {
+        // The image is uploaded when the scene graph renders, on the render thread.
+        node->setTexture(window()->createTextureFromImage(wrapFrame(buffer, needed)));
+        m_uploaded = needed;
+        m_frameDirty = false;
+    }
+    node->setRect(QRectF(draw->target.x / dpr, draw->target.y / dpr, draw->target.width / dpr,
+                         draw->target.height / dpr));
+    RectD source = draw->source;
+    source.x -= m_uploaded.x();
+    source.y -= m_uploaded.y();
+    // Qt's software renderer mirrors the whole texture before taking the source rectangle,
+    // the hardware renderers mirror within it.
+    if (window()->rendererInterface()->graphicsApi() == QSGRendererInterface::Software) {
+        if (draw->mirrorX)
+            source.x = m_uploaded.width() - source.x - source.width;
+        if (draw->mirrorY)
+            source.y = m_uploaded.height() - source.y - source.height;
+    }
+    node->setSourceRect(QRectF(source.x, source.y, source.width, source.height));
+    QSGImageNode::TextureCoordinatesTransformMode mirror;
+    if (draw->mirrorX)
+        mirror |= QSGImageNode::MirrorHorizontally;
+    if (draw->mirrorY)
+        mirror |= QSGImageNode::MirrorVertically;
+    node->setTextureCoordinatesTransform(mirror);
+    return node;
+}

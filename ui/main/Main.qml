@@ -1,0 +1,208 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Window
+import Ostrel
+
+// The main window: the first-run setup until it is done, then the main view; the menu
+// commands; the settings, diagnostics and about windows. Closing it is a quit request.
+// Context objects from the shell: settings, devices, recordings, captureBackend, cam,
+// appController, logModel, diagnostics, desktopColorScheme.
+ApplicationWindow {
+    id: window
+    objectName: "mainWindow"
+    title: "OSTREL"
+    width: 1280
+    height: 800
+    minimumWidth: settings.didCompleteOnboarding ? 900 : 720
+    minimumHeight: settings.didCompleteOnboarding ? 560 : 600
+    visible: true
+    color: Theme.ink
+
+    // The appearance for every window: 1 light, 2 dark, anything else follows the system:
+    // the desktop's stated preference (settings portal), else the palette.
+    SystemPalette { id: systemPalette }
+    Binding {
+        target: Theme
+        property: "dark"
+        value: settings.appearanceMode === 1 ? false
+             : settings.appearanceMode === 2 ? true
+             : desktopColorScheme.preference === 1 ? true
+             : desktopColorScheme.preference === 2 ? false
+             : systemPalette.window.hslLightness < 0.5
+    }
+
+    // Leaving the main view for the setup saves a running recording and frees the cameras.
+    Binding {
+        target: appController
+        property: "mainViewShown"
+        value: settings.didCompleteOnboarding
+    }
+
+    onClosing: (close) => {
+        close.accepted = false
+        appController.requestQuit()
+    }
+
+    // The five command notifications reach the main view only; during the setup they do nothing.
+    function post(command) {
+        const view = content.item
+        if (!view || !view.hasOwnProperty("cam"))
+            return
+        switch (command) {
+        case "ostrel.toggleRecording": view.toggleRecording(true); break
+        case "ostrel.snapshot": view.takePhotos(); break
+        case "ostrel.openFolder": view.openFolder(); break
+        case "ostrel.macroLarger": view.changeMacroSize(0.05); break
+        case "ostrel.macroSmaller": view.changeMacroSize(-0.05); break
+        }
+    }
+
+    function openSettings() {
+        settingsLoader.active = false // a new window each time: first tab, options closed
+        settingsLoader.active = true
+        settingsLoader.item.show()
+        settingsLoader.item.raise()
+    }
+
+    function openDiagnostics() {
+        // A closed window comes back fresh: filter "Alle", list at the top.
+        if (!diagnosticsLoader.item || !diagnosticsLoader.item.visible) {
+            diagnosticsLoader.active = false
+            diagnosticsLoader.active = true
+        }
+        diagnosticsLoader.item.show()
+        diagnosticsLoader.item.raise()
+        diagnosticsLoader.item.requestActivate()
+    }
+
+    menuBar: MenuBar {
+        Menu {
+            title: "OSTREL"
+            Action { text: qsTr("Über OSTREL"); onTriggered: aboutDialog.open() }
+            Action { text: qsTr("Einstellungen…"); shortcut: "Ctrl+,"; onTriggered: window.openSettings() }
+            MenuSeparator {}
+            Action { text: qsTr("OSTREL beenden"); shortcut: StandardKey.Quit; onTriggered: appController.requestQuit() }
+        }
+        Menu {
+            title: qsTr("Datei")
+            Action {
+                text: qsTr("Aufnahmeordner öffnen")
+                shortcut: "Ctrl+Shift+O"
+                onTriggered: window.post("ostrel.openFolder")
+            }
+        }
+        Menu {
+            title: qsTr("Aufnahme")
+            Action {
+                objectName: "toggleRecordingAction"
+                text: qsTr("Aufnahme starten / stoppen")
+                shortcut: "Ctrl+R"
+                onTriggered: window.post("ostrel.toggleRecording")
+            }
+            Action {
+                text: qsTr("Foto aufnehmen")
+                shortcut: "Ctrl+P"
+                onTriggered: window.post("ostrel.snapshot")
+            }
+            MenuSeparator {}
+            Action {
+                text: qsTr("Makro vergrößern")
+                shortcut: StandardKey.ZoomIn
+                onTriggered: window.post("ostrel.macroLarger")
+            }
+            Action {
+                text: qsTr("Makro verkleinern")
+                shortcut: StandardKey.ZoomOut
+                onTriggered: window.post("ostrel.macroSmaller")
+            }
+        }
+        Menu {
+            title: qsTr("Hilfe")
+            Action {
+                text: qsTr("Support kontaktieren (E-Mail)")
+                onTriggered: Qt.openUrlExternally("mailto:support@ostrel.de")
+            }
+            Action {
+                text: qsTr("OSTREL im Web öffnen") + " (ostrel.de)"
+                onTriggered: Qt.openUrlExternally("https://ostrel.de")
+            }
+            MenuSeparator {}
+            Action {
+                objectName: "diagnosticsAction"
+                text: qsTr("Diagnose")
+                onTriggered: window.openDiagnostics()
+            }
+        }
+    }
+
+    Loader {
+        id: content
+        objectName: "content"
+        anchors.fill: parent
+        sourceComponent: settings.didCompleteOnboarding ? mainView : setup
+    }
+
+    Component {
+        id: setup
+        OnboardingView {
+            devices: window.devicesStore
+            recordings: window.recordingsStore
+            settings: window.settingsStore
+            backend: captureBackend
+        }
+    }
+
+    Component {
+        id: mainView
+        ContentView {
+            cam: window.camera
+            devices: window.devicesStore
+            recordings: window.recordingsStore
+            settings: window.settingsStore
+            onSettingsRequested: window.openSettings()
+        }
+    }
+
+    // Context objects under names the components can bind to.
+    readonly property var devicesStore: devices
+    readonly property var recordingsStore: recordings
+    readonly property var settingsStore: settings
+    readonly property var camera: cam
+
+    Loader {
+        id: settingsLoader
+        active: false
+        sourceComponent: SettingsWindow {
+            devices: window.devicesStore
+            recordings: window.recordingsStore
+            settings: window.settingsStore
+            onSetupRequested: {
+                // The setup comes back in the main window; the delegate frees the cameras.
+                close()
+                window.raise()
+            }
+            onDiagnosticsRequested: window.openDiagnostics()
+        }
+    }
+
+    Loader {
+        id: diagnosticsLoader
+        active: false
+        sourceComponent: DiagnosticsWindow {
+            logModel: window.logModelRef
+            diagnostics: window.diagnosticsRef
+        }
+    }
+    readonly property var logModelRef: logModel
+    readonly property var diagnosticsRef: diagnostics
+
+    Dialog {
+        id: aboutDialog
+        objectName: "aboutDialog"
+        title: qsTr("Über OSTREL")
+        anchors.centerIn: parent
+        modal: true
+        standardButtons: Dialog.Ok
+        AboutContent {}
+    }
+}
