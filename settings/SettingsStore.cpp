@@ -5,18 +5,39 @@
 
 #include <mutex>
 
+namespace {
+
+// The recording folder's key of earlier versions, named after the sandbox bookmark it held.
+constexpr char legacyFolderKey[] = "recordingFolderBookmark";
+
+} // namespace
+
 SettingsStore::SettingsStore(QObject* parent)
     : QObject(parent),
       m_settings(std::make_unique<QSettings>(QStringLiteral("ostrel"), QStringLiteral("ostrel"))) {
+    moveLegacyKeys();
     loadAll();
 }
 
 SettingsStore::SettingsStore(const QString& iniPath, QObject* parent)
     : QObject(parent), m_settings(std::make_unique<QSettings>(iniPath, QSettings::IniFormat)) {
+    moveLegacyKeys();
     loadAll();
 }
 
 SettingsStore::~SettingsStore() = default;
+
+void SettingsStore::moveLegacyKeys() {
+    // Read once: the value moves to the new key (unless that one is already set) and the old
+    // key is deleted, so a later change of folder is never undone by a stale copy.
+    const QString legacy = QLatin1String(legacyFolderKey);
+    if (!m_settings->contains(legacy))
+        return;
+    const QString key = QLatin1String(settingSpec(Setting::recordingFolderPath).key);
+    if (!m_settings->contains(key))
+        m_settings->setValue(key, m_settings->value(legacy));
+    m_settings->remove(legacy);
+}
 
 void SettingsStore::loadAll() {
     std::unique_lock lock(m_lock);

@@ -135,6 +135,7 @@ signals:
     void stabLeadChanged();
 
 private:
+    void moveLegacyKeys();
     void loadAll();
     void notify(Setting setting);
 

@@ -5,6 +5,7 @@
 #include "support/LogProbe.h"
 
 #include <QDir>
+#include <QSettings>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -31,6 +32,22 @@ TEST_F(RecordingsStoreTest, FirstLaunchHasNoFolderAndLogsNothing) {
     EXPECT_FALSE(store.isReachable());
     EXPECT_FALSE(store.availableCapacity().has_value());
     store.revealInFileManager(); // nothing to show, nothing happens
+}
+
+// A folder chosen with an earlier version, stored under the earlier key, is still the folder.
+TEST_F(RecordingsStoreTest, TheFolderOfAnEarlierVersionIsStillTheFolder) {
+    const QString folder = dir.filePath(QStringLiteral("Aufnahmen"));
+    ASSERT_TRUE(QDir().mkpath(folder));
+    const QString legacyFolderKey = QStringLiteral("recordingFolderBookmark");
+    {
+        QSettings old(iniPath(), QSettings::IniFormat);
+        old.setValue(legacyFolderKey, folder.toUtf8());
+    }
+    SettingsStore settings(iniPath());
+    RecordingsStore store(settings);
+    EXPECT_EQ(store.folderPath(), folder);
+    EXPECT_TRUE(store.isReachable());
+    EXPECT_TRUE(log.entries().empty());
 }
 
 TEST_F(RecordingsStoreTest, ChosenFolderIsLoggedOnceAndSurvivesARestart) {

@@ -113,6 +113,51 @@ TEST_F(SettingsStoreTest, WrongTypesInTheFileReadAsDefaults) {
     EXPECT_TRUE(store.devShowFPS());
 }
 
+// Earlier versions kept the recording folder under another key; an existing user keeps it.
+TEST_F(SettingsStoreTest, TheFolderUnderItsEarlierKeyIsReadOnceAndMovedToTheNewKey) {
+    const QString legacyFolderKey = QStringLiteral("recordingFolderBookmark");
+    const QByteArray folder("/home/ärztin/Aufnahmen, alt");
+    {
+        QSettings old(path(), QSettings::IniFormat); // as the earlier version wrote it
+        old.setValue(legacyFolderKey, folder);
+        old.setValue(QStringLiteral("praxisText"), QStringLiteral("Praxis Köhler"));
+    }
+    {
+        SettingsStore store(path());
+        EXPECT_EQ(store.recordingFolderPath(), folder);
+        EXPECT_EQ(store.praxisText(), QStringLiteral("Praxis Köhler"));
+        store.sync();
+    }
+    {
+        QSettings file(path(), QSettings::IniFormat);
+        EXPECT_FALSE(file.contains(legacyFolderKey));
+        EXPECT_EQ(file.value(QStringLiteral("recordingFolderPath")).toByteArray(), folder);
+    }
+    // Read once: a folder chosen afterwards is what the next launch sees.
+    {
+        SettingsStore store(path());
+        store.setRecordingFolderPath(QByteArray("/media/usb/Aufnahmen"));
+    }
+    SettingsStore store(path());
+    EXPECT_EQ(store.recordingFolderPath(), QByteArray("/media/usb/Aufnahmen"));
+}
+
+TEST_F(SettingsStoreTest, AFolderUnderTheNewKeyWinsOverTheEarlierKey) {
+    const QString legacyFolderKey = QStringLiteral("recordingFolderBookmark");
+    {
+        QSettings file(path(), QSettings::IniFormat);
+        file.setValue(legacyFolderKey, QByteArray("/alt"));
+        file.setValue(QStringLiteral("recordingFolderPath"), QByteArray("/neu"));
+    }
+    {
+        SettingsStore store(path());
+        EXPECT_EQ(store.recordingFolderPath(), QByteArray("/neu"));
+    }
+    QSettings file(path(), QSettings::IniFormat);
+    EXPECT_FALSE(file.contains(legacyFolderKey));
+    EXPECT_EQ(file.value(QStringLiteral("recordingFolderPath")).toByteArray(), QByteArray("/neu"));
+}
+
 TEST_F(SettingsStoreTest, AppearanceModeOutOfRangeFollowsTheSystem) {
     writeFile("[General]\nappearanceMode=7\n");
     SettingsStore store(path());
