@@ -8,9 +8,9 @@
 
 class SettingsStore;
 
-// The folder that recordings and photos go into, kept across launches. Linux has no sandbox
-// bookmarks: the folder's path is what is stored, and a path that no longer leads to a folder
-// is an unresolvable bookmark. Main thread only.
+// The folder that recordings and photos go into, kept across launches as its path; a stored
+// path that no longer leads to a folder counts as not found (the path stays stored, so the
+// folder works again when its drive is back). Main thread only.
 class RecordingsStore : public QObject {
     Q_OBJECT
     Q_PROPERTY(QUrl folderURL READ folderURL NOTIFY folderURLChanged)
