@@ -1,3 +1,7 @@
+// CameraManager, its core: construction and teardown, frame delivery from the camera queues
+// (stabiliser, frame store, recorder), the once-a-second rate task and the observable state.
+// The other parts: CameraStartup.cpp, RecordingControl.cpp, StorageMonitor.cpp.
+
 #include "capture/CameraManager.h"
 
 #include "capture/AudioLevel.h"

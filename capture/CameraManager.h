@@ -30,6 +30,9 @@ class Stabilizer;
 // recorder, moves finished recordings into the folder, triggers photos and watches the free
 // space while recording. Observable state is written on the main thread only; frames are
 // handled on the cameras' own delivery queues.
+// One class in four files: CameraManager.cpp (core, frames, state), CameraStartup.cpp
+// (start-up, watchdog, hot-plug), RecordingControl.cpp (recording, photos) and
+// StorageMonitor.cpp (free space while recording).
 class CameraManager : public QObject {
     Q_OBJECT
     Q_PROPERTY(int status READ statusCode NOTIFY statusChanged)

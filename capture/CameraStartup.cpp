@@ -1,4 +1,5 @@
-// Start-up, polling, the no-picture watchdog and hot-plug of the camera manager. Main thread.
+// CameraManager, start-up part: polling for the cameras, starting the pipelines, the
+// no-picture watchdog with its restarts, stopping, and hot-plug. Main thread.
 
 #include "capture/CameraManager.h"
 

@@ -1,5 +1,6 @@
-// Recording start and stop, the move of finished files into the recording folder, photos.
-// Main thread, with the recorder driven from the frame queue.
+// CameraManager, recording part: recording start and stop, the move of finished files into
+// the recording folder, leftovers of a crash, and photos. Main thread, with the recorder
+// driven from the frame queue.
 
 #include "capture/CameraManager.h"
 

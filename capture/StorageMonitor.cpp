@@ -1,5 +1,6 @@
-// Free space while recording: a warning with the time left, then an automatic stop. Main
-// thread; the measurement runs on its own queue so file-system queries never block it.
+// CameraManager, storage part: free space while recording, a warning with the time left, then
+// an automatic stop. Main thread; the measurement runs on its own queue so file-system queries
+// never block it.
 
 #include "capture/CameraManager.h"
 
