@@ -187,6 +187,18 @@ std::vector<RowSpan> opaqueSpans(const cv::Mat& bgra) {
     return spans;
 }
 
+std::vector<RowSpan> spansOfPart(const std::vector<RowSpan>& all, const PixelRect& rect, long dx,
+                                 long dy) {
+    std::vector<RowSpan> spans(std::size_t(rect.height));
+    const int offset = int(rect.x - dx);
+    for (int y = 0; y < rect.height; ++y) {
+        const RowSpan s = all[std::size_t(y + rect.y - dy)];
+        spans[std::size_t(y)] = {std::max(s.begin - offset, 0),
+                                 std::min(s.end - offset, rect.width)};
+    }
+    return spans;
+}
+
 const PixelBuffer* layerBuffer(const ImageLayer& layer, const CompositeSources& sources) {
     const PixelBuffer* b = bufferFor(layer.source, sources);
     if (!b || b->isNull() || double(b->width()) != layer.sourceSize.width ||

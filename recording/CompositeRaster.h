@@ -38,6 +38,10 @@ struct RowSpan {
 };
 
 std::vector<RowSpan> opaqueSpans(const cv::Mat& bgra);
+// The spans of the part of an overlay that lands on `rect` when the overlay is shifted by
+// (dx, dy), relative to `rect`; `all` are the spans of the whole overlay.
+std::vector<RowSpan> spansOfPart(const std::vector<RowSpan>& all, const PixelRect& rect, long dx,
+                                 long dy);
 
 // The layer's picture, if present and of the size the plan expects.
 const PixelBuffer* layerBuffer(const ImageLayer& layer, const CompositeSources& sources);

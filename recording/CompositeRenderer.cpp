@@ -78,15 +78,7 @@ bool CompositeRenderer::render(const CompositePlan& plan, const CompositeSources
         if (isIntegerShift(layer.transform, dx, dy)) {
             const cv::Mat part =
                 src(cv::Rect(int(rect.x - dx), int(rect.y - dy), rect.width, rect.height));
-            const std::vector<RowSpan>& all = m_caches->spansFor(*buffer);
-            std::vector<RowSpan> spans(std::size_t(rect.height));
-            for (int y = 0; y < rect.height; ++y) {
-                const RowSpan s = all[std::size_t(y + rect.y - dy)];
-                const int offset = int(rect.x - dx);
-                spans[std::size_t(y)] = {std::max(s.begin - offset, 0),
-                                         std::min(s.end - offset, rect.width)};
-            }
-            blendBgra(part, spans, target);
+            blendBgra(part, spansOfPart(m_caches->spansFor(*buffer), rect, dx, dy), target);
         } else {
             cv::Mat& scaled = m_caches->bgra(rect.width, rect.height);
             drawLayer(src, scaled, shifted(layer.transform, -rect.x, -rect.y),

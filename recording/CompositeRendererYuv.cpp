@@ -145,15 +145,7 @@ bool CompositeRenderer::renderYuv420(const CompositePlan& plan, const CompositeS
         } else if (shift) {
             const cv::Mat part =
                 src(cv::Rect(int(rect.x - dx), int(rect.y - dy), rect.width, rect.height));
-            const std::vector<RowSpan>& all = m_caches->spansFor(*buffer);
-            std::vector<RowSpan> spans(std::size_t(rect.height));
-            const int offset = int(rect.x - dx);
-            for (int y = 0; y < rect.height; ++y) {
-                const RowSpan s = all[std::size_t(y + rect.y - dy)];
-                spans[std::size_t(y)] = {std::max(s.begin - offset, 0),
-                                         std::min(s.end - offset, rect.width)};
-            }
-            blendYuv(part, spans, rect, out);
+            blendYuv(part, spansOfPart(m_caches->spansFor(*buffer), rect, dx, dy), rect, out);
         } else {
             cv::Mat& scaled = m_caches->bgra(rect.width, rect.height);
             drawLayer(src, scaled, shifted(layer.transform, -rect.x, -rect.y),
