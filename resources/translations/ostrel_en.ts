@@ -794,38 +794,6 @@
 <context>
     <name>ContentView</name>
     <message>
-        <source>Kameras neu starten</source>
-        <translation>Restart cameras</translation>
-    </message>
-    <message>
-        <source>Full HD</source>
-        <translation>Full HD</translation>
-    </message>
-    <message>
-        <source>Einstellungen</source>
-        <translation>Settings</translation>
-    </message>
-    <message>
-        <source>Bildstabilisierung (S)</source>
-        <translation>Image stabilisation (S)</translation>
-    </message>
-    <message>
-        <source>Bildstabilisierung</source>
-        <translation>Image stabilisation</translation>
-    </message>
-    <message>
-        <source>Ein</source>
-        <translation>On</translation>
-    </message>
-    <message>
-        <source>Aus</source>
-        <translation>Off</translation>
-    </message>
-    <message>
-        <source>MACRO-GRÖSSE %1 %</source>
-        <translation>MACRO SIZE %1 %</translation>
-    </message>
-    <message>
         <source>Aufnahmeordner nicht gefunden</source>
         <translation>Recording folder not found</translation>
     </message>
@@ -849,9 +817,47 @@
         <source>OK</source>
         <translation>OK</translation>
     </message>
+</context>
+<context>
+    <name>TopBar</name>
+    <message>
+        <source>Kameras neu starten</source>
+        <translation>Restart cameras</translation>
+    </message>
+    <message>
+        <source>Full HD</source>
+        <translation>Full HD</translation>
+    </message>
+    <message>
+        <source>Einstellungen</source>
+        <translation>Settings</translation>
+    </message>
+</context>
+<context>
+    <name>BottomBar</name>
     <message>
         <source>Aufnahme wird gespeichert …</source>
         <translation>Saving recording …</translation>
+    </message>
+    <message>
+        <source>Bildstabilisierung (S)</source>
+        <translation>Image stabilisation (S)</translation>
+    </message>
+    <message>
+        <source>Bildstabilisierung</source>
+        <translation>Image stabilisation</translation>
+    </message>
+    <message>
+        <source>Ein</source>
+        <translation>On</translation>
+    </message>
+    <message>
+        <source>Aus</source>
+        <translation>Off</translation>
+    </message>
+    <message>
+        <source>MACRO-GRÖSSE %1 %</source>
+        <translation>MACRO SIZE %1 %</translation>
     </message>
 </context>
 <context>

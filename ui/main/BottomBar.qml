@@ -1,0 +1,119 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Ostrel
+
+// The main view's bottom bar: photo and record buttons, recording time and the note while a
+// recording is saved, microphone with its level, the stabiliser switch and the Macro size.
+// Slides in and out with the other bar.
+Rectangle {
+    id: bar
+    objectName: "bottomBar"
+
+    required property var cam        // CameraManager
+    required property var settings   // SettingsStore
+    required property var viewState  // MainViewState
+
+    signal photoRequested()
+    signal recordToggleRequested()
+
+    width: parent.width
+    height: 84
+    y: bar.viewState.controlsVisible ? parent.height - height : parent.height
+    opacity: bar.viewState.controlsVisible ? 1 : 0
+    visible: opacity > 0
+    color: Theme.background
+    Behavior on y { NumberAnimation { duration: bar.viewState.controlsVisible ? 250 : 400; easing.type: Easing.InOutQuad } }
+    Behavior on opacity { NumberAnimation { duration: bar.viewState.controlsVisible ? 250 : 400; easing.type: Easing.InOutQuad } }
+
+    Rectangle { anchors.top: parent.top; width: parent.width; height: 1; color: Theme.separator }
+
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: 24
+        anchors.rightMargin: 24
+        spacing: 18
+
+        SnapshotButton {
+            objectName: "snapshotButton"
+            enabled: bar.cam.running
+            onClicked: bar.photoRequested()
+        }
+        RecordButton {
+            objectName: "recordButton"
+            recording: bar.cam.isRecording
+            onClicked: bar.recordToggleRequested()
+        }
+        Text {
+            objectName: "recordTime"
+            text: bar.viewState.recordTimeText
+            font.family: Theme.monoFamily
+            font.pixelSize: 15
+            color: bar.cam.isRecording ? Theme.alert : Theme.text
+        }
+        Text {
+            objectName: "savingRecording"
+            visible: bar.cam.savingRecording
+            text: qsTr("Aufnahme wird gespeichert …")
+            font.pixelSize: 13
+            color: Theme.text
+        }
+        SymbolIcon {
+            name: bar.viewState.micMuted ? "mic.slash" : "mic"
+            color: bar.viewState.micMuted ? Theme.alert : Theme.text
+            size: 20
+            Layout.leftMargin: 12
+        }
+        AudioMeter {
+            objectName: "audioMeter"
+            level: bar.cam.audioLevel
+            muted: bar.viewState.micMuted
+            bars: 8
+            Layout.leftMargin: -10
+        }
+        AbstractButton {
+            id: stabButton
+            objectName: "stabilizationButton"
+            focusPolicy: Qt.NoFocus
+            implicitHeight: 32
+            Layout.leftMargin: 12
+            readonly property color tint: bar.settings.stabilizeMacro ? Theme.accent : Theme.secondaryText
+            contentItem: Row {
+                spacing: 2
+                SymbolIcon { name: "wave.3.left"; size: 9; color: stabButton.tint; anchors.verticalCenter: parent.verticalCenter }
+                SymbolIcon { name: "camera.fill"; size: 16; color: stabButton.tint; anchors.verticalCenter: parent.verticalCenter }
+                SymbolIcon { name: "wave.3.right"; size: 9; color: stabButton.tint; anchors.verticalCenter: parent.verticalCenter }
+            }
+            background: null
+            ToolTip.visible: hovered
+            ToolTip.delay: 600
+            ToolTip.text: qsTr("Bildstabilisierung (S)")
+            Accessible.name: qsTr("Bildstabilisierung")
+            Accessible.description: bar.settings.stabilizeMacro ? qsTr("Ein") : qsTr("Aus")
+            onClicked: {
+                bar.settings.stabilizeMacro = !bar.settings.stabilizeMacro
+                bar.viewState.bumpActivity()
+            }
+        }
+        Item { Layout.fillWidth: true }
+        ColumnLayout {
+            spacing: 0
+            Text {
+                objectName: "macroSizeLabel"
+                text: qsTr("MACRO-GRÖSSE %1 %").arg(Math.round(bar.viewState.macroFraction * 100))
+                font.family: Theme.monoFamily
+                font.pixelSize: 11
+                color: Theme.secondaryText
+            }
+            Slider {
+                objectName: "macroSizeSlider"
+                focusPolicy: Qt.NoFocus
+                from: 0.1
+                to: 0.7
+                value: bar.viewState.macroFraction
+                onMoved: { bar.viewState.macroFraction = value; bar.viewState.bumpActivity() }
+                Layout.preferredWidth: 200
+            }
+        }
+    }
+}

@@ -1,0 +1,101 @@
+import QtQuick
+import QtQuick.Shapes
+import Ostrel
+
+// The main view's pictures: Wide fills it, Macro sits as an inset with rounded top corners at
+// the bottom centre (with the stabiliser's crop frame when asked for); a placeholder stands in
+// for a camera without picture. Scrolling resizes the inset.
+Item {
+    id: pictures
+
+    required property var cam        // CameraManager
+    required property var settings   // SettingsStore
+    required property var viewState  // MainViewState
+
+    Rectangle { anchors.fill: parent; color: "black" }
+    LiveCameraView {
+        objectName: "wideView"
+        anchors.fill: parent
+        visible: pictures.cam.running
+        index: 0
+        stabilized: false
+        refreshInterval: pictures.cam.liveRefreshInterval || 33
+    }
+    PlaceholderFeed {
+        anchors.fill: parent
+        visible: !pictures.cam.running
+        seed: 0
+        macro: false
+    }
+
+    Item {
+        id: inset
+        objectName: "macroInset"
+        width: pictures.width * pictures.viewState.macroFraction
+        height: width * 9 * 0.0625
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.bottom: parent.bottom
+
+        RoundedTopClip {
+            anchors.fill: parent
+            radius: 8
+            Rectangle { anchors.fill: parent; color: "black" }
+            LiveCameraView {
+                objectName: "macroView"
+                anchors.fill: parent
+                visible: pictures.cam.running
+                index: 1
+                stabilized: true
+                refreshInterval: pictures.cam.liveRefreshInterval || 33
+            }
+            PlaceholderFeed {
+                anchors.fill: parent
+                visible: !pictures.cam.running
+                seed: 3.0
+                macro: true
+            }
+        }
+
+        // Where the whole Macro frame lies around the visible crop.
+        Rectangle {
+            objectName: "stabFrame"
+            readonly property real zoom: {
+                pictures.cam.stabOffset
+                pictures.settings.stabCropZoom
+                return Math.max(1, pictures.cam.currentZoom())
+            }
+            visible: pictures.cam.running && pictures.settings.devStabFrame && pictures.settings.stabilizeMacro
+            width: inset.width * zoom
+            height: inset.height * zoom
+            x: (inset.width - width) / 2 - pictures.cam.stabOffset.x * inset.width
+            y: (inset.height - height) / 2 + pictures.cam.stabOffset.y * inset.height
+            color: "transparent"
+            border.color: "yellow"
+            border.width: 1.5
+            opacity: 0.85
+        }
+
+        Shape {
+            anchors.fill: parent
+            ShapePath {
+                strokeColor: "white"
+                strokeWidth: 2
+                fillColor: "transparent"
+                startX: 1; startY: inset.height
+                PathLine { x: 1; y: 8 }
+                PathArc { x: 8; y: 1; radiusX: 7; radiusY: 7 }
+                PathLine { x: inset.width - 8; y: 1 }
+                PathArc { x: inset.width - 1; y: 8; radiusX: 7; radiusY: 7 }
+                PathLine { x: inset.width - 1; y: inset.height }
+                PathLine { x: 1; y: inset.height }
+            }
+        }
+    }
+
+    VideoInteractionView {
+        objectName: "interaction"
+        anchors.fill: parent
+        onScrolled: (amount) => pictures.viewState.changeMacroSize(amount)
+        onActivity: pictures.viewState.bumpActivity()
+    }
+}
