@@ -50,6 +50,14 @@ AxisTransform shifted(const AxisTransform& t, double dx, double dy);
 PixelRect evenAligned(const PixelRect& r, int width, int height);
 bool isOpaque(const ImageLayer& layer);
 
+// Calls `draw(index, layer, picture)` for each layer whose picture is present, bottom to top.
+template <typename Draw>
+void forEachPresentLayer(const CompositePlan& plan, const CompositeSources& sources, Draw&& draw) {
+    for (std::size_t index = 0; index < plan.layers.size(); ++index)
+        if (const PixelBuffer* buffer = layerBuffer(plan.layers[index], sources))
+            draw(index, plan.layers[index], *buffer);
+}
+
 // The pixels of camera layer `index` that no camera layer above it hides: only those are
 // drawn.
 std::vector<PixelRect> visiblePieces(const CompositePlan& plan, std::size_t index,

@@ -59,33 +59,21 @@ bool CompositeRenderer::render(const CompositePlan& plan, const CompositeSources
             .setTo(black);
     }
 
-    for (std::size_t index = 0; index < plan.layers.size(); ++index) {
-        const ImageLayer& layer = plan.layers[index];
-        const PixelBuffer* buffer = layerBuffer(layer, sources);
-        if (!buffer)
-            continue;
-        const cv::Mat src = matOf(*buffer);
-        if (isOpaque(layer)) {
-            for (const PixelRect& piece : visiblePieces(plan, index, sources, W, H))
-                drawLayer(src, out, layer.transform, piece, m_caches->resampler);
-            continue;
-        }
-        const PixelRect rect = coveredPixels(layer.extent(), W, H);
-        if (rect.isEmpty())
-            continue;
-        cv::Mat target = out(cvRect(rect));
-        long dx = 0, dy = 0;
-        if (isIntegerShift(layer.transform, dx, dy)) {
-            const cv::Mat part =
-                src(cv::Rect(int(rect.x - dx), int(rect.y - dy), rect.width, rect.height));
-            blendBgra(part, spansOfPart(m_caches->spansFor(*buffer), rect, dx, dy), target);
-        } else {
-            cv::Mat& scaled = m_caches->bgra(rect.width, rect.height);
-            drawLayer(src, scaled, shifted(layer.transform, -rect.x, -rect.y),
-                      {0, 0, rect.width, rect.height}, m_caches->resampler);
-            blendBgra(scaled, opaqueSpans(scaled), target);
-        }
-    }
+    forEachPresentLayer(
+        plan, sources, [&](std::size_t index, const ImageLayer& layer, const PixelBuffer& buffer) {
+            if (isOpaque(layer)) {
+                const cv::Mat src = matOf(buffer);
+                for (const PixelRect& piece : visiblePieces(plan, index, sources, W, H))
+                    drawLayer(src, out, layer.transform, piece, m_caches->resampler);
+                return;
+            }
+            const PixelRect rect = coveredPixels(layer.extent(), W, H);
+            if (rect.isEmpty())
+                return;
+            cv::Mat target = out(cvRect(rect));
+            const Caches::OverlayPart part = m_caches->overlayPart(buffer, layer.transform, rect);
+            blendBgra(part.pixels, part.spans, target);
+        });
     return true;
 }
 

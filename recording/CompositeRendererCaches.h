@@ -50,6 +50,25 @@ struct CompositeRenderer::Caches {
         return scratchBgra;
     }
 
+    // The pixels of an overlay placed by `t` that land on `rect`, at rect's size, with their
+    // spans: a view into the overlay for a whole-pixel shift, else scaled into scratch.
+    struct OverlayPart {
+        cv::Mat pixels;
+        std::vector<compositing::RowSpan> spans;
+    };
+    OverlayPart overlayPart(const PixelBuffer& overlay, const AxisTransform& t,
+                            const PixelRect& rect) {
+        const cv::Mat src = compositing::matOf(overlay);
+        long dx = 0, dy = 0;
+        if (compositing::isIntegerShift(t, dx, dy))
+            return {src(cv::Rect(int(rect.x - dx), int(rect.y - dy), rect.width, rect.height)),
+                    compositing::spansOfPart(spansFor(overlay), rect, dx, dy)};
+        cv::Mat& scaled = bgra(rect.width, rect.height);
+        compositing::drawLayer(src, scaled, compositing::shifted(t, -rect.x, -rect.y),
+                               {0, 0, rect.width, rect.height}, resampler);
+        return {scaled, compositing::opaqueSpans(scaled)};
+    }
+
     // An opaque camera picture placed by `t` into `area` (even-aligned) of the YUV planes.
     void drawCameraYuv(const cv::Mat& src, const AxisTransform& t, const PixelRect& area,
                        compositing::YuvPlanes& out);

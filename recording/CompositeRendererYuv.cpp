@@ -115,43 +115,35 @@ bool CompositeRenderer::renderYuv420(const CompositePlan& plan, const CompositeS
         out.v.setTo(128);
     }
 
-    for (std::size_t index = 0; index < plan.layers.size(); ++index) {
-        const ImageLayer& layer = plan.layers[index];
-        const PixelBuffer* buffer = layerBuffer(layer, sources);
-        if (!buffer)
-            continue;
-        const cv::Mat src = matOf(*buffer);
-        if (isOpaque(layer)) {
-            // Planes are drawn in whole 2×2 chroma blocks. The bottom picture may spill a pixel
-            // into a hole, which the picture above covers; a picture over others keeps to its
-            // exact pixels.
-            for (const PixelRect& piece : visiblePieces(plan, index, sources, W, H)) {
-                if (index == 0)
-                    m_caches->drawCameraYuv(src, layer.transform, evenAligned(piece, W, H), out);
-                else
-                    m_caches->drawCameraYuvOver(src, layer.transform, piece, out);
+    forEachPresentLayer(
+        plan, sources, [&](std::size_t index, const ImageLayer& layer, const PixelBuffer& buffer) {
+            if (isOpaque(layer)) {
+                const cv::Mat src = matOf(buffer);
+                // Planes are drawn in whole 2×2 chroma blocks. The bottom picture may spill a pixel
+                // into a hole, which the picture above covers; a picture over others keeps to its
+                // exact pixels.
+                for (const PixelRect& piece : visiblePieces(plan, index, sources, W, H)) {
+                    if (index == 0)
+                        m_caches->drawCameraYuv(src, layer.transform, evenAligned(piece, W, H),
+                                                out);
+                    else
+                        m_caches->drawCameraYuvOver(src, layer.transform, piece, out);
+                }
+                return;
             }
-            continue;
-        }
-        const PixelRect rect = coveredPixels(layer.extent(), W, H);
-        if (rect.isEmpty())
-            continue;
-        long dx = 0, dy = 0;
-        const bool shift = isIntegerShift(layer.transform, dx, dy);
-        const bool whole = rect.x == 0 && rect.y == 0 && rect.width == W && rect.height == H;
-        if (shift && dx == 0 && dy == 0 && whole && buffer->width() == W && buffer->height() == H) {
-            // The recording's case: the watermark made at canvas size, prepared once.
-            m_caches->yuvOverlayFor(*buffer).blend(out);
-        } else if (shift) {
-            const cv::Mat part =
-                src(cv::Rect(int(rect.x - dx), int(rect.y - dy), rect.width, rect.height));
-            blendYuv(part, spansOfPart(m_caches->spansFor(*buffer), rect, dx, dy), rect, out);
-        } else {
-            cv::Mat& scaled = m_caches->bgra(rect.width, rect.height);
-            drawLayer(src, scaled, shifted(layer.transform, -rect.x, -rect.y),
-                      {0, 0, rect.width, rect.height}, m_caches->resampler);
-            blendYuv(scaled, opaqueSpans(scaled), rect, out);
-        }
-    }
+            const PixelRect rect = coveredPixels(layer.extent(), W, H);
+            if (rect.isEmpty())
+                return;
+            long dx = 0, dy = 0;
+            const bool whole = rect.x == 0 && rect.y == 0 && rect.width == W && rect.height == H;
+            if (isIntegerShift(layer.transform, dx, dy) && dx == 0 && dy == 0 && whole &&
+                buffer.width() == W && buffer.height() == H) {
+                // The recording's case: the watermark made at canvas size, prepared once.
+                m_caches->yuvOverlayFor(buffer).blend(out);
+                return;
+            }
+            const Caches::OverlayPart part = m_caches->overlayPart(buffer, layer.transform, rect);
+            blendYuv(part.pixels, part.spans, rect, out);
+        });
     return true;
 }
