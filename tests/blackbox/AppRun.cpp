@@ -291,11 +291,11 @@ bool AppRun::pressKeys(const QString& keys, const QString& windowTitle) {
     const QStringList ids = windowIds(windowTitle);
     if (ids.isEmpty())
         return false;
-    // No window manager runs, so the input focus is set directly.
+    // No window manager runs, so the input focus is set directly, in the same call as the keys
+    // so that nothing comes between.
     return run(QStringLiteral("xdotool"),
-               {QStringLiteral("windowfocus"), QStringLiteral("--sync"), ids.last()}) &&
-           run(QStringLiteral("xdotool"),
-               {QStringLiteral("key"), QStringLiteral("--clearmodifiers"), keys});
+               {QStringLiteral("windowfocus"), QStringLiteral("--sync"), ids.last(),
+                QStringLiteral("key"), QStringLiteral("--clearmodifiers"), keys});
 }
 
 QStringList AppRun::recordingFiles(const QString& pattern) const {
