@@ -166,16 +166,19 @@ FocusScope {
             // Where the whole Macro frame lies around the visible crop.
             Rectangle {
                 objectName: "stabFrame"
+                // The offset changes with every Macro frame; a hidden frame must not make the
+                // window render for it.
+                readonly property point offset: visible ? view.cam.stabOffset : Qt.point(0, 0)
                 readonly property real zoom: {
-                    view.cam.stabOffset
+                    offset
                     view.settings.stabCropZoom
-                    return Math.max(1, view.cam.currentZoom())
+                    return visible ? Math.max(1, view.cam.currentZoom()) : 1
                 }
                 visible: view.cam.running && view.settings.devStabFrame && view.settings.stabilizeMacro
                 width: inset.width * zoom
                 height: inset.height * zoom
-                x: (inset.width - width) / 2 - view.cam.stabOffset.x * inset.width
-                y: (inset.height - height) / 2 + view.cam.stabOffset.y * inset.height
+                x: (inset.width - width) / 2 - offset.x * inset.width
+                y: (inset.height - height) / 2 + offset.y * inset.height
                 color: "transparent"
                 border.color: "yellow"
                 border.width: 1.5
@@ -318,7 +321,7 @@ FocusScope {
         visible: view.settings.devStabSliders
         settings: view.settings
         viewState: mainState
-        liveOffset: view.cam.stabOffset
+        liveOffset: visible ? view.cam.stabOffset : Qt.point(0, 0)
         anchors.left: parent.left
         anchors.leftMargin: 18
         anchors.verticalCenter: parent.verticalCenter
@@ -466,7 +469,7 @@ FocusScope {
             }
             AudioMeter {
                 objectName: "audioMeter"
-                level: view.cam.audioLevel
+                level: bottomBar.visible ? view.cam.audioLevel : 0 // no frames for a hidden meter
                 muted: mainState.micMuted
                 bars: 8
                 Layout.leftMargin: -10
