@@ -185,6 +185,7 @@ private:
     void configurationFailed(std::uint64_t generation);
     void streamEnded(std::uint64_t generation, int index, StreamEnd reason);
     void cameraLost(int index, const QString& message, bool alert);
+    void endRunAsDisconnected();
     void reportStartFailure();
     void logGaveUpStarting();
     void started(std::uint64_t generation, bool videoRunning, bool audioRunning);

@@ -281,12 +281,7 @@ void CameraManager::deviceDisconnected(const CaptureDevice& device) {
             return;
         }
     ostrelLog(LogLevel::error, CameraErrorTexts::unplugged(device.localizedName));
-    setStatus(CameraStatus::cameraDisconnected);
-    setConnectedCount(std::max(m_connectedCount - 1, 0));
-    setRunning(false);
-    ++m_runGeneration;
-    FrameStore::shared().clear();
-    scheduleStopSessions();
+    endRunAsDisconnected();
 }
 
 void CameraManager::streamEnded(std::uint64_t generation, int index, StreamEnd reason) {
@@ -316,6 +311,11 @@ void CameraManager::cameraLost(int index, const QString& message, bool alert) {
     if (alert)
         setUserAlert(CameraErrorTexts::alertFor(message).value_or(message));
     m_lost[index] = true;
+    endRunAsDisconnected();
+}
+
+// A camera is gone: the run ends (its late outcomes are ignored) and the restart button shows.
+void CameraManager::endRunAsDisconnected() {
     setStatus(CameraStatus::cameraDisconnected);
     setConnectedCount(std::max(m_connectedCount - 1, 0));
     setRunning(false);

@@ -6,6 +6,7 @@ void RecordingPressure::reset() {
     m_previous = {};
     m_calmTicks = m_floorTicks = m_floorAppends = 0;
     m_rateLimit = 0;
+    m_failedRate = cameraRate + 1;
     m_lastPressed = false;
 }
 
@@ -33,6 +34,7 @@ bool RecordingPressure::update(const Sample& totals) {
             if (m_floorTicks >= floorTicksToLimit) {
                 const int reached = m_floorAppends * 1000 / (m_floorTicks * tickMs);
                 // Still dropping under a limit: it was judged too high, go below it.
+                m_failedRate = m_rateLimit > 0 ? m_rateLimit : cameraRate;
                 const int next = m_rateLimit > 0 ? std::min(reached, m_rateLimit - 1) : reached;
                 m_rateLimit = std::clamp(next, minimumLimit, cameraRate - 1);
                 m_floorTicks = m_floorAppends = 0;
@@ -40,9 +42,12 @@ bool RecordingPressure::update(const Sample& totals) {
         }
     } else {
         m_floorTicks = m_floorAppends = 0;
-        if (++m_calmTicks >= calmTicksToRecover && m_step > 0) {
-            --m_step;
+        if (++m_calmTicks >= calmTicksToRecover) {
             m_calmTicks = 0;
+            if (m_rateLimit > 0 && m_rateLimit + 1 < m_failedRate)
+                m_rateLimit = std::min(m_rateLimit + raiseStep, m_failedRate - 1);
+            else if (m_step > 0)
+                --m_step;
         }
     }
     return m_step != stepBefore || m_rateLimit != limitBefore;

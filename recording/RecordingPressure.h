@@ -7,8 +7,9 @@
 // recording are permanent while a slower preview is not, so the live view gives way first, step
 // by step down to 10 fps, and comes back once the encoder has had room for a while. When the
 // encoder still falls behind with the live view at its floor, the machine cannot sustain the
-// camera rate: the recording is then paced evenly at the rate it did reach. Within a recording
-// that limit is only ever lowered, so the cadence does not swing back and forth.
+// camera rate: the recording is then paced evenly at the rate it did reach. Room that comes
+// back goes to the recording first: the limit rises step by step, but stays below the rate that
+// failed, so the cadence does not swing back and forth; only then does the live view speed up.
 class RecordingPressure {
 public:
     // Totals since the recording began, as the engine counts them.
@@ -27,6 +28,8 @@ public:
     static constexpr int floorTicksToLimit = 4;
     static constexpr int cameraRate = 30;
     static constexpr int minimumLimit = 10;
+    // Frames per second a limit rises by after a quiet while.
+    static constexpr int raiseStep = 2;
 
     // A new recording: the live view keeps its current rate, the counters start at zero.
     void reset();
@@ -45,5 +48,6 @@ private:
     int m_floorTicks = 0;
     int m_floorAppends = 0;
     int m_rateLimit = 0;
+    int m_failedRate = cameraRate + 1; // the lowest rate that dropped frames; above all at first
     bool m_lastPressed = false;
 };

@@ -4,6 +4,7 @@
 #include "settings/SettingsStore.h"
 #include "support/EventLoop.h"
 
+#include <QColor>
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
@@ -20,6 +21,21 @@
 
 QString ostrelBinary() {
     return QStringLiteral(OSTREL_APP_BINARY);
+}
+
+double texturedShare(const QImage& image, QRect area) {
+    int textured = 0;
+    int total = 0;
+    for (int y = area.top(); y < area.bottom(); y += 8) {
+        for (int x = area.left(); x < area.right() - 8; x += 8) {
+            const QColor a = image.pixelColor(x, y);
+            const QColor b = image.pixelColor(x + 8, y);
+            ++total;
+            if (a.value() > 20 && std::abs(a.value() - b.value()) > 3)
+                ++textured;
+        }
+    }
+    return total ? double(textured) / total : 0.0;
 }
 
 AppRun::AppRun(AppRunOptions options) : m_options(std::move(options)) {
@@ -291,11 +307,11 @@ bool AppRun::pressKeys(const QString& keys, const QString& windowTitle) {
     const QStringList ids = windowIds(windowTitle);
     if (ids.isEmpty())
         return false;
-    // No window manager runs, so the input focus is set directly.
+    // No window manager runs, so the input focus is set directly, in the same call as the keys
+    // so that nothing comes between.
     return run(QStringLiteral("xdotool"),
-               {QStringLiteral("windowfocus"), QStringLiteral("--sync"), ids.last()}) &&
-           run(QStringLiteral("xdotool"),
-               {QStringLiteral("key"), QStringLiteral("--clearmodifiers"), keys});
+               {QStringLiteral("windowfocus"), QStringLiteral("--sync"), ids.last(),
+                QStringLiteral("key"), QStringLiteral("--clearmodifiers"), keys});
 }
 
 QStringList AppRun::recordingFiles(const QString& pattern) const {

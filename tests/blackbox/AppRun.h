@@ -99,3 +99,5 @@ private:
 
 // The built binary.
 QString ostrelBinary();
+// Share of sampled pixels in `area` that are neither black nor flat: a live camera picture.
+double texturedShare(const QImage& image, QRect area);

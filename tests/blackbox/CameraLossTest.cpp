@@ -6,28 +6,11 @@
 #include "blackbox/AppRun.h"
 #include "recording/MediaProbe.h"
 
-#include <QColor>
 #include <QProcess>
 
 #include <gtest/gtest.h>
 
 namespace {
-
-// Share of sampled pixels that are neither black nor a flat fill: a live camera picture.
-double texturedShare(const QImage& image, QRect area) {
-    int textured = 0;
-    int total = 0;
-    for (int y = area.top(); y < area.bottom(); y += 8) {
-        for (int x = area.left(); x < area.right() - 8; x += 8) {
-            const QColor a = image.pixelColor(x, y);
-            const QColor b = image.pixelColor(x + 8, y);
-            ++total;
-            if (a.value() > 20 && std::abs(a.value() - b.value()) > 3)
-                ++textured;
-        }
-    }
-    return total ? double(textured) / total : 0.0;
-}
 
 int lineOf(const QStringList& lines, const QString& text) {
     for (int i = 0; i < lines.size(); ++i)

@@ -89,9 +89,34 @@ TEST(RecordingPressure, AnEncoderBehindEvenWithTheViewAtItsFloorGetsAnEvenLowerR
     EXPECT_FALSE(ticks.tick(12, 3, 12));
     EXPECT_TRUE(ticks.tick(12, 3, 12));
     EXPECT_EQ(pressure.rateLimit(), 24);
-    // The limit holds for the rest of the recording, so the cadence stays the same.
+    // Room again goes to the recording first, two frames per second every quiet three
+    // seconds, up to just below the rate that failed; then the live view speeds up.
+    ticks.calm(6);
+    EXPECT_EQ(pressure.rateLimit(), 26);
+    EXPECT_EQ(pressure.liveIntervalMs(), 100);
+    ticks.calm(12);
+    EXPECT_EQ(pressure.rateLimit(), 29);
+    EXPECT_EQ(pressure.liveIntervalMs(), 100);
+    ticks.calm(12);
+    EXPECT_EQ(pressure.rateLimit(), 29);
+    EXPECT_EQ(pressure.liveIntervalMs(), 50);
+}
+
+TEST(RecordingPressure, ARaisedLimitThatDropsAgainSettlesBelowIt) {
+    RecordingPressure pressure;
+    Ticks ticks(pressure);
+    for (int i = 0; i < 7; ++i)
+        ticks.tick(10, 5, 10);
+    ASSERT_EQ(pressure.rateLimit(), 20);
+    ticks.calm(6);
+    ASSERT_EQ(pressure.rateLimit(), 22);
+    // 22 is too many: four ticks of drops at 21 fps lower it to 21, and it never rises to 22
+    // again.
+    for (int i = 0; i < 4; ++i)
+        ticks.tick(11, 1, 11);
+    ASSERT_EQ(pressure.rateLimit(), 21);
     ticks.calm(30);
-    EXPECT_EQ(pressure.rateLimit(), 24);
+    EXPECT_EQ(pressure.rateLimit(), 21);
     EXPECT_EQ(pressure.liveIntervalMs(), 33);
 }
 

@@ -7,12 +7,19 @@ Window {
     objectName: "ostrel-diagnostics"
     required property var logModel
     required property var diagnostics
+    signal quitRequested()
     title: qsTr("Diagnose")
     width: 560
     height: 720
     minimumWidth: 460
     minimumHeight: 520
     color: Theme.background
+
+    // The menu's shortcut belongs to the main window; quitting works from here too.
+    Shortcut {
+        sequences: [StandardKey.Quit]
+        onActivated: window.quitRequested()
+    }
 
     DiagnosticsView {
         anchors.fill: parent

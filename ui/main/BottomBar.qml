@@ -66,7 +66,7 @@ Rectangle {
         }
         AudioMeter {
             objectName: "audioMeter"
-            level: bar.cam.audioLevel
+            level: bar.visible ? bar.cam.audioLevel : 0 // no frames for a hidden meter
             muted: bar.viewState.micMuted
             bars: 8
             Layout.leftMargin: -10

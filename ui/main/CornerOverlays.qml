@@ -123,7 +123,7 @@ Item {
         visible: overlays.settings.devStabSliders
         settings: overlays.settings
         viewState: overlays.viewState
-        liveOffset: overlays.cam.stabOffset
+        liveOffset: visible ? overlays.cam.stabOffset : Qt.point(0, 0)
         anchors.left: parent.left
         anchors.leftMargin: 18
         anchors.verticalCenter: parent.verticalCenter

@@ -59,16 +59,19 @@ Item {
         // Where the whole Macro frame lies around the visible crop.
         Rectangle {
             objectName: "stabFrame"
+            // The offset changes with every Macro frame; a hidden frame must not make the
+            // window render for it.
+            readonly property point offset: visible ? pictures.cam.stabOffset : Qt.point(0, 0)
             readonly property real zoom: {
-                pictures.cam.stabOffset
+                offset
                 pictures.settings.stabCropZoom
-                return Math.max(1, pictures.cam.currentZoom())
+                return visible ? Math.max(1, pictures.cam.currentZoom()) : 1
             }
             visible: pictures.cam.running && pictures.settings.devStabFrame && pictures.settings.stabilizeMacro
             width: inset.width * zoom
             height: inset.height * zoom
-            x: (inset.width - width) / 2 - pictures.cam.stabOffset.x * inset.width
-            y: (inset.height - height) / 2 + pictures.cam.stabOffset.y * inset.height
+            x: (inset.width - width) / 2 - offset.x * inset.width
+            y: (inset.height - height) / 2 + offset.y * inset.height
             color: "transparent"
             border.color: "yellow"
             border.width: 1.5

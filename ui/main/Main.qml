@@ -182,6 +182,7 @@ ApplicationWindow {
                 window.raise()
             }
             onDiagnosticsRequested: window.openDiagnostics()
+            onQuitRequested: appController.requestQuit()
         }
     }
 
@@ -191,6 +192,7 @@ ApplicationWindow {
         sourceComponent: DiagnosticsWindow {
             logModel: window.logModelRef
             diagnostics: window.diagnosticsRef
+            onQuitRequested: appController.requestQuit()
         }
     }
     readonly property var logModelRef: logModel

@@ -20,6 +20,7 @@ Window {
     readonly property alias view: settingsView
     signal setupRequested()
     signal diagnosticsRequested()
+    signal quitRequested()
 
     objectName: "ostrel-settings"
     title: qsTr("Einstellungen")
@@ -30,6 +31,12 @@ Window {
     minimumHeight: 480
     maximumHeight: 480
     color: Theme.background
+
+    // The menu's shortcut belongs to the main window; quitting works from here too.
+    Shortcut {
+        sequences: [StandardKey.Quit]
+        onActivated: window.quitRequested()
+    }
 
     SettingsView {
         id: settingsView

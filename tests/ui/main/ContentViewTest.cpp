@@ -408,10 +408,12 @@ TEST_F(ContentViewTest, LiveViewGivesWayToAnEncoderThatFallsBehindAndSaysSoWhenI
     EXPECT_EQ(macro->refreshInterval(), 33);
     EXPECT_TRUE(cam->recordingNotice().isEmpty());
     EXPECT_FALSE(find("recordingNotice")->isVisible());
-    EXPECT_EQ(QDir(dir.filePath(QStringLiteral("Aufnahmen")))
-                  .entryList({QStringLiteral("OSTREL-*.mp4")}, QDir::Files)
-                  .size(),
-              1);
+    // Saving runs on a worker after the recording has stopped.
+    EXPECT_TRUE(pumpUntil([&] {
+        return QDir(dir.filePath(QStringLiteral("Aufnahmen")))
+                   .entryList({QStringLiteral("OSTREL-*.mp4")}, QDir::Files)
+                   .size() == 1;
+    }));
 }
 
 TEST_F(ContentViewTest, HighResolutionWithTheSoftwareEncoderOnFewCoresIsAnnouncedAtTheStart) {
