@@ -1,8 +1,8 @@
 #include "ui/main/LiveCameraView.h"
 
-#include "ui/main/RenderThreadPriority.h"
 #include "ui/controls/FrameImage.h"
 #include "ui/main/LiveViewGeometry.h"
+#include "ui/main/RenderThreadPriority.h"
 
 #include <QImage>
 #include <QQuickWindow>
@@ -10,15 +10,32 @@
 #include <QSGRendererInterface>
 
 #include <algorithm>
+#include <chrono>
 
 namespace {} // namespace
 
 LiveCameraView::LiveCameraView(QQuickItem* parent) : QQuickItem(parent) {
     setFlag(ItemHasContents, true);
-    m_timer.setInterval(redrawIntervalMs);
     m_timer.setTimerType(Qt::PreciseTimer);
-    connect(&m_timer, &QTimer::timeout, this, &LiveCameraView::pullFrame);
-    m_timer.start();
+    m_timer.setSingleShot(true);
+    connect(&m_timer, &QTimer::timeout, this, [this] {
+        pullFrame();
+        scheduleNextPull();
+    });
+    scheduleNextPull();
+}
+
+// Every view wakes on the same grid of the monotonic clock, so the Wide and the Macro picture
+// change in one window frame: each frame of a software-rendered window costs the whole scene.
+void LiveCameraView::scheduleNextPull() {
+    const int interval = m_intervalMs;
+    const auto now = std::chrono::duration_cast<std::chrono::milliseconds>(
+                         std::chrono::steady_clock::now().time_since_epoch())
+                         .count();
+    int delay = interval - int(now % interval);
+    if (delay < 2)
+        delay += interval;
+    m_timer.start(delay);
 }
 
 void LiveCameraView::setIndex(int index) {
@@ -41,9 +58,10 @@ void LiveCameraView::setStabilized(bool stabilized) {
 
 void LiveCameraView::setRefreshInterval(int ms) {
     ms = std::max(ms, int(redrawIntervalMs));
-    if (ms == m_timer.interval())
+    if (ms == m_intervalMs)
         return;
-    m_timer.setInterval(ms); // a running timer keeps running with the new interval
+    m_intervalMs = ms;
+    scheduleNextPull();
     emit refreshIntervalChanged();
 }
 

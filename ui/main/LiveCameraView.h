@@ -32,7 +32,7 @@ public:
     void setIndex(int index);
     bool stabilized() const { return m_stabilized; }
     void setStabilized(bool stabilized);
-    int refreshInterval() const { return m_timer.interval(); }
+    int refreshInterval() const { return m_intervalMs; }
     // At least `redrawIntervalMs`; takes effect at the next tick.
     void setRefreshInterval(int ms);
     // Distinct frames handed to the scene graph so far.
@@ -55,7 +55,10 @@ private:
     int m_index = 0;
     bool m_stabilized = false;
     int m_framesShown = 0;
-    QTimer m_timer;
+    int m_intervalMs = redrawIntervalMs;
+    QTimer m_timer; // single-shot, to the next tick of the shared grid
+
+    void scheduleNextPull();
     StoredFrame m_frame;       // GUI thread, and render thread during sync
     bool m_frameDirty = false; // a new frame waits for the next sync
     QRect m_uploaded;          // render thread: the part of the frame in the texture
