@@ -39,6 +39,8 @@ Item {
         RoundedTopClip {
             anchors.fill: parent
             radius: 8
+            // While a recording needs the CPU the corners go square rather than cost frames.
+            rounded: (pictures.cam.liveRefreshInterval || 33) <= 33
             Rectangle { anchors.fill: parent; color: "black" }
             LiveCameraView {
                 objectName: "macroView"
