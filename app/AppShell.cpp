@@ -30,9 +30,8 @@ AppShell::AppShell(SettingsStore& settings, CaptureBackend& backend,
     m_colorScheme = std::make_unique<DesktopColorScheme>();
     m_colorScheme->listenOn(QDBusConnection::sessionBus());
 
-    // A recording a crash left behind is saved before anything else is recorded.
+    // Setting the folder also recovers what a crash left behind in it.
     m_camera->setSaveURL(m_recordings->folderURL());
-    m_camera->recoverLeftoverRecordings();
 }
 
 AppShell::~AppShell() = default;

@@ -132,12 +132,6 @@ public:
 
     // The file of the current recording while it is written (or the last unsaved one).
     std::optional<QString> activeTempFile() const { return m_activeTempFile; }
-    // Recovers, on a worker, every recording a crashed run left unfinished in the recording
-    // folder (or in the folder used without one) into the recording folder; emits
-    // `leftoversRecovered` with how many were saved. Runs by itself whenever the recording
-    // folder is set or becomes reachable again.
-    void recoverLeftoverRecordings();
-
     // Hot-plug notifications (main thread; the discovery's signal is queued to it).
     void deviceConnected(const CaptureDevice& device);
     void deviceDisconnected(const CaptureDevice& device);
@@ -202,6 +196,11 @@ private:
     void saveRecording(std::shared_ptr<PartialRecording> partial, bool finished);
     void checkRecordingFolder();
     void scheduleFolderCheck();
+    // Recovers, on a worker, every recording a crashed run left unfinished in the recording
+    // folder (or in the folder used without one) into the recording folder; emits
+    // `leftoversRecovered` with how many were saved. Runs whenever the recording folder is set
+    // or becomes reachable again.
+    void recoverLeftoverRecordings();
     void checkStorage(std::optional<std::int64_t> freeBytes, const StorageBudget& budget);
     void scheduleStorageTick(StorageBudget budget, std::uint64_t generation);
     void storageTick(StorageBudget budget, std::uint64_t generation);
