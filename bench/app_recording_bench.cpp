@@ -11,14 +11,15 @@
 // view at full rate, render threads at normal priority, recording unpaced.
 
 #include "app/AppShell.h"
+#include "bench/BenchWait.h"
 #include "capture/CameraManager.h"
 #include "capture/FrameStore.h"
 #include "capture/virtual/VirtualBackend.h"
 #include "recording/RecordingEngine.h"
 #include "recording/ffmpeg/VideoEncoder.h"
 #include "settings/SettingsStore.h"
-#include "ui/main/RenderThreadPriority.h"
 #include "ui/main/LiveCameraView.h"
+#include "ui/main/RenderThreadPriority.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -46,22 +47,6 @@ extern "C" {
 }
 
 namespace {
-
-bool waitFor(const std::function<bool()>& done, int ms) {
-    // Checks every 20 ms from the event loop, so waiting costs no CPU and the window renders.
-    QEventLoop loop;
-    QTimer poll;
-    QElapsedTimer timer;
-    timer.start();
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        if (done() || timer.elapsed() > ms)
-            loop.quit();
-    });
-    poll.start(20);
-    if (!done())
-        loop.exec();
-    return done();
-}
 
 // Thread groups by thread name: serial queues carry their labels, the encoder's threads are
 // named when it opens, Qt and Mesa name theirs.

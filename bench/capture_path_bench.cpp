@@ -7,6 +7,7 @@
 //
 // With "keep" the recording stays in its temporary folder (printed) to be looked at.
 
+#include "bench/BenchWait.h"
 #include "capture/CameraManager.h"
 #include "capture/FrameStore.h"
 #include "capture/virtual/VirtualBackend.h"
@@ -47,22 +48,6 @@ double residentMB() {
         std::fclose(f);
     }
     return double(resident) * double(sysconf(_SC_PAGESIZE)) / 1048576.0;
-}
-
-bool waitFor(const std::function<bool()>& done, int ms) {
-    // Checks every 20 ms from the event loop, so the waiting itself costs no CPU.
-    QEventLoop loop;
-    QTimer poll;
-    QElapsedTimer timer;
-    timer.start();
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        if (done() || timer.elapsed() > ms)
-            loop.quit();
-    });
-    poll.start(20);
-    if (!done())
-        loop.exec();
-    return done();
 }
 
 } // namespace
