@@ -18,13 +18,12 @@
 #include "recording/RecordingEngine.h"
 #include "recording/ffmpeg/VideoEncoder.h"
 #include "settings/SettingsStore.h"
+#include "support/ProcThreads.h"
 #include "ui/main/LiveCameraView.h"
 #include "ui/main/RenderThreadPriority.h"
 
-#include <QDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
-#include <QFile>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
@@ -68,23 +67,12 @@ QString groupOf(const QByteArray& name, bool mainThread) {
 // CPU ticks per thread group, from /proc/self/task/*/stat (utime + stime).
 std::map<QString, long long> cpuTicksByGroup() {
     std::map<QString, long long> ticks;
-    const QDir tasks(QStringLiteral("/proc/self/task"));
-    const QString self = QString::number(getpid());
-    for (const QString& tid : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile stat(tasks.filePath(tid) + QStringLiteral("/stat"));
-        if (!stat.open(QIODevice::ReadOnly))
+    const int self = int(getpid());
+    for (const ThreadStat& thread : threadStats(QStringLiteral("self"))) {
+        if (thread.fields.size() < 13)
             continue;
-        const QByteArray line = stat.readAll();
-        const int open = line.indexOf('(');
-        const int close = line.lastIndexOf(')');
-        if (open < 0 || close < open)
-            continue;
-        const QByteArray name = line.mid(open + 1, close - open - 1);
-        // Fields after the name: state is field 3; utime and stime are fields 14 and 15.
-        const QList<QByteArray> fields = line.mid(close + 2).split(' ');
-        if (fields.size() < 13)
-            continue;
-        ticks[groupOf(name, tid == self)] += fields[11].toLongLong() + fields[12].toLongLong();
+        ticks[groupOf(thread.name, thread.tid == self)] +=
+            thread.fields[11].toLongLong() + thread.fields[12].toLongLong();
     }
     return ticks;
 }

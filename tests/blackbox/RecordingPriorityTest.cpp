@@ -4,6 +4,7 @@
 
 #include "blackbox/AppRun.h"
 #include "recording/MediaProbe.h"
+#include "support/ProcThreads.h"
 
 #include <QDir>
 #include <QFile>
@@ -19,24 +20,12 @@ namespace {
 // Nice value of each thread of `pid` whose name starts with one of `prefixes`, by thread id.
 std::map<int, int> niceOfThreads(qint64 pid, const QList<QByteArray>& prefixes) {
     std::map<int, int> found;
-    const QDir tasks(QStringLiteral("/proc/%1/task").arg(pid));
-    for (const QString& tid : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile stat(tasks.filePath(tid) + QStringLiteral("/stat"));
-        if (!stat.open(QIODevice::ReadOnly))
-            continue;
-        const QByteArray line = stat.readAll();
-        const int open = line.indexOf('(');
-        const int close = line.lastIndexOf(')');
-        if (open < 0 || close < open)
-            continue;
-        const QByteArray name = line.mid(open + 1, close - open - 1);
+    for (const ThreadStat& thread : threadStats(QString::number(pid))) {
         if (std::none_of(prefixes.begin(), prefixes.end(),
-                         [&](const QByteArray& p) { return name.startsWith(p); }))
+                         [&](const QByteArray& p) { return thread.name.startsWith(p); }))
             continue;
-        // After the name: field 3 (state) onwards; the nice value is field 19.
-        const QList<QByteArray> fields = line.mid(close + 2).split(' ');
-        if (fields.size() > 16)
-            found[tid.toInt()] = fields[16].toInt();
+        if (thread.fields.size() > 16)
+            found[thread.tid] = thread.fields[16].toInt();
     }
     return found;
 }
