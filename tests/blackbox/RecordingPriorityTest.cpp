@@ -7,7 +7,6 @@
 #include "support/ProcThreads.h"
 
 #include <QDir>
-#include <QFile>
 
 #include <gtest/gtest.h>
 
