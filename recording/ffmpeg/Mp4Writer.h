@@ -32,7 +32,9 @@ class Mp4Writer {
 public:
     enum class Status { created, writing, completed, failed, cancelled };
 
-    static constexpr int maxQueuedVideoFrames = 2;
+    // A fifth of a second: enough to ride out a moment when the encoder threads get no CPU
+    // (a window redraw, a fragment written) on a machine the encoder keeps up on.
+    static constexpr int maxQueuedVideoFrames = 6;
     static constexpr int maxQueuedAudioBuffers = 64;
     static constexpr std::int64_t fragmentMicroseconds = 2'000'000;
 

@@ -152,23 +152,25 @@ TEST_F(Mp4WriterTest, RefusesFramesWhoseTimeDoesNotAdvance) {
     EXPECT_EQ(probePackets(file, "v").size(), 3u);
 }
 
-TEST_F(Mp4WriterTest, IsNotReadyWhileTwoFramesWaitForTheEncoder) {
+TEST_F(Mp4WriterTest, IsNotReadyWhileItsQueueIsFull) {
     const QString file = path("c.mp4");
     auto writer = start(file, 320, 240, false);
     ASSERT_TRUE(writer);
     writer->holdEncoding(true);
-    EXPECT_TRUE(writer->isReadyForMoreVideo());
-    EXPECT_TRUE(writer->appendVideo(syntheticFrame(320, 240, 0), frameTime(0)));
-    EXPECT_TRUE(writer->appendVideo(syntheticFrame(320, 240, 1), frameTime(1)));
+    constexpr int queued = Mp4Writer::maxQueuedVideoFrames;
+    for (int i = 0; i < queued; ++i) {
+        EXPECT_TRUE(writer->isReadyForMoreVideo());
+        EXPECT_TRUE(writer->appendVideo(syntheticFrame(320, 240, i), frameTime(i)));
+    }
     EXPECT_FALSE(writer->isReadyForMoreVideo());
-    EXPECT_FALSE(writer->appendVideo(syntheticFrame(320, 240, 2), frameTime(2)));
+    EXPECT_FALSE(writer->appendVideo(syntheticFrame(320, 240, queued), frameTime(queued)));
     writer->holdEncoding(false);
     writer->waitUntilQueueEmpty();
     EXPECT_TRUE(writer->isReadyForMoreVideo());
     // The refused frame did not use up its time: it can still come.
-    EXPECT_TRUE(writer->appendVideo(syntheticFrame(320, 240, 2), frameTime(2)));
+    EXPECT_TRUE(writer->appendVideo(syntheticFrame(320, 240, queued), frameTime(queued)));
     ASSERT_EQ(finish(*writer), Mp4Writer::Status::completed);
-    EXPECT_EQ(decodedVideoFrames(file), 3);
+    EXPECT_EQ(decodedVideoFrames(file), queued + 1);
 }
 
 TEST_F(Mp4WriterTest, WriteFaultFailsWithDescriptionAndKeepsEarlierFragments) {

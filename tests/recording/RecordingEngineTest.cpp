@@ -4,6 +4,7 @@
 #include "recording/MediaProbe.h"
 #include "recording/SyntheticMedia.h"
 #include "recording/ffmpeg/FragmentRepair.h"
+#include "recording/ffmpeg/Mp4Writer.h"
 #include "support/EventLoop.h"
 
 #include <QFile>
@@ -294,13 +295,14 @@ TEST_F(RecordingEngineTest, WarnsOnceWhenMoreThanOneFrameInFiveIsDropped) {
     ASSERT_EQ(engine.start(path("drops.mp4"), 320, 180, false, {}, 0.3), std::nullopt);
     int next = 0;
     // One 5-second window: `written` frames counted in it and 10 dropped by a full encoder.
+    constexpr int queue = ffmpeg::Mp4Writer::maxQueuedVideoFrames;
     auto window = [&](int written) {
         const double opened = clock;
-        feed(next, next + written - 2, 320, 180);
-        next += written - 2;
+        feed(next, next + written - queue, 320, 180);
+        next += written - queue;
         engine.holdEncodingForTesting(true);
-        feed(next, next + 2, 320, 180); // these two fill the encoder's queue
-        next += 2;
+        feed(next, next + queue, 320, 180); // these fill the encoder's queue
+        next += queue;
         for (int i = 0; i < 10; ++i, ++next) {
             engine.enqueueFrame(job(next, 320, 180));
             engine.waitUntilIdle();
