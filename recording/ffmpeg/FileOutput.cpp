@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <pthread.h>
 #include <unistd.h>
 
 namespace ffmpeg {
@@ -24,14 +25,46 @@ std::variant<std::unique_ptr<FileOutput>, int> FileOutput::create(const QString&
     return output;
 }
 
-FileOutput::FileOutput(int fd) : m_fd(fd), m_lastSync(std::chrono::steady_clock::now()) {
+FileOutput::FileOutput(int fd) : m_fd(fd) {
     auto* buffer = static_cast<unsigned char*>(av_malloc(ioBufferSize));
     if (!buffer)
         return;
     m_io.reset(avio_alloc_context(buffer, ioBufferSize, 1, this, nullptr, &FileOutput::writePacket,
                                   &FileOutput::seek));
-    if (!m_io)
+    if (!m_io) {
         av_free(buffer);
+        return;
+    }
+    m_syncer = std::thread([this] { syncLoop(); });
+}
+
+// Fragments arrive as they are completed; pushing them to the disk now and then bounds what a
+// power loss can take.
+void FileOutput::syncLoop() {
+    pthread_setname_np(pthread_self(), "ostrel.filesync");
+    std::unique_lock lock(m_syncMutex);
+    for (;;) {
+        m_syncWake.wait(lock, [this] { return m_unsynced || m_stopSyncing; });
+        if (m_stopSyncing)
+            return;
+        m_unsynced = false;
+        lock.unlock();
+        ::fdatasync(m_fd);
+        lock.lock();
+        // At most one sync a second; a stop ends the wait at once.
+        m_syncWake.wait_for(lock, syncInterval, [this] { return m_stopSyncing; });
+    }
+}
+
+void FileOutput::stopSyncing() {
+    if (!m_syncer.joinable())
+        return;
+    {
+        std::lock_guard lock(m_syncMutex);
+        m_stopSyncing = true;
+    }
+    m_syncWake.notify_all();
+    m_syncer.join();
 }
 
 FileOutput::~FileOutput() {
@@ -39,6 +72,7 @@ FileOutput::~FileOutput() {
 }
 
 int FileOutput::close() {
+    stopSyncing();
     if (m_fd < 0)
         return 0;
     int result = 0;
@@ -69,13 +103,11 @@ int FileOutput::writePacket(void* opaque, std::uint8_t* data, int size) {
         }
         written += int(n);
     }
-    // Fragments arrive here as they are completed; pushing them to the disk now and then
-    // bounds what a power loss can take.
-    const auto now = std::chrono::steady_clock::now();
-    if (now - self->m_lastSync >= syncInterval) {
-        ::fdatasync(self->m_fd);
-        self->m_lastSync = now;
+    {
+        std::lock_guard lock(self->m_syncMutex);
+        self->m_unsynced = true;
     }
+    self->m_syncWake.notify_one();
     return written;
 }
 

@@ -5,8 +5,10 @@
 #include <QString>
 
 #include <atomic>
-#include <chrono>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
+#include <thread>
 #include <variant>
 
 namespace ffmpeg {
@@ -14,6 +16,8 @@ namespace ffmpeg {
 // The file a recording is muxed into, as an AVIO context over a plain file descriptor. Owning
 // the descriptor lets the writer push finished fragments to the disk (so a power loss costs at
 // most the newest ones), patch the header in place at the end, and fail writes on request.
+// The pushing runs on a thread of its own: on a slow drive `fdatasync` blocks for a long
+// moment, and the thread that writes also feeds the encoder.
 class FileOutput {
 public:
     // Creates (or truncates) the file; an FFmpeg error code when that fails.
@@ -36,11 +40,17 @@ private:
     explicit FileOutput(int fd);
     static int writePacket(void* opaque, std::uint8_t* data, int size);
     static std::int64_t seek(void* opaque, std::int64_t offset, int whence);
+    void syncLoop();
+    void stopSyncing();
 
     int m_fd = -1;
     IOContextPtr m_io;
     std::atomic<bool> m_faultInjected{false};
-    std::chrono::steady_clock::time_point m_lastSync;
+    std::mutex m_syncMutex;
+    std::condition_variable m_syncWake;
+    bool m_unsynced = false;
+    bool m_stopSyncing = false;
+    std::thread m_syncer;
 };
 
 } // namespace ffmpeg
