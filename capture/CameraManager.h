@@ -69,6 +69,8 @@ public:
                                                   const std::optional<QString>&)>
             freeSpace;
         std::chrono::milliseconds macroStartPause{200};
+        // Cores the live view and a software encoder share; the machine's when 0.
+        unsigned cores = 0;
     };
 
     CameraManager(CaptureBackend& backend, SettingsStore& settings, Options options,
@@ -206,6 +208,10 @@ private:
     void storageTick(StorageBudget budget, std::uint64_t generation);
 
     // Recording pressure, main thread: the live view gives way to the encoder.
+    // At the press, before the encoder opens: the live view steps aside at once where the
+    // encoder is expected to need most of the CPU.
+    void yieldLiveViewForRecording(const QString& encoder);
+    unsigned cores() const;
     void startPressureWatch(int width, int height);
     void stopPressureWatch();
     void pressureTick(int width, int height);

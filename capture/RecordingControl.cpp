@@ -11,6 +11,7 @@
 #include "recording/Photos.h"
 #include "recording/RecordingEngine.h"
 #include "recording/Watermark.h"
+#include "recording/ffmpeg/VideoEncoder.h"
 #include "runtime/MainThread.h"
 #include "runtime/SerialQueue.h"
 
@@ -32,6 +33,7 @@ void CameraManager::startRecording(int width, int height, bool withAudio, const 
                                    double macroFraction) {
     if (!m_running || m_isRecording)
         return;
+    yieldLiveViewForRecording(ffmpeg::VideoEncoder::expectedName());
     setRecording(true);
     m_stoppingRecording = false;
     const bool sound = withAudio && m_micActive;
@@ -67,6 +69,7 @@ void CameraManager::startRecording(int width, int height, bool withAudio, const 
                 return;
             if (error) {
                 weak->setRecording(false);
+                weak->stopPressureWatch();
                 weak->setStatus(CameraStatus::recordingError);
                 ostrelLog(LogLevel::error,
                           QStringLiteral("Aufnahme-Start fehlgeschlagen: ") + *error);
@@ -87,6 +90,7 @@ void CameraManager::startRecording(int width, int height, bool withAudio, const 
 
 void CameraManager::recordingStartFailed(const QString& folderError, bool folderMissing) {
     setRecording(false);
+    stopPressureWatch();
     setStatus(CameraStatus::recordingError);
     ostrelLog(LogLevel::error,
               QStringLiteral("Aufnahme-Start fehlgeschlagen: Aufnahmeordner nicht beschreibbar (") +

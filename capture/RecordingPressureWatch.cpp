@@ -6,18 +6,39 @@
 
 #include "diagnostics/OstrelLog.h"
 #include "recording/RecordingEngine.h"
+#include "recording/ffmpeg/VideoEncoder.h"
 
+#include <algorithm>
 #include <thread>
 
 namespace {
 
 // A software HEVC encoder needs about 2.5 cores for 2560 × 1440 at 30 fps.
-bool predictedTooSlow(const QString& encoder, int width) {
-    return encoder == QStringLiteral("libx265") && width >= 2560 &&
-           std::thread::hardware_concurrency() < 4;
+bool predictedTooSlow(const QString& encoder, int width, unsigned cores) {
+    return encoder == QStringLiteral("libx265") && width >= 2560 && cores < 4;
+}
+
+// A software encoder takes over a core at 1920 × 1080; with fewer than four, the live view
+// would take the rest.
+bool predictedShortOfCpu(const QString& encoder, unsigned cores) {
+    return encoder == QStringLiteral("libx265") && cores < 4;
 }
 
 } // namespace
+
+unsigned CameraManager::cores() const {
+    return m_options.cores > 0 ? m_options.cores
+                               : std::max(1u, std::thread::hardware_concurrency());
+}
+
+void CameraManager::yieldLiveViewForRecording(const QString& encoder) {
+    if (!m_liveViewYields || !predictedShortOfCpu(encoder, cores()))
+        return;
+    const int before = m_pressure.liveIntervalMs();
+    m_pressure.startLiveViewAtFloor();
+    if (m_pressure.liveIntervalMs() != before)
+        emit liveRefreshIntervalChanged();
+}
 
 void CameraManager::startPressureWatch(int width, int height) {
     m_pressureTask.cancel();
@@ -25,7 +46,9 @@ void CameraManager::startPressureWatch(int width, int height) {
     setRecordingNotice({});
     if (!m_liveViewYields)
         return;
-    if (predictedTooSlow(m_recorder->videoEncoderName(), width)) {
+    // The encoder that opened may be another than expected at the press.
+    yieldLiveViewForRecording(m_recorder->videoEncoderName());
+    if (predictedTooSlow(m_recorder->videoEncoderName(), width, cores())) {
         const QString notice =
             tr("Dieser Rechner schafft %1 × %2 voraussichtlich nicht mit 30 Bildern pro Sekunde. "
                "Die Aufnahme läuft dann gleichmäßig mit weniger Bildern pro Sekunde; für 30 "
@@ -33,12 +56,15 @@ void CameraManager::startPressureWatch(int width, int height) {
                 .arg(width)
                 .arg(height);
         setRecordingNotice(notice);
+        // Every other camera frame: an even cadence from the start.
+        m_pressure.startPaced(RecordingPressure::cameraRate / 2);
+        m_recorder->setRateLimit(m_pressure.rateLimit());
         ostrelLog(LogLevel::warn, QStringLiteral("Aufnahme %1×%2 mit %3 auf %4 Kernen: 30 fps "
                                                  "voraussichtlich nicht erreichbar")
                                       .arg(width)
                                       .arg(height)
                                       .arg(m_recorder->videoEncoderName())
-                                      .arg(std::thread::hardware_concurrency()));
+                                      .arg(cores()));
     }
     m_pressureTask = m_scheduler.every(std::chrono::milliseconds(RecordingPressure::tickMs), this,
                                        [this, width, height] { pressureTick(width, height); });

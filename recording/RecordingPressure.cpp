@@ -10,6 +10,16 @@ void RecordingPressure::reset() {
     m_lastPressed = false;
 }
 
+void RecordingPressure::startLiveViewAtFloor() {
+    m_step = int(intervalsMs.size()) - 1;
+    m_calmTicks = 0;
+}
+
+void RecordingPressure::startPaced(int fps) {
+    startLiveViewAtFloor();
+    m_rateLimit = std::clamp(fps, minimumLimit, cameraRate - 1);
+}
+
 bool RecordingPressure::update(const Sample& totals) {
     const int appended = std::max(0, totals.appended - m_previous.appended);
     const int dropped = std::max(0, totals.dropped - m_previous.dropped);

@@ -33,6 +33,14 @@ public:
 
     // A new recording: the live view keeps its current rate, the counters start at zero.
     void reset();
+    // For an encoder expected to need most of the CPU: the live view starts the recording at
+    // its floor and speeds up only once the encoder has shown it keeps up, instead of costing
+    // the first second's frames while it steps down.
+    void startLiveViewAtFloor();
+    // For a recording the machine is known not to sustain at the camera rate: paced from the
+    // first frame, with the live view at its floor, rather than losing frames unevenly until
+    // the drops have been counted. The limit rises from there while the encoder keeps up.
+    void startPaced(int fps);
     // One tick's totals; returns whether anything the callers show changed.
     bool update(const Sample& totals);
 

@@ -94,6 +94,15 @@ QStringList VideoEncoder::candidateNames() {
     return {QStringLiteral("hevc_vaapi"), QStringLiteral("hevc_nvenc"), QStringLiteral("libx265")};
 }
 
+QString VideoEncoder::expectedName() {
+    if (avcodec_find_encoder_by_name("hevc_vaapi") &&
+        deviceNodeExists(vaapiDevicePath().toLocal8Bit().constData()))
+        return QStringLiteral("hevc_vaapi");
+    if (avcodec_find_encoder_by_name("hevc_nvenc") && deviceNodeExists("/dev/nvidiactl"))
+        return QStringLiteral("hevc_nvenc");
+    return QStringLiteral("libx265");
+}
+
 QString VideoEncoder::vaapiDevicePath() {
     const QString chosen = qEnvironmentVariable("OSTREL_VAAPI_DEVICE");
     return chosen.isEmpty() ? QStringLiteral("/dev/dri/renderD128") : chosen;

@@ -26,7 +26,7 @@ inline constexpr AVRational videoTimeBase{1, 90000};
 // more than two cores have at 30 fps. Coding units no smaller than 32 × 32, the cheapest mode
 // decision (rd 1) and no B-frames halve that for 0.15 dB less PSNR at 10 Mbit/s. The first key
 // frame, coded at the rate control's starting quantiser, is three times the size of later ones and
-// took three frame times, filling the two-frame queue: a recording's first three frames get 0.4 of
+// took three frame times, filling the writer's queue: a recording's first three frames get 0.4 of
 // the bit rate (the next ones make up for it), and two frame threads with a short look-ahead let it
 // overlap the next pictures. Closed GOPs make every key frame a clean entry point of its fragment.
 inline constexpr const char* x265Preset = "ultrafast";
@@ -47,6 +47,9 @@ public:
                                                    const VideoEncoderSettings& settings);
     // Every encoder `open` tries, in order.
     static QStringList candidateNames();
+    // The encoder `open` will most likely pick, judged without opening any: a hardware encoder
+    // whose device node is there, else libx265.
+    static QString expectedName();
     // The VAAPI render node: $OSTREL_VAAPI_DEVICE when set (tests make it fail), else the first.
     static QString vaapiDevicePath();
 

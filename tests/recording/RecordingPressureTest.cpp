@@ -186,6 +186,42 @@ TEST(RecordingPressure, TheLimitStaysWithinTenAndTwentyNineFps) {
     }
 }
 
+TEST(RecordingPressure, ALiveViewStartedAtItsFloorComesBackOnlyOnceTheEncoderKeepsUp) {
+    RecordingPressure pressure;
+    pressure.startLiveViewAtFloor();
+    // Set at the press; the recording's own start keeps it.
+    pressure.reset();
+    EXPECT_EQ(pressure.liveIntervalMs(), 100);
+    Ticks ticks(pressure);
+    ticks.calm(5);
+    ticks.tick(15, 0, 9); // the encoder still catching up: the quiet time starts again
+    ticks.calm(5);
+    EXPECT_EQ(pressure.liveIntervalMs(), 100);
+    EXPECT_TRUE(ticks.tick(15));
+    EXPECT_EQ(pressure.liveIntervalMs(), 67);
+    EXPECT_EQ(pressure.rateLimit(), 0);
+}
+
+TEST(RecordingPressure, ARecordingStartedPacedRisesWhileTheEncoderKeepsUp) {
+    RecordingPressure pressure;
+    pressure.startPaced(15);
+    EXPECT_EQ(pressure.rateLimit(), 15);
+    EXPECT_EQ(pressure.liveIntervalMs(), 100);
+    Ticks ticks(pressure);
+    for (int i = 0; i < 6; ++i)
+        ticks.tick(7);
+    EXPECT_EQ(pressure.rateLimit(), 17);
+    // Behind at 17: after two seconds of drops it goes back below, and stays there.
+    for (int i = 0; i < 4; ++i)
+        ticks.tick(8, 1);
+    EXPECT_EQ(pressure.rateLimit(), 16);
+    // Quiet again: the room goes to the live view, not to another try at 17.
+    for (int i = 0; i < 6; ++i)
+        ticks.tick(8);
+    EXPECT_EQ(pressure.rateLimit(), 16);
+    EXPECT_EQ(pressure.liveIntervalMs(), 67);
+}
+
 TEST(RecordingPressure, ANewRecordingStartsWithoutLimitAndFromFreshTotals) {
     RecordingPressure pressure;
     {
