@@ -7,6 +7,7 @@ Row {
     property real level: 0
     property bool muted: false
     property int bars: 8
+    property bool animated: true
     readonly property int lit: muted ? 0 : Math.round(level * bars)
 
     spacing: 3
@@ -21,8 +22,8 @@ Row {
             radius: 2
             color: !on ? Theme.text : (index < meter.bars - 2 ? Theme.accent : Theme.alert)
             opacity: on ? 1 : 0.18
-            Behavior on color { ColorAnimation { duration: 60 } }
-            Behavior on opacity { NumberAnimation { duration: 60 } }
+            Behavior on color { enabled: meter.animated; ColorAnimation { duration: 60 } }
+            Behavior on opacity { enabled: meter.animated; NumberAnimation { duration: 60 } }
         }
     }
 }

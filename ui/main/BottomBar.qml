@@ -13,6 +13,8 @@ Rectangle {
     required property var cam        // CameraManager
     required property var settings   // SettingsStore
     required property var viewState  // MainViewState
+    // Set while a recording needs the CPU: the bar then jumps instead of sliding.
+    property bool sparingRedraws: false
 
     signal photoRequested()
     signal recordToggleRequested()
@@ -23,8 +25,8 @@ Rectangle {
     opacity: bar.viewState.controlsVisible ? 1 : 0
     visible: opacity > 0
     color: Theme.background
-    Behavior on y { NumberAnimation { duration: bar.viewState.controlsVisible ? 250 : 400; easing.type: Easing.InOutQuad } }
-    Behavior on opacity { NumberAnimation { duration: bar.viewState.controlsVisible ? 250 : 400; easing.type: Easing.InOutQuad } }
+    Behavior on y { enabled: !bar.sparingRedraws; NumberAnimation { duration: bar.viewState.controlsVisible ? 250 : 400; easing.type: Easing.InOutQuad } }
+    Behavior on opacity { enabled: !bar.sparingRedraws; NumberAnimation { duration: bar.viewState.controlsVisible ? 250 : 400; easing.type: Easing.InOutQuad } }
 
     Rectangle { anchors.top: parent.top; width: parent.width; height: 1; color: Theme.separator }
 
@@ -42,6 +44,7 @@ Rectangle {
         RecordButton {
             objectName: "recordButton"
             recording: bar.cam.isRecording
+            animated: !bar.sparingRedraws
             onClicked: bar.recordToggleRequested()
         }
         Text {
@@ -68,6 +71,7 @@ Rectangle {
             objectName: "audioMeter"
             level: bar.visible ? bar.cam.audioLevel : 0 // no frames for a hidden meter
             muted: bar.viewState.micMuted
+            animated: !bar.sparingRedraws
             bars: 8
             Layout.leftMargin: -10
         }

@@ -24,6 +24,11 @@ FocusScope {
     required property var recordings // RecordingsStore
     required property var settings   // SettingsStore
     property bool showFolderMissing: false
+    // While a recording needs the CPU the live view slows down; motion that would redraw the
+    // whole window many times a second (sliding bars, the record button's morph, the flash
+    // fade, the inset's rounded corners) then becomes a single step, since on a machine without
+    // a GPU each redraw costs the encoder frames.
+    readonly property bool sparingRedraws: (cam.liveRefreshInterval || 33) > 33
 
     signal settingsRequested()
 
@@ -41,7 +46,7 @@ FocusScope {
         onRecordToggleRequested: view.toggleRecording(false)
         onStabilizationToggleRequested: view.settings.stabilizeMacro = !view.settings.stabilizeMacro
         onSwapRequested: view.devices.swapWideMacro()
-        onFlashed: flashFade.restart()
+        onFlashed: view.sparingRedraws ? flashOff.restart() : flashFade.restart()
         onStorageRefreshDue: view.refreshStorage()
         onFolderMissing: {
             mainState.logFolderMissing()
@@ -118,6 +123,7 @@ FocusScope {
         cam: view.cam
         settings: view.settings
         viewState: mainState
+        sparingRedraws: view.sparingRedraws
     }
 
     // 2. Overlays.
@@ -135,12 +141,14 @@ FocusScope {
         cam: view.cam
         settings: view.settings
         viewState: mainState
+        sparingRedraws: view.sparingRedraws
         onSettingsRequested: view.settingsRequested()
     }
     BottomBar {
         cam: view.cam
         settings: view.settings
         viewState: mainState
+        sparingRedraws: view.sparingRedraws
         onPhotoRequested: view.takePhotos()
         onRecordToggleRequested: view.toggleRecording(false)
     }
@@ -161,6 +169,13 @@ FocusScope {
         to: 0
         duration: 400
         easing.type: Easing.OutQuad
+    }
+    // The flash without its fade: two frames instead of one per display refresh. A timer, not
+    // a pause animation, which would keep the window rendering.
+    Timer {
+        id: flashOff
+        interval: 400
+        onTriggered: mainState.flashOpacity = 0
     }
 
     // Alerts.

@@ -11,6 +11,7 @@ Item {
     required property var cam        // CameraManager
     required property var settings   // SettingsStore
     required property var viewState  // MainViewState
+    property bool sparingRedraws: false
 
     Rectangle { anchors.fill: parent; color: "black" }
     LiveCameraView {
@@ -37,10 +38,11 @@ Item {
         anchors.bottom: parent.bottom
 
         RoundedTopClip {
+            objectName: "macroClip"
             anchors.fill: parent
             radius: 8
             // While a recording needs the CPU the corners go square rather than cost frames.
-            rounded: (pictures.cam.liveRefreshInterval || 33) <= 33
+            rounded: !pictures.sparingRedraws
             Rectangle { anchors.fill: parent; color: "black" }
             LiveCameraView {
                 objectName: "macroView"

@@ -6,6 +6,7 @@ AbstractButton {
     id: button
 
     property bool recording: false
+    property bool animated: true
 
     implicitWidth: 58
     implicitHeight: 58
@@ -27,8 +28,8 @@ AbstractButton {
             height: width
             radius: button.recording ? 7 : 22
             color: Theme.alert
-            Behavior on width { NumberAnimation { duration: 200; easing.type: Easing.InOutQuad } }
-            Behavior on radius { NumberAnimation { duration: 200; easing.type: Easing.InOutQuad } }
+            Behavior on width { enabled: button.animated; NumberAnimation { duration: 200; easing.type: Easing.InOutQuad } }
+            Behavior on radius { enabled: button.animated; NumberAnimation { duration: 200; easing.type: Easing.InOutQuad } }
         }
     }
     background: null

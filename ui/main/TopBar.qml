@@ -12,6 +12,8 @@ Rectangle {
     required property var cam        // CameraManager
     required property var settings   // SettingsStore
     required property var viewState  // MainViewState
+    // Set while a recording needs the CPU: the bar then jumps instead of sliding.
+    property bool sparingRedraws: false
 
     signal settingsRequested()
 
@@ -21,8 +23,8 @@ Rectangle {
     opacity: bar.viewState.controlsVisible ? 1 : 0
     visible: opacity > 0
     color: Theme.background
-    Behavior on y { NumberAnimation { duration: bar.viewState.controlsVisible ? 250 : 400; easing.type: Easing.InOutQuad } }
-    Behavior on opacity { NumberAnimation { duration: bar.viewState.controlsVisible ? 250 : 400; easing.type: Easing.InOutQuad } }
+    Behavior on y { enabled: !bar.sparingRedraws; NumberAnimation { duration: bar.viewState.controlsVisible ? 250 : 400; easing.type: Easing.InOutQuad } }
+    Behavior on opacity { enabled: !bar.sparingRedraws; NumberAnimation { duration: bar.viewState.controlsVisible ? 250 : 400; easing.type: Easing.InOutQuad } }
 
     Rectangle { anchors.bottom: parent.bottom; width: parent.width; height: 1; color: Theme.separator }
 
