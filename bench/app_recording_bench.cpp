@@ -135,8 +135,11 @@ int record(AppShell& shell, QQuickWindow* window, const Run& run) {
     for (auto* view : window->findChildren<LiveCameraView*>())
         (view->index() == 0 ? wide : macro) = view;
     int swapped = 0;
-    const auto swaps =
-        QObject::connect(window, &QQuickWindow::frameSwapped, window, [&] { ++swapped; });
+    // frameSwapped comes from the render thread, so each count is a posted call. With a
+    // receiver that dies with this function, calls still queued at its end are dropped instead
+    // of counting into a stack frame that is gone.
+    QObject swapCounter;
+    QObject::connect(window, &QQuickWindow::frameSwapped, &swapCounter, [&] { ++swapped; });
 
     const auto cpuBefore = cpuTicksByGroup();
     const int wideBefore = wide ? wide->framesShown() : 0;
@@ -148,6 +151,32 @@ int record(AppShell& shell, QQuickWindow* window, const Run& run) {
         std::printf("recording did not start\n");
         return 1;
     }
+    // Per second: drops, live interval, and the cores of the encoder and of the live view, to
+    // show whether the losses cluster at the start and who took the CPU then.
+    QString timeline;
+    int lastDrops = 0, lastSecond = 0;
+    auto lastTicks = cpuBefore;
+    auto sampleSecond = [&] {
+        const auto c = cam.recorder().counters();
+        const int drops = c.droppedBusy + c.droppedNotReady;
+        const auto ticks = cpuTicksByGroup();
+        auto cores = [&](const QString& group) {
+            const long long before = lastTicks.count(group) ? lastTicks.at(group) : 0;
+            const long long now = ticks.count(group) ? ticks.at(group) : 0;
+            return QString::number(double(now - before) / double(sysconf(_SC_CLK_TCK)), 'f', 1);
+        };
+        timeline += QStringLiteral(" %1:%2/%3/%4/%5")
+                        .arg(lastSecond)
+                        .arg(drops - lastDrops)
+                        .arg(cam.liveRefreshInterval())
+                        .arg(cores(QStringLiteral("encoder")), cores(QStringLiteral("GUI/render")));
+        lastDrops = drops;
+        lastTicks = ticks;
+        ++lastSecond;
+    };
+    QTimer perSecond;
+    QObject::connect(&perSecond, &QTimer::timeout, sampleSecond);
+    perSecond.start(1000);
     // The steady part: from 5 s on, after the live view has found its rate.
     RecordingEngine::Counters atFive;
     int wideAtFive = 0, swappedAtFive = 0;
@@ -168,6 +197,7 @@ int record(AppShell& shell, QQuickWindow* window, const Run& run) {
     watch.start(100);
     waitFor([&] { return clock.elapsed() >= run.seconds * 1000; }, run.seconds * 1000 + 1000);
     watch.stop();
+    perSecond.stop();
     const double elapsed = double(clock.elapsed()) / 1000.0;
     const RecordingEngine::Counters end = cam.recorder().counters();
     const auto cpuAfter = cpuTicksByGroup();
@@ -181,7 +211,6 @@ int record(AppShell& shell, QQuickWindow* window, const Run& run) {
     cam.onRecordingFinished = [&] { finished = true; };
     cam.stopRecording();
     waitFor([&] { return finished; }, 120000);
-    QObject::disconnect(swaps);
 
     const double steady = elapsed - fiveAt;
     const long hz = sysconf(_SC_CLK_TCK);
@@ -217,6 +246,8 @@ int record(AppShell& shell, QQuickWindow* window, const Run& run) {
         std::printf("    %-12s %.2f | %.2f\n", qPrintable(group), whole,
                     double(ticks - five) / double(hz) / steady);
     }
+    std::printf("  by second            drops/live ms/encoder cores/GUI cores:%s\n",
+                qPrintable(timeline));
     std::printf("  notice                %s\n", notice.isEmpty() ? "(none)" : qPrintable(notice));
     std::fflush(stdout);
     return 0;
