@@ -304,14 +304,21 @@ QRect AppRun::windowGeometry(const QString& windowTitle) const {
 }
 
 bool AppRun::pressKeys(const QString& keys, const QString& windowTitle) {
-    const QStringList ids = windowIds(windowTitle);
-    if (ids.isEmpty())
-        return false;
-    // No window manager runs, so the input focus is set directly, in the same call as the keys
-    // so that nothing comes between.
-    return run(QStringLiteral("xdotool"),
-               {QStringLiteral("windowfocus"), QStringLiteral("--sync"), ids.last(),
-                QStringLiteral("key"), QStringLiteral("--clearmodifiers"), keys});
+    // A window that has just been mapped can refuse the focus for a moment under load; then
+    // nothing was typed and it is tried again.
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        const QStringList ids = windowIds(windowTitle);
+        if (ids.isEmpty())
+            return false;
+        // No window manager runs, so the input focus is set directly, in the same call as the
+        // keys so that nothing comes between.
+        if (run(QStringLiteral("xdotool"),
+                {QStringLiteral("windowfocus"), QStringLiteral("--sync"), ids.last(),
+                 QStringLiteral("key"), QStringLiteral("--clearmodifiers"), keys}))
+            return true;
+        QThread::msleep(300);
+    }
+    return false;
 }
 
 QStringList AppRun::recordingFiles(const QString& pattern) const {
