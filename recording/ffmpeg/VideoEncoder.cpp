@@ -58,6 +58,14 @@ bool deviceNodeExists(const char* path) {
     return std::filesystem::exists(path, ignored);
 }
 
+// Whether the device node a hardware encoder needs is there; the software one needs none.
+bool hasDeviceNode(const QString& name) {
+    const QString node = name == QStringLiteral("hevc_vaapi")   ? VideoEncoder::vaapiDevicePath()
+                         : name == QStringLiteral("hevc_nvenc") ? QStringLiteral("/dev/nvidiactl")
+                                                                : QString();
+    return node.isEmpty() || deviceNodeExists(node.toLocal8Bit().constData());
+}
+
 } // namespace
 
 std::unique_ptr<VideoEncoder> VideoEncoder::open(const VideoEncoderSettings& settings,
@@ -66,11 +74,7 @@ std::unique_ptr<VideoEncoder> VideoEncoder::open(const VideoEncoderSettings& set
         if (auto encoder = openNamed(name, settings))
             return encoder;
         // A hardware encoder without its device was not really tried.
-        const QString node = name == QStringLiteral("hevc_vaapi") ? vaapiDevicePath()
-                             : name == QStringLiteral("hevc_nvenc")
-                                 ? QStringLiteral("/dev/nvidiactl")
-                                 : QString();
-        if (failed && (node.isEmpty() || deviceNodeExists(node.toLocal8Bit().constData())))
+        if (failed && hasDeviceNode(name))
             failed->append(name);
     }
     return nullptr;
@@ -95,11 +99,9 @@ QStringList VideoEncoder::candidateNames() {
 }
 
 QString VideoEncoder::expectedName() {
-    if (avcodec_find_encoder_by_name("hevc_vaapi") &&
-        deviceNodeExists(vaapiDevicePath().toLocal8Bit().constData()))
-        return QStringLiteral("hevc_vaapi");
-    if (avcodec_find_encoder_by_name("hevc_nvenc") && deviceNodeExists("/dev/nvidiactl"))
-        return QStringLiteral("hevc_nvenc");
+    for (const QString& name : candidateNames())
+        if (avcodec_find_encoder_by_name(name.toLatin1().constData()) && hasDeviceNode(name))
+            return name;
     return QStringLiteral("libx265");
 }
 
