@@ -177,6 +177,14 @@ bool AppRun::run(const QString& program, const QStringList& arguments, int timeo
     return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 
+std::optional<QString> AppRun::startLive() {
+    if (std::optional<QString> error = start())
+        return error;
+    if (!waitForLog(QStringLiteral("2 Kameras live"), 60000))
+        return QStringLiteral("the cameras did not go live within 60 s:\n") + appOutput();
+    return std::nullopt;
+}
+
 std::optional<QString> AppRun::start(int timeoutMs) {
     if (isRunning())
         return QStringLiteral("the app is already running");

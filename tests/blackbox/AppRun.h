@@ -44,6 +44,9 @@ public:
     // Starts the app (again, after an exit or kill: same HOME) and waits until its window is
     // on screen. Returns an error text.
     std::optional<QString> start(int timeoutMs = 30000);
+    // Starts the app and waits until the log says both cameras are live; on failure the error
+    // text carries what the app printed.
+    std::optional<QString> startLive();
     // Starts the app without a display and waits for it to exit (for --help, --version).
     struct Output {
         int exitCode = -1;

@@ -35,10 +35,8 @@ TEST(RecordingPriority, RenderThreadsYieldAndTooFewCoresForHighResolutionAreAnno
     AppRunOptions options;
     options.settings.insert(QStringLiteral("resolutionHigh"), true);
     AppRun app(options);
-    const auto error = app.start();
+    const auto error = app.startLive();
     ASSERT_FALSE(error) << error->toStdString();
-    ASSERT_TRUE(app.waitForLog(QStringLiteral("2 Kameras live"), 60000))
-        << app.appOutput().toStdString();
 
     // The scene graph's render thread and Mesa's rasteriser workers yield to the encoder.
     const QList<QByteArray> renderThreads{"QSGRenderThread", "llvmpipe"};
