@@ -13,7 +13,10 @@
 
 #include <csignal>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #ifndef OSTREL_APP_BINARY
 #error "OSTREL_APP_BINARY must name the built app"
@@ -68,11 +71,7 @@ AppRun::~AppRun() {
         m_app->kill();
         m_app->waitForFinished(5000);
     }
-    if (m_display_server) {
-        m_display_server->terminate();
-        if (!m_display_server->waitForFinished(5000))
-            m_display_server->kill();
-    }
+    stopDisplay();
 }
 
 QString AppRun::home() const {
@@ -87,47 +86,107 @@ QString AppRun::logPath() const {
     return QDir(m_home.path()).filePath(QStringLiteral("Documents/ostrel-diagnose.log"));
 }
 
+namespace {
+
+// Display numbers for black-box tests: each run holds an flock on its number's file for as long
+// as its server lives, so two tests started together never pick the same display.
+constexpr int firstDisplay = 120;
+constexpr int displayCount = 800;
+
+} // namespace
+
+void AppRun::DisplayLock::release() {
+    if (fd >= 0)
+        ::close(fd);
+    fd = -1;
+}
+
+AppRun::DisplayLock::~DisplayLock() {
+    release();
+}
+
 std::optional<QString> AppRun::startDisplay() {
     if (m_display_server)
         return std::nullopt;
+    const int offset = int(::getpid() % displayCount);
+    for (int step = 0; step < displayCount; ++step) {
+        const int number = firstDisplay + (offset + step * 7) % displayCount;
+        const QByteArray lockPath =
+            QStringLiteral("/tmp/ostrel-test-display-%1.lock").arg(number).toLocal8Bit();
+        const int fd = ::open(lockPath.constData(), O_CREAT | O_RDWR | O_CLOEXEC, 0666);
+        if (fd < 0)
+            continue;
+        if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+            ::close(fd);
+            continue;
+        }
+        m_displayLock.release();
+        m_displayLock.fd = fd;
+        // Another program's server on that number (its own lock file) makes Xvfb exit at once.
+        if (QFile::exists(QStringLiteral("/tmp/.X%1-lock").arg(number)))
+            continue;
+        if (const auto error = startServer(number); !error)
+            return std::nullopt;
+    }
+    m_displayLock.release();
+    return QStringLiteral("no free display for Xvfb");
+}
+
+std::optional<QString> AppRun::startServer(int number) {
     m_display_server = std::make_unique<QProcess>();
-    // -displayfd picks a free display number and writes it once the server accepts clients.
+    // -displayfd writes the number once the server accepts clients. -noreset: by default the
+    // server resets whenever its last client leaves, and a client connecting meanwhile (the app
+    // right after a check with xdotool) is refused.
     m_display_server->start(
         QStringLiteral("Xvfb"),
-        {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
-         QStringLiteral("0"),
+        {QStringLiteral(":%1").arg(number), QStringLiteral("-displayfd"), QStringLiteral("1"),
+         QStringLiteral("-screen"), QStringLiteral("0"),
          QStringLiteral("%1x%2x24").arg(m_options.screenWidth).arg(m_options.screenHeight),
-         QStringLiteral("-nolisten"), QStringLiteral("tcp")});
+         QStringLiteral("-nolisten"), QStringLiteral("tcp"), QStringLiteral("-noreset")});
+    std::optional<QString> error;
     if (!m_display_server->waitForStarted(10000))
-        return QStringLiteral("Xvfb did not start");
-    QByteArray number;
+        error = QStringLiteral("Xvfb did not start");
+    QByteArray written;
     QDeadlineTimer guard(20000);
-    while (!number.contains('\n')) {
-        if (guard.hasExpired() || m_display_server->state() == QProcess::NotRunning)
-            return QStringLiteral("Xvfb gave no display");
-        m_display_server->waitForReadyRead(200);
-        number += m_display_server->readAllStandardOutput();
+    while (!error && !written.contains('\n')) {
+        if (guard.hasExpired())
+            error = QStringLiteral("Xvfb :%1 did not report ready within 20 s").arg(number);
+        else if (m_display_server->state() == QProcess::NotRunning)
+            error = QStringLiteral("Xvfb :%1 ended: %2")
+                        .arg(number)
+                        .arg(QString::fromLocal8Bit(m_display_server->readAllStandardError()));
+        else if (m_display_server->waitForReadyRead(200))
+            written += m_display_server->readAllStandardOutput();
     }
-    m_display = QStringLiteral(":") + QString::fromLatin1(number.trimmed());
+    if (error) {
+        stopDisplay();
+        return error;
+    }
+    m_display = QStringLiteral(":%1").arg(number);
     return std::nullopt;
 }
 
-std::optional<QString> AppRun::startUsableDisplay() {
-    // Xvfb servers started side by side now and then end up with a display nobody can reach;
-    // such a server is replaced before the app is started on it.
-    std::optional<QString> error;
-    for (int attempt = 0; attempt < 3; ++attempt) {
-        error = startDisplay();
-        if (!error && run(QStringLiteral("xdotool"), {QStringLiteral("getdisplaygeometry")}))
-            return std::nullopt;
-        if (!error)
-            error = QStringLiteral("display %1 cannot be reached").arg(m_display);
-        if (m_display_server) {
+void AppRun::stopDisplay() {
+    if (m_display_server) {
+        m_display_server->terminate();
+        if (!m_display_server->waitForFinished(5000)) {
             m_display_server->kill();
             m_display_server->waitForFinished(5000);
-            m_display_server.reset();
         }
-        m_display.clear();
+        m_display_server.reset();
+    }
+    m_display.clear();
+}
+
+std::optional<QString> AppRun::startUsableDisplay() {
+    std::optional<QString> error = startDisplay();
+    if (error)
+        return error;
+    // Ready means a client gets through.
+    if (!run(QStringLiteral("xdotool"), {QStringLiteral("getdisplaygeometry")})) {
+        error = QStringLiteral("display %1 cannot be reached").arg(m_display);
+        stopDisplay();
+        m_displayLock.release();
     }
     return error;
 }
@@ -181,25 +240,36 @@ std::optional<QString> AppRun::startLive() {
     if (std::optional<QString> error = start())
         return error;
     if (!waitForLog(QStringLiteral("2 Kameras live"), 60000))
-        return QStringLiteral("the cameras did not go live within 60 s:\n") + appOutput();
+        return QStringLiteral("the cameras did not go live within 60 s:\n") + describe();
+    // Live in the log is not yet live on screen: a camera whose first picture is late gets
+    // restarted by the watchdog, and commands typed meanwhile are ignored. Both pictures on
+    // screen are the state every test starts from.
+    const QRect window = windowGeometry();
+    if (window.isEmpty())
+        return QStringLiteral("the main window has no geometry");
+    const QRect wide(window.left(), window.top() + 100, window.width(), window.height() / 3);
+    const QRect inset(window.center().x() - window.width() / 8,
+                      window.bottom() - window.height() / 5, window.width() / 4,
+                      window.height() / 8);
+    const auto live = [&](const QImage& shot) {
+        return texturedShare(shot, wide) > 0.3 && texturedShare(shot, inset) > 0.3;
+    };
+    if (!live(waitForScreen(live, 60000)))
+        return QStringLiteral("the window did not show both pictures within 60 s:\n") + describe();
     return std::nullopt;
+}
+
+QString AppRun::describe() const {
+    const QStringList lines = logLines();
+    return QStringLiteral("--- log (last 40 lines)\n") +
+           lines.mid(std::max(0, int(lines.size()) - 40)).join(u'\n') +
+           QStringLiteral("\n--- app output\n") + appOutput().right(4000);
 }
 
 std::optional<QString> AppRun::start(int timeoutMs) {
     if (isRunning())
         return QStringLiteral("the app is already running");
-    std::optional<QString> error = startOnce(timeoutMs);
-    // A display lost between the check and the app's start: once more on a fresh one.
-    if (error && error->contains(QStringLiteral("could not connect to display"))) {
-        if (m_display_server) {
-            m_display_server->kill();
-            m_display_server->waitForFinished(5000);
-            m_display_server.reset();
-        }
-        m_display.clear();
-        error = startOnce(timeoutMs);
-    }
-    return error;
+    return startOnce(timeoutMs);
 }
 
 std::optional<QString> AppRun::startOnce(int timeoutMs) {
@@ -279,6 +349,9 @@ std::optional<QString> AppRun::waitForLog(const QString& text, int timeoutMs, in
             return false;
         },
         timeoutMs);
+    if (!found)
+        qWarning("waited %d ms for a log line with \"%s\" from line %d; none came", timeoutMs,
+                 qPrintable(text), fromLine);
     return found;
 }
 
@@ -311,22 +384,55 @@ QRect AppRun::windowGeometry(const QString& windowTitle) const {
                  values.value(QStringLiteral("WIDTH")), values.value(QStringLiteral("HEIGHT")));
 }
 
-bool AppRun::pressKeys(const QString& keys, const QString& windowTitle) {
-    // A window that has just been mapped can refuse the focus for a moment under load; then
-    // nothing was typed and it is tried again.
-    for (int attempt = 0; attempt < 3; ++attempt) {
-        const QStringList ids = windowIds(windowTitle);
-        if (ids.isEmpty())
-            return false;
-        // No window manager runs, so the input focus is set directly, in the same call as the
-        // keys so that nothing comes between.
-        if (run(QStringLiteral("xdotool"),
-                {QStringLiteral("windowfocus"), QStringLiteral("--sync"), ids.last(),
-                 QStringLiteral("key"), QStringLiteral("--clearmodifiers"), keys}))
-            return true;
-        QThread::msleep(300);
+std::optional<QString> AppRun::focusWindow(const QString& id) {
+    // No window manager runs, so the input focus is set directly. The app may move it once
+    // more while a window maps; it is set again until the server names this window.
+    QDeadlineTimer guard(15000);
+    while (!guard.hasExpired()) {
+        run(QStringLiteral("xdotool"), {QStringLiteral("windowfocus"), id});
+        QDeadlineTimer settle(1000);
+        while (!settle.hasExpired()) {
+            QString focused;
+            if (run(QStringLiteral("xdotool"), {QStringLiteral("getwindowfocus")}, 5000,
+                    &focused) &&
+                focused.trimmed() == id)
+                return std::nullopt;
+            QThread::msleep(20);
+        }
     }
-    return false;
+    QString focused;
+    run(QStringLiteral("xdotool"), {QStringLiteral("getwindowfocus")}, 5000, &focused);
+    return QStringLiteral("window %1 did not get the keyboard focus within 15 s (it is on %2)")
+        .arg(id, focused.trimmed());
+}
+
+bool AppRun::pressKeys(const QString& keys, const QString& windowTitle) {
+    const auto fail = [&](const QString& why) {
+        qWarning("pressKeys(%s) into \"%s\": %s", qPrintable(keys), qPrintable(windowTitle),
+                 qPrintable(why));
+        return false;
+    };
+    QStringList ids;
+    pumpUntil(
+        [&] {
+            ids = windowIds(windowTitle);
+            return !ids.isEmpty() || !isRunning();
+        },
+        15000);
+    if (ids.isEmpty())
+        return fail(QStringLiteral("no such window on screen within 15 s"));
+    const QString id = ids.last();
+    if (const auto error = focusWindow(id))
+        return fail(*error);
+    if (!run(QStringLiteral("xdotool"),
+             {QStringLiteral("key"), QStringLiteral("--clearmodifiers"), keys}))
+        return fail(QStringLiteral("xdotool could not type"));
+    // The keys went to the window only if it still had the focus afterwards.
+    QString focused;
+    run(QStringLiteral("xdotool"), {QStringLiteral("getwindowfocus")}, 5000, &focused);
+    if (focused.trimmed() != id && windowIds(windowTitle).contains(id))
+        return fail(QStringLiteral("the focus moved to %1 while typing").arg(focused.trimmed()));
+    return true;
 }
 
 QStringList AppRun::recordingFiles(const QString& pattern) const {

@@ -2,7 +2,9 @@
 
 // Runs the built ostrel binary as a user would: its own temporary HOME with a real settings
 // file, the virtual camera pair, a private X server (Xvfb) and keys typed with xdotool. Each
-// run gets its own display, so black-box tests may run in parallel.
+// run gets its own display, locked for as long as it runs, so black-box tests may run in
+// parallel. Every wait is for a state (a log line, the focus, pixels), bounded, and says on
+// stderr what it waited for when it times out.
 
 #include <QImage>
 #include <QProcess>
@@ -44,8 +46,8 @@ public:
     // Starts the app (again, after an exit or kill: same HOME) and waits until its window is
     // on screen. Returns an error text.
     std::optional<QString> start(int timeoutMs = 30000);
-    // Starts the app and waits until the log says both cameras are live; on failure the error
-    // text carries what the app printed.
+    // Starts the app and waits until the log says both cameras are live and the window shows
+    // both pictures; on failure the error text carries the log and what the app printed.
     std::optional<QString> startLive();
     // Starts the app without a display and waits for it to exit (for --help, --version).
     struct Output {
@@ -60,8 +62,9 @@ public:
     // Waits until a log line contains `text` (counting from line `fromLine`); returns the line.
     std::optional<QString> waitForLog(const QString& text, int timeoutMs = 30000,
                                       int fromLine = 0) const;
-    // Focuses the app's window whose title matches `windowTitle` (a regular expression) and
-    // types the key combination, e.g. "ctrl+r", "ctrl+shift+o".
+    // Waits until the app's window whose title matches `windowTitle` (a regular expression) is
+    // on screen and holds the keyboard focus, then types the key combination, e.g. "ctrl+r",
+    // "ctrl+shift+o". False, with the reason on stderr, when any of it did not happen.
     bool pressKeys(const QString& keys, const QString& windowTitle = QStringLiteral("^OSTREL$"));
     // Files in the recording folder matching `pattern`, sorted.
     QStringList recordingFiles(const QString& pattern = QStringLiteral("OSTREL-*")) const;
@@ -82,10 +85,15 @@ public:
     std::optional<int> waitForExit(int timeoutMs = 60000);
     QString display() const { return m_display; }
     QString appOutput() const; // stderr and stdout of the app so far
+    // The end of the log and the app's output, for a failure message.
+    QString describe() const;
 
 private:
     std::optional<QString> startDisplay();
+    std::optional<QString> startServer(int number);
     std::optional<QString> startUsableDisplay();
+    void stopDisplay();
+    std::optional<QString> focusWindow(const QString& id);
     std::optional<QString> startOnce(int timeoutMs);
     QStringList windowIds(const QString& windowTitle) const;
     QProcessEnvironment appEnvironment() const;
@@ -94,6 +102,12 @@ private:
 
     AppRunOptions m_options;
     QTemporaryDir m_home;
+    struct DisplayLock {
+        int fd = -1;
+        void release();
+        ~DisplayLock();
+    };
+    DisplayLock m_displayLock; // held while the display server runs
     std::unique_ptr<QProcess> m_display_server;
     QString m_display;
     std::unique_ptr<QProcess> m_app;
