@@ -42,6 +42,14 @@ QString german(const char* key) {
 
 namespace CameraErrorTexts {
 
+QString role(int index) {
+    return index == 0 ? QStringLiteral("Wide") : QStringLiteral("Makro");
+}
+
+QString namedRole(const QString& name, int index) {
+    return QStringLiteral("%1 (%2)").arg(name, role(index));
+}
+
 QString noAccess() {
     return german(noAccessKey);
 }

@@ -15,9 +15,15 @@ QString noAccess();
 QString busy(const QString& holder = {});
 // Two cameras on one USB 2 hub: not enough isochronous bandwidth for both streams.
 QString usbBandwidth();
+// The role of camera `index` as the log and the messages name it: "Wide" or "Makro". Both
+// cameras report the same name, so every message about one says which it is.
+QString role(int index);
+// "OSTREL Kamera (Makro)": the device's name with its role.
+QString namedRole(const QString& name, int index);
+
 // The assigned camera `name` was unplugged (or its port lost power) mid-session.
 QString unplugged(const QString& name);
-// Camera `role` ("Wide"/"Macro") named `name` stopped sending pictures.
+// Camera `role` ("Wide"/"Makro") named `name` stopped sending pictures.
 QString stalled(const QString& role, const QString& name);
 // The stream of camera `role` named `name` ended by itself (driver or transfer error).
 QString streamEnded(const QString& role, const QString& name);

@@ -163,7 +163,7 @@ void CameraManager::applyAudioLevel(float dB) {
 void CameraManager::startFPSTask() {
     cancelFPSTask();
     m_fpsTask = m_scheduler.every(std::chrono::seconds(1), this, [this] {
-        if (!m_running) {
+        if (!m_running && !m_isRecording) {
             m_fpsTask.cancel();
             return;
         }
@@ -200,6 +200,7 @@ void CameraManager::setRunning(bool running) {
         return;
     m_running = running;
     emit runningChanged();
+    emit liveCamerasChanged();
 }
 
 void CameraManager::setConnectedCount(int count) {
@@ -214,6 +215,10 @@ void CameraManager::setRecording(bool recording) {
         return;
     m_isRecording = recording;
     emit isRecordingChanged();
+    if (cameraMissing()) {
+        emit cameraMissingChanged(); // the banner says whether a recording goes on
+        emit liveCamerasChanged();
+    }
 }
 
 void CameraManager::setAudioLevel(float level) {

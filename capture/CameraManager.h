@@ -30,9 +30,10 @@ class Stabilizer;
 // recorder, moves finished recordings into the folder, triggers photos and watches the free
 // space while recording. Observable state is written on the main thread only; frames are
 // handled on the cameras' own delivery queues.
-// One class in four files: CameraManager.cpp (core, frames, state), CameraStartup.cpp
-// (start-up, watchdog, hot-plug), RecordingControl.cpp (recording, photos) and
-// StorageMonitor.cpp (free space while recording).
+// One class in five files: CameraManager.cpp (core, frames, state), CameraStartup.cpp
+// (start-up, watchdog, hot-plug), CameraRecovery.cpp (one camera lost or restarted while the
+// rest goes on), RecordingControl.cpp (recording, photos) and StorageMonitor.cpp (free space
+// while recording).
 class CameraManager : public QObject {
     Q_OBJECT
     Q_PROPERTY(int status READ statusCode NOTIFY statusChanged)
@@ -53,6 +54,14 @@ class CameraManager : public QObject {
     Q_PROPERTY(QUrl saveURL READ saveURL WRITE setSaveURL NOTIFY saveURLChanged)
     // Milliseconds between live-view refreshes: longer while the encoder needs the CPU.
     Q_PROPERTY(int liveRefreshInterval READ liveRefreshInterval NOTIFY liveRefreshIntervalChanged)
+    // Whether an assigned camera is lost (unplugged, or its stream could not be restarted), and
+    // the banner that says which; empty while both are there.
+    Q_PROPERTY(bool cameraMissing READ cameraMissing NOTIFY cameraMissingChanged)
+    Q_PROPERTY(QString missingCameraText READ missingCameraText NOTIFY cameraMissingChanged)
+    // Whether each camera's picture is live: both while running; during a recording that lost
+    // one camera, the other.
+    Q_PROPERTY(bool wideLive READ wideLive NOTIFY liveCamerasChanged)
+    Q_PROPERTY(bool macroLive READ macroLive NOTIFY liveCamerasChanged)
     // Empty unless this machine cannot record the chosen resolution at the camera rate.
     Q_PROPERTY(QString recordingNotice READ recordingNotice NOTIFY recordingNoticeChanged)
 
@@ -104,6 +113,13 @@ public:
     // Comparison benchmarks: false keeps the live view at full rate and the recording unpaced.
     void setLiveViewYields(bool yields) { m_liveViewYields = yields; }
     QString recordingNotice() const { return m_recordingNotice; }
+    bool cameraMissing() const { return m_recovery[0].missing || m_recovery[1].missing; }
+    QString missingCameraText() const;
+    bool wideLive() const { return cameraLive(0); }
+    bool macroLive() const { return cameraLive(1); }
+    bool cameraLive(int index) const {
+        return (m_running || degradedRecording()) && !m_recovery[index].missing;
+    }
 
     // Start-up, polling, watchdog and hot-plug.
     Q_INVOKABLE void startCapture();
@@ -161,6 +177,8 @@ signals:
     void saveURLChanged();
     void liveRefreshIntervalChanged();
     void recordingNoticeChanged();
+    void cameraMissingChanged();
+    void liveCamerasChanged();
     void savingRecordingChanged();
     void leftoversRecovered(int saved);
 
@@ -179,9 +197,31 @@ private:
     void pollForCameras();
     void tryStartPipelines();
     void configurationFailed(std::uint64_t generation);
-    void streamEnded(std::uint64_t generation, int index, StreamEnd reason);
-    void cameraLost(int index, const QString& message, bool alert);
+    void streamEnded(std::uint64_t generation, int index, std::uint64_t epoch, StreamEnd reason);
     void endRunAsDisconnected();
+
+    // One camera lost or restarted in place, main thread (CameraRecovery.cpp).
+    // A stream that ended or stalled while its device is still there: restarted by itself.
+    void recoverStream(int index, StreamEnd reason);
+    void scheduleCameraRestart(int index);
+    void restartCamera(int index, bool comingBack);
+    void cameraRestarted(std::uint64_t generation, int index, std::uint64_t epoch, bool running,
+                         bool comingBack);
+    void checkRestartedCamera(std::uint64_t generation, int index, std::uint64_t epoch,
+                              bool comingBack);
+    void restartFailed(int index);
+    void cameraBack(int index, bool comingBack);
+    // The camera is gone from the run (unplugged, or no restart helped). During a recording only
+    // its own session stops; otherwise the whole run ends.
+    void cameraGone(int index);
+    // A recording runs on without a camera: the other camera and the microphone go on.
+    bool degradedRecording() const;
+    // The missing cameras of a degraded recording come back in place when they are present.
+    void bringBackMissingCameras();
+    // At the end of a degraded recording: the whole run ends, and the poll loop looks for both.
+    void endDegradedRun();
+    void resetRecovery();
+    void setMissing(int index, bool missing);
     void reportStartFailure();
     void logGaveUpStarting();
     void started(std::uint64_t generation, bool videoRunning, bool audioRunning);
@@ -273,10 +313,18 @@ private:
     // earlier run are ignored, so a late start cannot revive what was stopped.
     std::uint64_t m_runGeneration = 0;
     std::uint64_t m_startingGeneration = 0; // the run of the start in flight
-    // The cameras of the current run (0 Wide, 1 Macro) and which of them are already counted
-    // as lost, so a stream end and the unplug notice of one camera count once.
+    // The cameras of the current run (0 Wide, 1 Macro) and which of them were seen unplugged by
+    // their stream, so the stream end and the unplug notice of one camera count once.
     CaptureDevice m_runCameras[2];
     bool m_lost[2] = {false, false};
+    struct CameraRecovery {
+        std::uint64_t epoch = 0; // each start of the camera's stream; older ends are stale
+        int tries = 0;           // restarts since it last delivered
+        bool restarting = false; // a restart or its check is under way
+        bool missing = false;    // gone from the run until it streams again
+        ScheduledTask task;      // the next try, or the check of the last one
+    };
+    CameraRecovery m_recovery[2];
     // Why the last start of found cameras failed; empty once a start succeeded.
     std::optional<QString> m_startFailure;
     ScheduledTask m_fpsTask;

@@ -23,10 +23,6 @@ QString boolText(bool value) {
     return value ? QStringLiteral("true") : QStringLiteral("false");
 }
 
-QString roleName(int index) {
-    return index == 0 ? QStringLiteral("Wide") : QStringLiteral("Macro");
-}
-
 } // namespace
 
 void CameraManager::startCapture() {
@@ -110,6 +106,10 @@ bool CameraManager::isStale(std::uint64_t generation) {
 void CameraManager::tryStartPipelines() {
     if (m_running || m_starting)
         return;
+    if (degradedRecording()) {
+        bringBackMissingCameras();
+        return;
+    }
     const DeviceDiscovery& discovery = m_backend.discovery();
     const std::optional<CaptureDevice> wide = videoDevice(discovery, m_wideUID);
     const std::optional<CaptureDevice> macro = videoDevice(discovery, m_macroUID);
@@ -133,8 +133,9 @@ void CameraManager::tryStartPipelines() {
         request.started = [this, generation](bool video, bool audio) {
             started(generation, video, audio);
         };
-        request.streamEnded = [this, generation](int index, StreamEnd reason) {
-            streamEnded(generation, index, reason);
+        const std::array<std::uint64_t, 2> epochs{++m_recovery[0].epoch, ++m_recovery[1].epoch};
+        request.streamEnded = [this, generation, epochs](int index, StreamEnd reason) {
+            streamEnded(generation, index, epochs[std::size_t(index)], reason);
         };
         m_runCameras[0] = *wide;
         m_runCameras[1] = *macro;
@@ -189,6 +190,9 @@ void CameraManager::started(std::uint64_t generation, bool videoRunning, bool au
     }
     m_startFailure.reset();
     m_lost[0] = m_lost[1] = false;
+    resetRecovery();
+    setMissing(0, false);
+    setMissing(1, false);
     setRunning(true);
     m_polling = false;
     setConnectedCount(2);
@@ -207,6 +211,8 @@ void CameraManager::scheduleWatchdog() {
 void CameraManager::checkWatchdog(std::uint64_t generation) {
     if (!m_running || m_starting || generation != m_runGeneration)
         return;
+    if (m_recovery[0].restarting || m_recovery[1].restarting)
+        return; // that camera has its own check
     const bool wide = FrameStore::shared().latestBuffer(0).has_value();
     const bool macro = FrameStore::shared().latestBuffer(1).has_value();
     if (wide && macro) {
@@ -236,6 +242,7 @@ void CameraManager::scheduleStopSessions() {
 
 void CameraManager::restartPipelines() {
     ++m_runGeneration;
+    resetRecovery();
     scheduleStopSessions();
     setRunning(false);
     m_starting = false;
@@ -250,9 +257,12 @@ void CameraManager::restartPipelines() {
 }
 
 void CameraManager::stopCapture() {
-    if (!m_running && !m_starting)
+    if (!m_running && !m_starting && !degradedRecording())
         return;
     ++m_runGeneration;
+    resetRecovery();
+    setMissing(0, false);
+    setMissing(1, false);
     scheduleStopSessions();
     setRunning(false);
     m_starting = false;
@@ -280,46 +290,46 @@ void CameraManager::deviceDisconnected(const CaptureDevice& device) {
             m_lost[index] = false; // its stream end was the same loss, already reported
             return;
         }
-    ostrelLog(LogLevel::error, CameraErrorTexts::unplugged(device.localizedName));
-    endRunAsDisconnected();
-}
-
-void CameraManager::streamEnded(std::uint64_t generation, int index, StreamEnd reason) {
-    // Ends of an earlier run, or of a start still in flight (its outcome reports it), are done.
-    if (generation != m_runGeneration || !m_running)
+    const int index = device.uniqueID == m_wideUID ? 0 : 1;
+    ostrelLog(LogLevel::error, CameraErrorTexts::unplugged(
+                                   CameraErrorTexts::namedRole(device.localizedName, index)));
+    if (m_recovery[index].missing) {
+        // Already gone from the run (its stream could not be restarted): now it is unplugged.
+        setStatus(CameraStatus::cameraDisconnected);
         return;
-    const CaptureDevice& camera = m_runCameras[index];
-    switch (reason) {
-    case StreamEnd::unplugged:
-        cameraLost(index, CameraErrorTexts::unplugged(camera.localizedName), false);
-        break;
-    case StreamEnd::stalled:
-        cameraLost(index, CameraErrorTexts::stalled(roleName(index), camera.localizedName), true);
-        break;
-    case StreamEnd::ended:
-        cameraLost(index, CameraErrorTexts::streamEnded(roleName(index), camera.localizedName),
-                   true);
-        break;
     }
+    cameraGone(index);
 }
 
-// The unplug path for a stream that ended by itself: the restart button shows, a recording
-// goes on (paced by Wide, it gets no more frames until the user stops it). An unplug speaks
-// for itself in the status; a camera that is still there but silent gets an alert.
-void CameraManager::cameraLost(int index, const QString& message, bool alert) {
-    ostrelLog(LogLevel::error, message);
-    if (alert)
-        setUserAlert(CameraErrorTexts::alertFor(message).value_or(message));
+void CameraManager::streamEnded(std::uint64_t generation, int index, std::uint64_t epoch,
+                                StreamEnd reason) {
+    // Ends of an earlier run or stream, or of a start still in flight (its outcome reports it).
+    CameraRecovery& camera = m_recovery[std::size_t(index)];
+    if (generation != m_runGeneration || epoch != camera.epoch || m_starting || camera.missing)
+        return;
+    if (!m_running && !m_isRecording)
+        return;
+    const CaptureDevice& device = m_runCameras[index];
+    const bool present = reason != StreamEnd::unplugged &&
+                         videoDevice(m_backend.discovery(), device.uniqueID).has_value();
+    if (present) {
+        recoverStream(index, reason);
+        return;
+    }
+    // Its notice follows; it is the same loss.
     m_lost[index] = true;
-    endRunAsDisconnected();
+    ostrelLog(LogLevel::error, CameraErrorTexts::unplugged(
+                                   CameraErrorTexts::namedRole(device.localizedName, index)));
+    cameraGone(index);
 }
 
-// A camera is gone: the run ends (its late outcomes are ignored) and the restart button shows.
+// The whole run ends as a camera is gone: its late outcomes are ignored and the restart button
+// shows.
 void CameraManager::endRunAsDisconnected() {
     setStatus(CameraStatus::cameraDisconnected);
-    setConnectedCount(std::max(m_connectedCount - 1, 0));
     setRunning(false);
     ++m_runGeneration;
+    resetRecovery();
     FrameStore::shared().clear();
     scheduleStopSessions();
 }
@@ -329,7 +339,9 @@ void CameraManager::deviceConnected(const CaptureDevice& device) {
         return;
     if (device.uniqueID != m_wideUID && device.uniqueID != m_macroUID)
         return;
-    ostrelLog(LogLevel::event, QStringLiteral("Kamera angeschlossen: ") + device.localizedName);
+    ostrelLog(LogLevel::event, QStringLiteral("Kamera angeschlossen: ") +
+                                   CameraErrorTexts::namedRole(
+                                       device.localizedName, device.uniqueID == m_wideUID ? 0 : 1));
     if (!m_running) {
         m_pollCount = 0;
         if (!m_polling) {

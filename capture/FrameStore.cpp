@@ -40,3 +40,13 @@ void FrameStore::clear() {
     frames.swap(m_frames);
     m_counts.clear();
 }
+
+void FrameStore::clear(int index) {
+    std::optional<StoredFrame> frame;
+    std::lock_guard lock(m_lock);
+    if (const auto it = m_frames.find(index); it != m_frames.end()) {
+        frame = std::move(it->second); // released after the lock
+        m_frames.erase(it);
+    }
+    m_counts.erase(index);
+}

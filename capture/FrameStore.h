@@ -27,6 +27,7 @@ public:
     std::optional<PixelBuffer> latestBuffer(int index) const;
     std::map<int, int> takeCounts();
     void clear();
+    void clear(int index);
 
 private:
     mutable std::mutex m_lock;

@@ -168,7 +168,7 @@ void PipelineSetup::configureAndStart(const StartRequest& request) {
 
     // A stream end reaches the manager tagged with this start, so a later start ignores it.
     for (int index : {0, 1}) {
-        CaptureSession& session = index == 0 ? *sessions.wide : *sessions.macro;
+        CaptureSession& session = cameraSession(sessions, index);
         session.setStreamEndHandler(
             [owner = request.owner, handler = request.streamEnded, index](StreamEnd reason) {
                 if (QObject* target = owner.data(); target && handler)
@@ -197,6 +197,35 @@ void PipelineSetup::configureAndStart(const StartRequest& request) {
 void PipelineSetup::stopSessions(CaptureSessions& sessions) {
     for (CaptureSession* session :
          {sessions.wide.get(), sessions.macro.get(), sessions.audio.get()})
-        if (session && session->isRunning())
+        if (session)
             session->stopRunning();
+}
+
+CaptureSession& PipelineSetup::cameraSession(CaptureSessions& sessions, int index) {
+    return index == 0 ? *sessions.wide : *sessions.macro;
+}
+
+void PipelineSetup::stopCamera(CaptureSessions& sessions, int index) {
+    cameraSession(sessions, index).stopRunning();
+}
+
+void PipelineSetup::restartCamera(const CameraRestart& request) {
+    if (request.owner.isNull() || !request.sessions)
+        return;
+    CaptureSession& session = cameraSession(*request.sessions, request.index);
+    session.stopRunning();
+    bool running = false;
+    if (configureVideoSession(session, request.device, request.index)) {
+        if (request.prepareStart)
+            request.prepareStart();
+        session.setStreamEndHandler(
+            [owner = request.owner, handler = request.streamEnded](StreamEnd reason) {
+                if (QObject* target = owner.data(); target && handler)
+                    runOn(target, [handler, reason] { handler(reason); });
+            });
+        session.startRunning();
+        running = session.isRunning();
+    }
+    if (QObject* owner = request.owner.data(); owner && request.done)
+        runOn(owner, [done = request.done, running] { done(running); });
 }

@@ -47,6 +47,20 @@ struct StartRequest {
     std::function<void(int index, StreamEnd reason)> streamEnded;
 };
 
+// One camera's session started again in place while the other camera and the microphone go
+// on (a stream that ended or stalled, a camera plugged back in during a recording).
+struct CameraRestart {
+    QPointer<QObject> owner; // the manager, held weakly; the continuations run on its thread
+    CaptureSessions* sessions = nullptr;
+    int index = 0; // 0 Wide, 1 Macro
+    CaptureDevice device;
+    // Runs on the configuration queue just before the session starts.
+    std::function<void()> prepareStart;
+    std::function<void(bool running)> done;
+    // Runs on the owner's thread when the restarted stream ends by itself.
+    std::function<void(StreamEnd reason)> streamEnded;
+};
+
 // Builds and starts the capture pipelines. Every operation runs on the configuration queue.
 class PipelineSetup {
 public:
@@ -58,7 +72,11 @@ public:
     bool configureVideoSession(CaptureSession& session, const CaptureDevice& device, int index);
     bool configureAudioSession(CaptureSession& session, const CaptureDevice& device);
     void configureAndStart(const StartRequest& request);
+    // Closes the camera's old stream for real (device and buffers freed), then opens it anew.
+    void restartCamera(const CameraRestart& request);
+    // Every session, also one whose stream was lost: its device is still held until stopped.
     static void stopSessions(CaptureSessions& sessions);
+    static void stopCamera(CaptureSessions& sessions, int index);
 
     // Any thread. Why the last configuration or start failed (the first camera's reason).
     std::optional<QString> lastFailure() const;
@@ -68,6 +86,7 @@ public:
 
 private:
     static void removeInputsAndOutputs(CaptureSession& session);
+    static CaptureSession& cameraSession(CaptureSessions& sessions, int index);
     void noteFailure(const QString& reason);
 
     CaptureBackend& m_backend;

@@ -138,6 +138,7 @@ void CameraManager::recordingFinished(std::optional<QString> file, std::optional
     m_stoppingRecording = false;
     stopStorageMonitor();
     stopPressureWatch();
+    endDegradedRun();
     if (error) {
         setStatus(CameraStatus::recordingError);
         ostrelLog(LogLevel::error, QStringLiteral("Aufnahme-Fehler beim Abschluss: ") + *error);

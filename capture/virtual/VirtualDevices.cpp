@@ -12,6 +12,8 @@ const QString VirtualDevices::cameraName = QStringLiteral("OSTREL Kamera");
 const QString VirtualDevices::microphoneName = QStringLiteral("OSTREL Mikrofon");
 
 VirtualDevices::VirtualDevices(QObject* parent) : DeviceDiscovery(parent) {
+    m_faultClock.setInterval(50);
+    connect(&m_faultClock, &QTimer::timeout, this, &VirtualDevices::applyDueFaults);
     State present;
     present.present = true;
     State shaking = present;
@@ -120,6 +122,10 @@ void VirtualDevices::stall(const QString& id) {
     change(id, [](State& s) { s.stalled = true; });
 }
 
+void VirtualDevices::unstall(const QString& id) {
+    change(id, [](State& s) { s.stalled = false; });
+}
+
 void VirtualDevices::endStream(const QString& id) {
     change(id, [](State& s) { s.endRequested = true; });
 }
@@ -157,6 +163,8 @@ bool VirtualDevices::applyFault(const QString& name, const QString& value) {
         replug(value);
     } else if (name == u"stall") {
         stall(value);
+    } else if (name == u"unstall") {
+        unstall(value);
     } else if (name == u"end") {
         endStream(value);
     } else if (name == u"enospc") {
@@ -187,9 +195,10 @@ bool VirtualDevices::applyFault(const QString& name, const QString& value) {
 }
 
 QStringList VirtualDevices::applyFaults(const QString& faults) {
-    static const QStringList delayable{QStringLiteral("silent"), QStringLiteral("unplug"),
-                                       QStringLiteral("replug"), QStringLiteral("stall"),
-                                       QStringLiteral("end"),    QStringLiteral("enospc")};
+    static const QStringList delayable{QStringLiteral("silent"),  QStringLiteral("unplug"),
+                                       QStringLiteral("replug"),  QStringLiteral("stall"),
+                                       QStringLiteral("unstall"), QStringLiteral("end"),
+                                       QStringLiteral("enospc")};
     QStringList rejected;
     for (const QString& rawPart : faults.split(u';', Qt::SkipEmptyParts)) {
         const QString part = rawPart.trimmed();
@@ -213,6 +222,9 @@ QStringList VirtualDevices::applyFaults(const QString& faults) {
         } else if (delay) {
             std::lock_guard guard(m_lock);
             m_delayed.push_back({value, name, value, *delay});
+            // Started on the devices' own thread, where the timer lives.
+            QMetaObject::invokeMethod(
+                this, [this] { m_faultClock.start(); }, Qt::QueuedConnection);
         } else if (!applyFault(name, value)) {
             rejected << part;
         }
@@ -221,20 +233,28 @@ QStringList VirtualDevices::applyFaults(const QString& faults) {
 }
 
 void VirtualDevices::streamTick(const QString& id) {
-    const auto now = std::chrono::steady_clock::now();
-    std::vector<Delayed> due;
     {
         std::lock_guard guard(m_lock);
         if (m_delayed.empty())
             return;
-        auto since = std::find_if(m_streamingSince.begin(), m_streamingSince.end(),
-                                  [&](const auto& entry) { return entry.first == id; });
-        if (since == m_streamingSince.end()) {
-            m_streamingSince.emplace_back(id, now);
-            since = std::prev(m_streamingSince.end());
-        }
+        const bool known = std::any_of(m_streamingSince.begin(), m_streamingSince.end(),
+                                       [&](const auto& entry) { return entry.first == id; });
+        if (!known)
+            m_streamingSince.emplace_back(id, std::chrono::steady_clock::now());
+    }
+    applyDueFaults();
+}
+
+void VirtualDevices::applyDueFaults() {
+    const auto now = std::chrono::steady_clock::now();
+    std::vector<Delayed> due;
+    {
+        std::lock_guard guard(m_lock);
         for (auto it = m_delayed.begin(); it != m_delayed.end();) {
-            if (it->id == id && now - since->second >= it->delay) {
+            const auto since =
+                std::find_if(m_streamingSince.begin(), m_streamingSince.end(),
+                             [&](const auto& entry) { return entry.first == it->id; });
+            if (since != m_streamingSince.end() && now - since->second >= it->delay) {
                 due.push_back(*it);
                 it = m_delayed.erase(it);
             } else {

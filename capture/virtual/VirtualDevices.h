@@ -5,6 +5,7 @@
 
 #include <QSize>
 #include <QString>
+#include <QTimer>
 
 #include <chrono>
 #include <mutex>
@@ -44,17 +45,19 @@ public:
     void setRefusesPreset(bool refuse);                    // every session keeps its preset
     // Faults of a running camera.
     void stall(const QString& id);     // stops sending pictures; the stream then counts as hung
+    void unstall(const QString& id);   // sends pictures again (to a stream started anew)
     void endStream(const QString& id); // the running stream ends once, the device stays
     void setNoBandwidth(const QString& id, bool none); // its stream cannot start (USB bandwidth)
 
     // Applies a fault list such as "silent=ostrel-virtual-camera-2;size=...-1:640x480;
     // unplug=...;refusePreset" (manual runs read it from OSTREL_VIRTUAL_FAULTS). A camera fault
     // may end in a delay, "unplug=ostrel-virtual-camera-2@5s" or "stall=...@1500ms": it then
-    // happens that long after the camera first started streaming. Returns the parts it did not
-    // understand.
+    // happens that long after the camera first started streaming, whether it still streams or
+    // not (a "replug" after an "unplug"). Returns the parts it did not understand.
     QStringList applyFaults(const QString& faults);
 
-    // Called by a streaming input at every step: applies its delayed faults that are due.
+    // Called by a streaming input at every step: notes when the device first streamed and
+    // applies every delayed fault that is due.
     void streamTick(const QString& id);
 
     struct State {
@@ -92,7 +95,9 @@ private:
         QString value;
         std::chrono::milliseconds delay;
     };
+    void applyDueFaults();
     std::vector<Delayed> m_delayed;
+    QTimer m_faultClock; // due faults of devices no longer streaming
     std::vector<std::pair<QString, std::chrono::steady_clock::time_point>> m_streamingSince;
 
     mutable std::mutex m_lock;

@@ -2,6 +2,21 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="en" sourcelanguage="de">
 <context>
+    <name>AboutContent</name>
+    <message>
+        <source>Dein Blick. Deine Perspektive.</source>
+        <translation>Your view. Your perspective.</translation>
+    </message>
+    <message>
+        <source>Version </source>
+        <translation>Version </translation>
+    </message>
+    <message>
+        <source>Native Linux-App für die OSTREL USB-Doppel-Kameras (Wide + Macro).</source>
+        <translation>Native Linux app for the OSTREL USB twin cameras (Wide + Macro).</translation>
+    </message>
+</context>
+<context>
     <name>AppearanceMode</name>
     <message>
         <source>Automatisch</source>
@@ -17,66 +32,45 @@
     </message>
 </context>
 <context>
-    <name>Main</name>
+    <name>AudioSettings</name>
     <message>
-        <source>Über OSTREL</source>
-        <translation>About OSTREL</translation>
+        <source>Mikrofon</source>
+        <translation>Microphone</translation>
     </message>
     <message>
-        <source>Einstellungen…</source>
-        <translation>Settings…</translation>
+        <source>Kein Ton</source>
+        <translation>No sound</translation>
     </message>
     <message>
-        <source>OSTREL beenden</source>
-        <translation>Quit OSTREL</translation>
+        <source>Ohne Ton wird nur Bild aufgenommen. Ein angeschlossenes USB-Mikrofon erscheint hier zur Auswahl.</source>
+        <translation>Without sound, only the picture is recorded. A connected USB microphone appears here to choose.</translation>
+    </message>
+</context>
+<context>
+    <name>BottomBar</name>
+    <message>
+        <source>Aufnahme wird gespeichert …</source>
+        <translation>Saving recording …</translation>
     </message>
     <message>
-        <source>Datei</source>
-        <translation>File</translation>
+        <source>Bildstabilisierung (S)</source>
+        <translation>Image stabilisation (S)</translation>
     </message>
     <message>
-        <source>Aufnahmeordner öffnen</source>
-        <translation>Open Recording Folder</translation>
+        <source>Bildstabilisierung</source>
+        <translation>Image stabilisation</translation>
     </message>
     <message>
-        <source>Aufnahme</source>
-        <translation>Recording</translation>
+        <source>Ein</source>
+        <translation>On</translation>
     </message>
     <message>
-        <source>Aufnahme starten / stoppen</source>
-        <translation>Start / Stop Recording</translation>
+        <source>Aus</source>
+        <translation>Off</translation>
     </message>
     <message>
-        <source>Foto aufnehmen</source>
-        <translation>Take Photo</translation>
-    </message>
-    <message>
-        <source>Makro vergrößern</source>
-        <translation>Larger Macro</translation>
-    </message>
-    <message>
-        <source>Makro verkleinern</source>
-        <translation>Smaller Macro</translation>
-    </message>
-    <message>
-        <source>Hilfe</source>
-        <translation>Help</translation>
-    </message>
-    <message>
-        <source>Support kontaktieren (E-Mail)</source>
-        <translation>Contact Support (E-Mail)</translation>
-    </message>
-    <message>
-        <source>OSTREL im Web öffnen</source>
-        <translation>Open OSTREL on the Web</translation>
-    </message>
-    <message>
-        <source>Diagnose</source>
-        <translation>Diagnostics</translation>
-    </message>
-    <message>
-        <source>Dein Blick. Deine Perspektive.</source>
-        <translation>Your view. Your perspective.</translation>
+        <source>MACRO-GRÖSSE %1 %</source>
+        <translation>MACRO SIZE %1 %</translation>
     </message>
 </context>
 <context>
@@ -107,7 +101,117 @@
     </message>
     <message>
         <source>Bildstrom der %1-Kamera (%2) abgebrochen — neu starten (↻); bei Wiederholung USB-Verbindung/Hub prüfen</source>
-        <translation>The %1 camera's (%2) stream broke off — restart (↻); if it happens again, check the USB connection/hub</translation>
+        <translation>The %1 camera&apos;s (%2) stream broke off — restart (↻); if it happens again, check the USB connection/hub</translation>
+    </message>
+</context>
+<context>
+    <name>CameraManager</name>
+    <message>
+        <source>Dieser Rechner schafft %1 × %2 voraussichtlich nicht mit 30 Bildern pro Sekunde. Die Aufnahme läuft dann gleichmäßig mit weniger Bildern pro Sekunde; für 30 Bilder pro Sekunde 1920 × 1080 wählen.</source>
+        <translation>This computer will probably not manage %1 × %2 at 30 frames per second. The recording then runs evenly at fewer frames per second; choose 1920 × 1080 for 30 frames per second.</translation>
+    </message>
+    <message>
+        <source>Dieser Rechner schafft %1 × %2 nicht mit 30 Bildern pro Sekunde. Die Aufnahme läuft gleichmäßig mit %3 Bildern pro Sekunde.</source>
+        <translation>This computer cannot manage %1 × %2 at 30 frames per second. The recording runs evenly at %3 frames per second.</translation>
+    </message>
+    <message>
+        <source>Für 30 Bilder pro Sekunde 1920 × 1080 wählen.</source>
+        <translation>Choose 1920 × 1080 for 30 frames per second.</translation>
+    </message>
+    <message>
+        <source>Aufnahme fehlgeschlagen — Laufwerk getrennt oder Schreibfehler. Die Datei ist voraussichtlich unbrauchbar.</source>
+        <translation>Recording failed — drive disconnected or write error. The file is probably unusable.</translation>
+    </message>
+    <message>
+        <source>Aufnahme konnte nicht in den Aufnahmeordner verschoben werden (Laufwerk voll oder getrennt?). Die Datei liegt weiterhin im temporären Ordner.</source>
+        <translation>The recording could not be moved into the recording folder (drive full or disconnected?). The file is still in the temporary folder.</translation>
+    </message>
+    <message>
+        <source>Aufnahme automatisch beendet: Der Speicherplatz am Ziel ist fast voll. Die Aufnahme wurde gespeichert.</source>
+        <translation>Recording stopped automatically: the destination is almost full. The recording has been saved.</translation>
+    </message>
+    <message>
+        <source>Speicher fast voll · ≈ %1 Min</source>
+        <translation>Storage almost full · ≈ %1 min</translation>
+    </message>
+    <message>
+        <source>Aufnahme nicht gestartet: In den Aufnahmeordner kann nicht geschrieben werden (Laufwerk voll, schreibgeschützt oder getrennt?). Bitte den Ordner prüfen oder einen anderen wählen.</source>
+        <translation>Recording not started: the recording folder cannot be written to (drive full, write-protected or disconnected?). Please check the folder or choose another one.</translation>
+    </message>
+    <message>
+        <source>Beide Kameras fehlen — die Aufnahme läuft nur mit Ton weiter. USB-Verbindung/Hub prüfen.</source>
+        <translation>Both cameras are missing — the recording goes on with sound only. Check the USB connection/hub.</translation>
+    </message>
+    <message>
+        <source>Beide Kameras fehlen — USB-Verbindung/Hub prüfen.</source>
+        <translation>Both cameras are missing — check the USB connection/hub.</translation>
+    </message>
+    <message>
+        <source>Wide-Kamera fehlt — die Aufnahme läuft ohne Bild weiter, mit Ton. USB-Verbindung/Hub prüfen.</source>
+        <translation>Wide camera missing — the recording goes on without picture, with sound. Check the USB connection/hub.</translation>
+    </message>
+    <message>
+        <source>Wide-Kamera fehlt — USB-Verbindung/Hub prüfen.</source>
+        <translation>Wide camera missing — check the USB connection/hub.</translation>
+    </message>
+    <message>
+        <source>Makro-Kamera fehlt — die Aufnahme läuft ohne Makrobild weiter. USB-Verbindung/Hub prüfen.</source>
+        <translation>Macro camera missing — the recording goes on without the Macro picture. Check the USB connection/hub.</translation>
+    </message>
+    <message>
+        <source>Makro-Kamera fehlt — USB-Verbindung/Hub prüfen.</source>
+        <translation>Macro camera missing — check the USB connection/hub.</translation>
+    </message>
+</context>
+<context>
+    <name>CameraSettings</name>
+    <message>
+        <source>Zuordnung</source>
+        <translation>Assignment</translation>
+    </message>
+    <message>
+        <source>Wide (Übersicht)</source>
+        <translation>Wide (overview)</translation>
+    </message>
+    <message>
+        <source>Macro (Nahaufnahme)</source>
+        <translation>Macro (close-up)</translation>
+    </message>
+    <message>
+        <source>Wide ↔ Macro tauschen</source>
+        <translation>Swap Wide ↔ Macro</translation>
+    </message>
+    <message>
+        <source>Wide und Macro sind dieselbe Kamera.</source>
+        <translation>Wide and Macro are the same camera.</translation>
+    </message>
+    <message>
+        <source>Bild</source>
+        <translation>Picture</translation>
+    </message>
+    <message>
+        <source>Bildstabilisierung (Makro)</source>
+        <translation>Image stabilisation (Macro)</translation>
+    </message>
+    <message>
+        <source>Reduziert das Zittern der Makro-Kamera (leichter Bildausschnitt).</source>
+        <translation>Reduces the shake of the Macro camera (slightly cropped picture).</translation>
+    </message>
+    <message>
+        <source>Startet die Ersteinrichtung (Ordner, Kameras, Mikrofon) erneut.</source>
+        <translation>Starts the first-run setup (folder, cameras, microphone) again.</translation>
+    </message>
+    <message>
+        <source>Einrichtung erneut durchführen</source>
+        <translation>Run setup again</translation>
+    </message>
+    <message>
+        <source>Diagnose-Anzeigen und Feinjustierung der Bildstabilisierung.</source>
+        <translation>Diagnostic displays and fine-tuning of the image stabilisation.</translation>
+    </message>
+    <message>
+        <source>Entwickler-Optionen</source>
+        <translation>Developer options</translation>
     </message>
 </context>
 <context>
@@ -154,22 +258,115 @@
     </message>
 </context>
 <context>
-    <name>StorageBudget</name>
+    <name>CommandLine</name>
     <message>
-        <source>%1 · %2 frei</source>
-        <translation>%1 · %2 free</translation>
+        <source>Aufruf: ostrel [OPTION]</source>
+        <translation>Usage: ostrel [OPTION]</translation>
     </message>
     <message>
-        <source>≈ %1 Std</source>
-        <translation>≈ %1 h</translation>
+        <source>Live-Bild und Aufnahme der OSTREL-Lupen-Kameras (Wide + Macro).</source>
+        <translation>Live view and recording for the OSTREL loupe cameras (Wide + Macro).</translation>
     </message>
     <message>
-        <source>≈ %1 Std %2 Min</source>
-        <translation>≈ %1 h %2 min</translation>
+        <source>Ohne Option öffnet sich das Programmfenster.</source>
+        <translation>Without an option the program window opens.</translation>
     </message>
     <message>
-        <source>≈ %1 Min</source>
-        <translation>≈ %1 min</translation>
+        <source>Optionen:</source>
+        <translation>Options:</translation>
+    </message>
+    <message>
+        <source>diese Hilfe zeigen und beenden</source>
+        <translation>show this help and exit</translation>
+    </message>
+    <message>
+        <source>die Version zeigen und beenden</source>
+        <translation>show the version and exit</translation>
+    </message>
+    <message>
+        <source>Umgebungsvariablen:</source>
+        <translation>Environment variables:</translation>
+    </message>
+    <message>
+        <source>statt echter Kameras ein virtuelles Kamerapaar und ein virtuelles Mikrofon verwenden (zum Ausprobieren ohne Kameras)</source>
+        <translation>use a virtual camera pair and a virtual microphone instead of real cameras (to try the program without cameras)</translation>
+    </message>
+    <message>
+        <source>Fehler der virtuellen Geräte vorgeben, z. B. „silent=ostrel-virtual-camera-2“ (Macro-Kamera ohne Bild)</source>
+        <translation>make the virtual devices fail, e.g. &quot;silent=ostrel-virtual-camera-2&quot; (Macro camera without picture)</translation>
+    </message>
+    <message>
+        <source>Sprache: Deutsch bei deutscher Systemsprache, sonst Englisch</source>
+        <translation>language: German when the system language is German, else English</translation>
+    </message>
+    <message>
+        <source>Anzeigesystem, z. B. „wayland“ oder „xcb“</source>
+        <translation>display system, e.g. &quot;wayland&quot; or &quot;xcb&quot;</translation>
+    </message>
+    <message>
+        <source>Einstellungen: %1</source>
+        <translation>Settings: %1</translation>
+    </message>
+    <message>
+        <source>Diagnoseprotokoll: %1</source>
+        <translation>Diagnostic log: %1</translation>
+    </message>
+</context>
+<context>
+    <name>ContentView</name>
+    <message>
+        <source>Aufnahmeordner nicht gefunden</source>
+        <translation>Recording folder not found</translation>
+    </message>
+    <message>
+        <source>Der gewählte Aufnahmeordner ist nicht erreichbar — vermutlich wurde eine externe Festplatte entfernt. Bitte einen neuen Ordner wählen, sonst können Aufnahmen nicht gespeichert werden.</source>
+        <translation>The chosen recording folder cannot be reached — an external drive was probably removed. Please choose a new folder, otherwise recordings cannot be saved.</translation>
+    </message>
+    <message>
+        <source>Ordner wählen…</source>
+        <translation>Choose folder…</translation>
+    </message>
+    <message>
+        <source>Abbrechen</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>Hinweis</source>
+        <translation>Notice</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+</context>
+<context>
+    <name>DeveloperControls</name>
+    <message>
+        <source>Kamera-FPS anzeigen</source>
+        <translation>Show camera FPS</translation>
+    </message>
+    <message>
+        <source>Stabilisierungs-Regler einblenden</source>
+        <translation>Show stabilisation sliders</translation>
+    </message>
+    <message>
+        <source>Stabilisierungs-Rahmen zeigen</source>
+        <translation>Show stabilisation frame</translation>
+    </message>
+    <message>
+        <source>Stabilisierungs-Diagnose loggen</source>
+        <translation>Log stabilisation diagnostics</translation>
+    </message>
+</context>
+<context>
+    <name>DiagnosticsActions</name>
+    <message>
+        <source>Kein gültiger Speicherort.</source>
+        <translation>Not a valid location.</translation>
+    </message>
+    <message>
+        <source>Das Protokoll konnte nicht gespeichert werden: %1</source>
+        <translation>The log could not be saved: %1</translation>
     </message>
 </context>
 <context>
@@ -259,171 +456,6 @@
     </message>
 </context>
 <context>
-    <name>DiagnosticsActions</name>
-    <message>
-        <source>Kein gültiger Speicherort.</source>
-        <translation>Not a valid location.</translation>
-    </message>
-    <message>
-        <source>Das Protokoll konnte nicht gespeichert werden: %1</source>
-        <translation>The log could not be saved: %1</translation>
-    </message>
-</context>
-<context>
-    <name>HotkeyList</name>
-    <message>
-        <source>Strg</source>
-        <translation>Ctrl</translation>
-    </message>
-    <message>
-        <source>Foto aufnehmen</source>
-        <translation>Take photo</translation>
-    </message>
-    <message>
-        <source>Leertaste</source>
-        <translation>Space</translation>
-    </message>
-    <message>
-        <source>Aufnahme starten / stoppen</source>
-        <translation>Start / stop recording</translation>
-    </message>
-    <message>
-        <source>Wide- und Macro-Kamera tauschen</source>
-        <translation>Swap Wide and Macro camera</translation>
-    </message>
-    <message>
-        <source>Mikrofon stummschalten</source>
-        <translation>Mute microphone</translation>
-    </message>
-    <message>
-        <source>Makro-Größe 10–70 %</source>
-        <translation>Macro size 10–70 %</translation>
-    </message>
-    <message>
-        <source>Makro-Größe feiner anpassen</source>
-        <translation>Fine-tune macro size</translation>
-    </message>
-    <message>
-        <source>Einstellungen öffnen</source>
-        <translation>Open settings</translation>
-    </message>
-    <message>
-        <source>Aufnahmeordner im Dateimanager öffnen</source>
-        <translation>Open recording folder in the file manager</translation>
-    </message>
-</context>
-<context>
-    <name>PlaceholderFeed</name>
-    <message>
-        <source>MACRO (kein Signal)</source>
-        <translation>MACRO (no signal)</translation>
-    </message>
-    <message>
-        <source>WIDE (kein Signal)</source>
-        <translation>WIDE (no signal)</translation>
-    </message>
-</context>
-<context>
-    <name>AboutContent</name>
-    <message>
-        <source>Dein Blick. Deine Perspektive.</source>
-        <translation>Your view. Your perspective.</translation>
-    </message>
-    <message>
-        <source>Version </source>
-        <translation>Version </translation>
-    </message>
-    <message>
-        <source>Native Linux-App für die OSTREL USB-Doppel-Kameras (Wide + Macro).</source>
-        <translation>Native Linux app for the OSTREL USB twin cameras (Wide + Macro).</translation>
-    </message>
-</context>
-<context>
-    <name>AudioSettings</name>
-    <message>
-        <source>Mikrofon</source>
-        <translation>Microphone</translation>
-    </message>
-    <message>
-        <source>Kein Ton</source>
-        <translation>No sound</translation>
-    </message>
-    <message>
-        <source>Ohne Ton wird nur Bild aufgenommen. Ein angeschlossenes USB-Mikrofon erscheint hier zur Auswahl.</source>
-        <translation>Without sound, only the picture is recorded. A connected USB microphone appears here to choose.</translation>
-    </message>
-</context>
-<context>
-    <name>CameraSettings</name>
-    <message>
-        <source>Zuordnung</source>
-        <translation>Assignment</translation>
-    </message>
-    <message>
-        <source>Wide (Übersicht)</source>
-        <translation>Wide (overview)</translation>
-    </message>
-    <message>
-        <source>Macro (Nahaufnahme)</source>
-        <translation>Macro (close-up)</translation>
-    </message>
-    <message>
-        <source>Wide ↔ Macro tauschen</source>
-        <translation>Swap Wide ↔ Macro</translation>
-    </message>
-    <message>
-        <source>Wide und Macro sind dieselbe Kamera.</source>
-        <translation>Wide and Macro are the same camera.</translation>
-    </message>
-    <message>
-        <source>Bild</source>
-        <translation>Picture</translation>
-    </message>
-    <message>
-        <source>Bildstabilisierung (Makro)</source>
-        <translation>Image stabilisation (Macro)</translation>
-    </message>
-    <message>
-        <source>Reduziert das Zittern der Makro-Kamera (leichter Bildausschnitt).</source>
-        <translation>Reduces the shake of the Macro camera (slightly cropped picture).</translation>
-    </message>
-    <message>
-        <source>Startet die Ersteinrichtung (Ordner, Kameras, Mikrofon) erneut.</source>
-        <translation>Starts the first-run setup (folder, cameras, microphone) again.</translation>
-    </message>
-    <message>
-        <source>Einrichtung erneut durchführen</source>
-        <translation>Run setup again</translation>
-    </message>
-    <message>
-        <source>Diagnose-Anzeigen und Feinjustierung der Bildstabilisierung.</source>
-        <translation>Diagnostic displays and fine-tuning of the image stabilisation.</translation>
-    </message>
-    <message>
-        <source>Entwickler-Optionen</source>
-        <translation>Developer options</translation>
-    </message>
-</context>
-<context>
-    <name>DeveloperControls</name>
-    <message>
-        <source>Kamera-FPS anzeigen</source>
-        <translation>Show camera FPS</translation>
-    </message>
-    <message>
-        <source>Stabilisierungs-Regler einblenden</source>
-        <translation>Show stabilisation sliders</translation>
-    </message>
-    <message>
-        <source>Stabilisierungs-Rahmen zeigen</source>
-        <translation>Show stabilisation frame</translation>
-    </message>
-    <message>
-        <source>Stabilisierungs-Diagnose loggen</source>
-        <translation>Log stabilisation diagnostics</translation>
-    </message>
-</context>
-<context>
     <name>GeneralSettings</name>
     <message>
         <source>Darstellung</source>
@@ -471,6 +503,115 @@
     <message>
         <source>Diagnose / Fehlerprotokoll öffnen…</source>
         <translation>Open diagnostics / error log…</translation>
+    </message>
+</context>
+<context>
+    <name>HotkeyList</name>
+    <message>
+        <source>Strg</source>
+        <translation>Ctrl</translation>
+    </message>
+    <message>
+        <source>Foto aufnehmen</source>
+        <translation>Take photo</translation>
+    </message>
+    <message>
+        <source>Leertaste</source>
+        <translation>Space</translation>
+    </message>
+    <message>
+        <source>Aufnahme starten / stoppen</source>
+        <translation>Start / stop recording</translation>
+    </message>
+    <message>
+        <source>Wide- und Macro-Kamera tauschen</source>
+        <translation>Swap Wide and Macro camera</translation>
+    </message>
+    <message>
+        <source>Mikrofon stummschalten</source>
+        <translation>Mute microphone</translation>
+    </message>
+    <message>
+        <source>Makro-Größe 10–70 %</source>
+        <translation>Macro size 10–70 %</translation>
+    </message>
+    <message>
+        <source>Makro-Größe feiner anpassen</source>
+        <translation>Fine-tune macro size</translation>
+    </message>
+    <message>
+        <source>Einstellungen öffnen</source>
+        <translation>Open settings</translation>
+    </message>
+    <message>
+        <source>Aufnahmeordner im Dateimanager öffnen</source>
+        <translation>Open recording folder in the file manager</translation>
+    </message>
+</context>
+<context>
+    <name>Main</name>
+    <message>
+        <source>Über OSTREL</source>
+        <translation>About OSTREL</translation>
+    </message>
+    <message>
+        <source>Einstellungen…</source>
+        <translation>Settings…</translation>
+    </message>
+    <message>
+        <source>OSTREL beenden</source>
+        <translation>Quit OSTREL</translation>
+    </message>
+    <message>
+        <source>Datei</source>
+        <translation>File</translation>
+    </message>
+    <message>
+        <source>Aufnahmeordner öffnen</source>
+        <translation>Open Recording Folder</translation>
+    </message>
+    <message>
+        <source>Aufnahme</source>
+        <translation>Recording</translation>
+    </message>
+    <message>
+        <source>Aufnahme starten / stoppen</source>
+        <translation>Start / Stop Recording</translation>
+    </message>
+    <message>
+        <source>Foto aufnehmen</source>
+        <translation>Take Photo</translation>
+    </message>
+    <message>
+        <source>Makro vergrößern</source>
+        <translation>Larger Macro</translation>
+    </message>
+    <message>
+        <source>Makro verkleinern</source>
+        <translation>Smaller Macro</translation>
+    </message>
+    <message>
+        <source>Hilfe</source>
+        <translation>Help</translation>
+    </message>
+    <message>
+        <source>Support kontaktieren (E-Mail)</source>
+        <translation>Contact Support (E-Mail)</translation>
+    </message>
+    <message>
+        <source>OSTREL im Web öffnen</source>
+        <translation>Open OSTREL on the Web</translation>
+    </message>
+    <message>
+        <source>Diagnose</source>
+        <translation>Diagnostics</translation>
+    </message>
+</context>
+<context>
+    <name>MainViewState</name>
+    <message>
+        <source>Korrektur  x %1%  y %2%</source>
+        <translation>Correction  x %1%  y %2%</translation>
     </message>
 </context>
 <context>
@@ -659,6 +800,28 @@
     </message>
 </context>
 <context>
+    <name>PlaceholderFeed</name>
+    <message>
+        <source>MACRO (kein Signal)</source>
+        <translation>MACRO (no signal)</translation>
+    </message>
+    <message>
+        <source>WIDE (kein Signal)</source>
+        <translation>WIDE (no signal)</translation>
+    </message>
+</context>
+<context>
+    <name>RecordButton</name>
+    <message>
+        <source>Aufnahme beenden</source>
+        <translation>Stop recording</translation>
+    </message>
+    <message>
+        <source>Aufnahme starten</source>
+        <translation>Start recording</translation>
+    </message>
+</context>
+<context>
     <name>RecordingFolderDialog</name>
     <message>
         <source>Wähle den Ordner, in dem OSTREL Aufnahmen und Fotos speichert.</source>
@@ -750,6 +913,24 @@
     </message>
 </context>
 <context>
+    <name>SnapshotButton</name>
+    <message>
+        <source>Foto</source>
+        <translation>Photo</translation>
+    </message>
+</context>
+<context>
+    <name>StabilizerOverlay</name>
+    <message>
+        <source>STABILISIERUNG</source>
+        <translation>STABILISATION</translation>
+    </message>
+    <message>
+        <source>Auf Standard zurücksetzen</source>
+        <translation>Reset to defaults</translation>
+    </message>
+</context>
+<context>
     <name>StabilizerTuningControls</name>
     <message>
         <source>Stabilisierung auf Standard zurücksetzen</source>
@@ -757,65 +938,22 @@
     </message>
 </context>
 <context>
-    <name>CameraManager</name>
+    <name>StorageBudget</name>
     <message>
-        <source>Dieser Rechner schafft %1 × %2 voraussichtlich nicht mit 30 Bildern pro Sekunde. Die Aufnahme läuft dann gleichmäßig mit weniger Bildern pro Sekunde; für 30 Bilder pro Sekunde 1920 × 1080 wählen.</source>
-        <translation>This computer will probably not manage %1 × %2 at 30 frames per second. The recording then runs evenly at fewer frames per second; choose 1920 × 1080 for 30 frames per second.</translation>
+        <source>%1 · %2 frei</source>
+        <translation>%1 · %2 free</translation>
     </message>
     <message>
-        <source>Dieser Rechner schafft %1 × %2 nicht mit 30 Bildern pro Sekunde. Die Aufnahme läuft gleichmäßig mit %3 Bildern pro Sekunde.</source>
-        <translation>This computer cannot manage %1 × %2 at 30 frames per second. The recording runs evenly at %3 frames per second.</translation>
+        <source>≈ %1 Std</source>
+        <translation>≈ %1 h</translation>
     </message>
     <message>
-        <source>Für 30 Bilder pro Sekunde 1920 × 1080 wählen.</source>
-        <translation>Choose 1920 × 1080 for 30 frames per second.</translation>
+        <source>≈ %1 Std %2 Min</source>
+        <translation>≈ %1 h %2 min</translation>
     </message>
     <message>
-        <source>Aufnahme fehlgeschlagen — Laufwerk getrennt oder Schreibfehler. Die Datei ist voraussichtlich unbrauchbar.</source>
-        <translation>Recording failed — drive disconnected or write error. The file is probably unusable.</translation>
-    </message>
-    <message>
-        <source>Aufnahme konnte nicht in den Aufnahmeordner verschoben werden (Laufwerk voll oder getrennt?). Die Datei liegt weiterhin im temporären Ordner.</source>
-        <translation>The recording could not be moved into the recording folder (drive full or disconnected?). The file is still in the temporary folder.</translation>
-    </message>
-    <message>
-        <source>Aufnahme automatisch beendet: Der Speicherplatz am Ziel ist fast voll. Die Aufnahme wurde gespeichert.</source>
-        <translation>Recording stopped automatically: the destination is almost full. The recording has been saved.</translation>
-    </message>
-    <message>
-        <source>Speicher fast voll · ≈ %1 Min</source>
-        <translation>Storage almost full · ≈ %1 min</translation>
-    </message>
-    <message>
-        <source>Aufnahme nicht gestartet: In den Aufnahmeordner kann nicht geschrieben werden (Laufwerk voll, schreibgeschützt oder getrennt?). Bitte den Ordner prüfen oder einen anderen wählen.</source>
-        <translation>Recording not started: the recording folder cannot be written to (drive full, write-protected or disconnected?). Please check the folder or choose another one.</translation>
-    </message>
-</context>
-<context>
-    <name>ContentView</name>
-    <message>
-        <source>Aufnahmeordner nicht gefunden</source>
-        <translation>Recording folder not found</translation>
-    </message>
-    <message>
-        <source>Der gewählte Aufnahmeordner ist nicht erreichbar — vermutlich wurde eine externe Festplatte entfernt. Bitte einen neuen Ordner wählen, sonst können Aufnahmen nicht gespeichert werden.</source>
-        <translation>The chosen recording folder cannot be reached — an external drive was probably removed. Please choose a new folder, otherwise recordings cannot be saved.</translation>
-    </message>
-    <message>
-        <source>Ordner wählen…</source>
-        <translation>Choose folder…</translation>
-    </message>
-    <message>
-        <source>Abbrechen</source>
-        <translation>Cancel</translation>
-    </message>
-    <message>
-        <source>Hinweis</source>
-        <translation>Notice</translation>
-    </message>
-    <message>
-        <source>OK</source>
-        <translation>OK</translation>
+        <source>≈ %1 Min</source>
+        <translation>≈ %1 min</translation>
     </message>
 </context>
 <context>
@@ -831,124 +969,6 @@
     <message>
         <source>Einstellungen</source>
         <translation>Settings</translation>
-    </message>
-</context>
-<context>
-    <name>BottomBar</name>
-    <message>
-        <source>Aufnahme wird gespeichert …</source>
-        <translation>Saving recording …</translation>
-    </message>
-    <message>
-        <source>Bildstabilisierung (S)</source>
-        <translation>Image stabilisation (S)</translation>
-    </message>
-    <message>
-        <source>Bildstabilisierung</source>
-        <translation>Image stabilisation</translation>
-    </message>
-    <message>
-        <source>Ein</source>
-        <translation>On</translation>
-    </message>
-    <message>
-        <source>Aus</source>
-        <translation>Off</translation>
-    </message>
-    <message>
-        <source>MACRO-GRÖSSE %1 %</source>
-        <translation>MACRO SIZE %1 %</translation>
-    </message>
-</context>
-<context>
-    <name>SnapshotButton</name>
-    <message>
-        <source>Foto</source>
-        <translation>Photo</translation>
-    </message>
-</context>
-<context>
-    <name>RecordButton</name>
-    <message>
-        <source>Aufnahme beenden</source>
-        <translation>Stop recording</translation>
-    </message>
-    <message>
-        <source>Aufnahme starten</source>
-        <translation>Start recording</translation>
-    </message>
-</context>
-<context>
-    <name>StabilizerOverlay</name>
-    <message>
-        <source>STABILISIERUNG</source>
-        <translation>STABILISATION</translation>
-    </message>
-    <message>
-        <source>Auf Standard zurücksetzen</source>
-        <translation>Reset to defaults</translation>
-    </message>
-</context>
-<context>
-    <name>MainViewState</name>
-    <message>
-        <source>Korrektur  x %1%  y %2%</source>
-        <translation>Correction  x %1%  y %2%</translation>
-    </message>
-</context>
-<context>
-    <name>CommandLine</name>
-    <message>
-        <source>Aufruf: ostrel [OPTION]</source>
-        <translation>Usage: ostrel [OPTION]</translation>
-    </message>
-    <message>
-        <source>Live-Bild und Aufnahme der OSTREL-Lupen-Kameras (Wide + Macro).</source>
-        <translation>Live view and recording for the OSTREL loupe cameras (Wide + Macro).</translation>
-    </message>
-    <message>
-        <source>Ohne Option öffnet sich das Programmfenster.</source>
-        <translation>Without an option the program window opens.</translation>
-    </message>
-    <message>
-        <source>Optionen:</source>
-        <translation>Options:</translation>
-    </message>
-    <message>
-        <source>diese Hilfe zeigen und beenden</source>
-        <translation>show this help and exit</translation>
-    </message>
-    <message>
-        <source>die Version zeigen und beenden</source>
-        <translation>show the version and exit</translation>
-    </message>
-    <message>
-        <source>Umgebungsvariablen:</source>
-        <translation>Environment variables:</translation>
-    </message>
-    <message>
-        <source>statt echter Kameras ein virtuelles Kamerapaar und ein virtuelles Mikrofon verwenden (zum Ausprobieren ohne Kameras)</source>
-        <translation>use a virtual camera pair and a virtual microphone instead of real cameras (to try the program without cameras)</translation>
-    </message>
-    <message>
-        <source>Fehler der virtuellen Geräte vorgeben, z. B. „silent=ostrel-virtual-camera-2“ (Macro-Kamera ohne Bild)</source>
-        <translation>make the virtual devices fail, e.g. &quot;silent=ostrel-virtual-camera-2&quot; (Macro camera without picture)</translation>
-    </message>
-    <message>
-        <source>Sprache: Deutsch bei deutscher Systemsprache, sonst Englisch</source>
-        <translation>language: German when the system language is German, else English</translation>
-    </message>
-    <message>
-        <source>Anzeigesystem, z. B. „wayland“ oder „xcb“</source>
-        <translation>display system, e.g. &quot;wayland&quot; or &quot;xcb&quot;</translation>
-    </message>
-    <message>
-        <source>Einstellungen: %1</source>
-        <translation>Settings: %1</translation>
-    </message>
-    <message>
-        <source>Diagnoseprotokoll: %1</source>
-        <translation>Diagnostic log: %1</translation>
     </message>
 </context>
 </TS>

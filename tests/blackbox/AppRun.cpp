@@ -41,6 +41,24 @@ double texturedShare(const QImage& image, QRect area) {
     return total ? double(textured) / total : 0.0;
 }
 
+namespace {
+
+// Share of sampled pixels in `area` that are pale grey, as an alert's panel is.
+double paleShare(const QImage& image, QRect area) {
+    int pale = 0;
+    int total = 0;
+    for (int y = area.top(); y < area.bottom(); y += 4)
+        for (int x = area.left(); x < area.right(); x += 4) {
+            const QColor c = image.pixelColor(x, y);
+            ++total;
+            if (c.value() > 215 && c.hsvSaturation() < 25)
+                ++pale;
+        }
+    return total ? double(pale) / total : 0.0;
+}
+
+} // namespace
+
 AppRun::AppRun(AppRunOptions options) : m_options(std::move(options)) {
     QDir home(m_home.path());
     home.mkpath(QStringLiteral("Documents"));
@@ -475,6 +493,18 @@ QImage AppRun::waitForScreen(const std::function<bool(const QImage&)>& shows, in
         },
         timeoutMs);
     return last;
+}
+
+bool AppRun::waitForAlert(bool shown) const {
+    const QRect window = windowGeometry();
+    const QRect middle(window.center().x() - 150, window.center().y() - 20, 300, 40);
+    const auto up = [&](const QImage& shot) { return paleShare(shot, middle) > 0.6; };
+    const QImage screen =
+        waitForScreen([&](const QImage& shot) { return up(shot) == shown; }, 15000);
+    if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT");
+        !out.isEmpty() && up(screen))
+        screen.save(out + QStringLiteral("/blackbox-alert.png"));
+    return up(screen);
 }
 
 qint64 AppRun::pid() const {

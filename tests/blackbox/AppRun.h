@@ -75,6 +75,10 @@ public:
     // Takes screenshots until `shows` holds for one; returns the last one taken.
     QImage waitForScreen(const std::function<bool(const QImage&)>& shows,
                          int timeoutMs = 30000) const;
+    // Waits until a modal alert covers the middle of the main window (with `shown` false: until
+    // none does); returns whether one is up. The screen is saved as blackbox-alert.png in
+    // OSTREL_TEST_OUTPUT when it is.
+    bool waitForAlert(bool shown = true) const;
     // Where the app's window matching `windowTitle` sits on the screen (empty if none).
     QRect windowGeometry(const QString& windowTitle = QStringLiteral("^OSTREL$")) const;
 

@@ -137,7 +137,8 @@ TEST_F(CameraManagerTest, LatePluggedCameraIsFoundByThePollLoop) {
     scheduler.advance(800ms);
     settle();
     EXPECT_EQ(cam.status(), CameraStatus::live);
-    EXPECT_TRUE(log.messages().contains(QStringLiteral("Kamera angeschlossen: OSTREL Kamera")));
+    EXPECT_TRUE(
+        log.messages().contains(QStringLiteral("Kamera angeschlossen: OSTREL Kamera (Makro)")));
 }
 
 TEST_F(CameraManagerTest, PollLoopGivesUpAfterSixtyAttemptsAndAPlugInStartsAgain) {
@@ -230,7 +231,9 @@ TEST_F(CameraManagerTest, UnplugLowersTheCountAndIgnoresOtherDevices) {
     EXPECT_EQ(cam.connectedCount(), 1);
     EXPECT_FALSE(cam.running());
     EXPECT_TRUE(log.messages().contains(
-        QStringLiteral("Kamera getrennt: OSTREL Kamera — USB-Verbindung/Hub prüfen")));
+        QStringLiteral("Kamera getrennt: OSTREL Kamera (Makro) — USB-Verbindung/Hub prüfen")));
+    EXPECT_EQ(cam.missingCameraText(),
+              QStringLiteral("Makro-Kamera fehlt — USB-Verbindung/Hub prüfen."));
     backend.devices().unplug(kWide);
     pumpPosted();
     EXPECT_EQ(cam.connectedCount(), 0);
@@ -292,21 +295,6 @@ TEST_F(CameraManagerTest, RecordingLandsInTheFolderUnderItsFinalName) {
     EXPECT_EQ(messages.count(QStringLiteral("Aufnahme läuft (1920×1080, Audio: aus)")), 1)
         << "no microphone assigned: no sound";
     EXPECT_TRUE(messages.contains(QStringLiteral("Aufnahme gespeichert: ") + saved[0]));
-}
-
-TEST_F(CameraManagerTest, RecordingGoesOnWhileACameraIsUnplugged) {
-    CameraManager& cam = live();
-    cam.startRecordingWith(false, false, false, QString(), 0.3);
-    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 5; }));
-    backend.devices().unplug(kMacro);
-    pumpPosted();
-    EXPECT_EQ(cam.status(), CameraStatus::cameraDisconnected);
-    EXPECT_TRUE(cam.isRecording());
-    bool finished = false;
-    cam.onRecordingFinished = [&] { finished = true; };
-    cam.stopRecording();
-    ASSERT_TRUE(pumpUntil([&] { return finished; }));
-    EXPECT_EQ(filesIn(folder(), QStringLiteral("OSTREL-*.mp4")).size(), 1);
 }
 
 TEST_F(CameraManagerTest, RecordWhileNotRunningDoesNothingAndLogsNothing) {
@@ -587,43 +575,86 @@ TEST_F(CameraManagerTest, StopAndStartDuringPollingKeepOnePollLoop) {
     settle();
 }
 
-// A camera that stops sending pictures mid-session is found and handled like an unplug: the
-// status, the restart button (running false) and an alert that says what to do.
-TEST_F(CameraManagerTest, CameraThatStallsMidSessionTakesTheDisconnectPath) {
+// A camera that stops sending pictures during a recording is restarted in place, at once and
+// then after 1, 2, 4 and 4 s, while the other camera and the recording go on; after the fifth
+// failed try it is given up with an alert, and only at the recording's end does the whole run
+// stop and start again.
+TEST_F(CameraManagerTest, StalledCameraIsRestartedFiveTimesThenGivenUpWhileTheRecordingGoesOn) {
+    settings->setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
     CameraManager& cam = live();
-    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    cam.startRecordingWith(false, true, false, QString(), 0.3);
     ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 3; }));
     backend.devices().stall(kMacro);
-    ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::cameraDisconnected; }));
-    EXPECT_FALSE(cam.running());
-    EXPECT_EQ(cam.connectedCount(), 1);
-    const QString message = QStringLiteral("Macro-Kamera (OSTREL Kamera) liefert kein Bild mehr — "
+    ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::restarting; }, 10000));
+    EXPECT_TRUE(log.messages().contains(QStringLiteral(
+        "Makro-Kamera (OSTREL Kamera) liefert kein Bild mehr — wird neu gestartet")));
+    const std::chrono::milliseconds pauses[] = {1s, 2s, 4s, 4s};
+    for (int attempt = 1; attempt <= 5; ++attempt) {
+        settle();
+        EXPECT_EQ(
+            log.messages().count(
+                QStringLiteral("Makro-Kamera wird neu gestartet (Versuch %1/5)").arg(attempt)),
+            1);
+        EXPECT_TRUE(cam.running()) << "the restart stays inside the run";
+        EXPECT_TRUE(cam.wideLive());
+        scheduler.advance(3s); // the restarted stream shows no picture
+        if (attempt < 5) {
+            const auto pause = pauses[attempt - 1];
+            scheduler.advance(pause - 1ms);
+            EXPECT_EQ(log.messages().filter(QStringLiteral("Versuch %1/5").arg(attempt + 1)).size(),
+                      0);
+            scheduler.advance(1ms);
+        }
+    }
+    const QString message = QStringLiteral("Makro-Kamera (OSTREL Kamera) liefert kein Bild mehr — "
                                            "USB-Verbindung/Hub prüfen und neu starten (↻)");
     EXPECT_TRUE(log.entries().back() == std::make_pair(LogLevel::error, message));
     EXPECT_EQ(cam.userAlert(), message);
-    EXPECT_TRUE(cam.isRecording()) << "the recording is the user's to end";
+    EXPECT_EQ(cam.status(), CameraStatus::cameraDisconnected);
+    EXPECT_EQ(cam.connectedCount(), 1);
+    EXPECT_FALSE(cam.running());
+    EXPECT_TRUE(cam.cameraMissing());
+    EXPECT_TRUE(cam.wideLive()) << "Wide and the sound go on";
+    EXPECT_FALSE(cam.macroLive());
+    EXPECT_TRUE(cam.micActive());
+    const int appended = cam.recorder().counters().framesAppended;
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended > appended + 5; }));
 
+    backend.devices().unstall(kMacro);
     bool finished = false;
     cam.onRecordingFinished = [&] { finished = true; };
     cam.stopRecording();
     ASSERT_TRUE(pumpUntil([&] { return finished; }));
     EXPECT_EQ(filesIn(folder(), QStringLiteral("OSTREL-*.mp4")).size(), 1);
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live) << "the whole run started again";
+    EXPECT_FALSE(cam.cameraMissing());
 }
 
-// A stream that ends by itself (from the fault list, with a delay): the disconnect path; the
-// restart button brings both cameras back.
-TEST_F(CameraManagerTest, StreamEndIsNoticedAndTheRestartButtonRecovers) {
+// A stream that ends by itself while its camera is still there comes back in place, without
+// stopping the other camera; a later unplug of the same camera is reported as such.
+TEST_F(CameraManagerTest, EndedStreamComesBackInPlaceAndALaterUnplugIsStillReported) {
     EXPECT_TRUE(backend.devices().applyFaults(QStringLiteral("end=%1@300ms").arg(kWide)).isEmpty());
     CameraManager& cam = live();
-    ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::cameraDisconnected; }));
-    EXPECT_TRUE(log.messages().contains(
-        QStringLiteral("Bildstrom der Wide-Kamera (OSTREL Kamera) abgebrochen — neu starten (↻); "
-                       "bei Wiederholung USB-Verbindung/Hub prüfen")));
-    EXPECT_FALSE(cam.running());
-    cam.startCapture(); // the restart button
+    ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::restarting; }));
+    EXPECT_TRUE(log.messages().contains(QStringLiteral(
+        "Bildstrom der Wide-Kamera (OSTREL Kamera) abgebrochen — wird neu gestartet")));
     settle();
+    ASSERT_TRUE(pumpUntil([] { return FrameStore::shared().latestBuffer(0).has_value(); }));
+    scheduler.advance(3s);
     EXPECT_EQ(cam.status(), CameraStatus::live);
-    EXPECT_TRUE(bothCamerasDeliver());
+    EXPECT_TRUE(cam.running());
+    EXPECT_EQ(cam.connectedCount(), 2);
+    EXPECT_TRUE(
+        log.messages().contains(QStringLiteral("Kamera wieder live: OSTREL Kamera (Wide)")));
+    EXPECT_FALSE(log.messages().contains(QStringLiteral("Kamera-Sessions gestoppt")));
+
+    backend.devices().unplug(kWide);
+    ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::cameraDisconnected; }));
+    pumpPosted();
+    EXPECT_EQ(log.messages().count(QStringLiteral(
+                  "Kamera getrennt: OSTREL Kamera (Wide) — USB-Verbindung/Hub prüfen")),
+              1);
 }
 
 // An unplug is seen twice (the stream ends, the notice comes): counted and logged once.
@@ -636,10 +667,10 @@ TEST_F(CameraManagerTest, UnplugSeenByTheStreamAndTheNoticeCountsOnce) {
     manager->drainConfigurationQueue();
     pumpPosted();
     EXPECT_EQ(cam.connectedCount(), 1);
-    EXPECT_EQ(log.messages().count(
-                  QStringLiteral("Kamera getrennt: OSTREL Kamera — USB-Verbindung/Hub prüfen")),
+    EXPECT_EQ(log.messages().count(QStringLiteral(
+                  "Kamera getrennt: OSTREL Kamera (Makro) — USB-Verbindung/Hub prüfen")),
               1);
-    EXPECT_FALSE(cam.userAlert()) << "the status says it";
+    EXPECT_FALSE(cam.userAlert()) << "the status and the banner say it";
 }
 
 // Two cameras on one USB 2 hub: not "cameras not found" after 60 attempts, but the bandwidth

@@ -62,10 +62,14 @@ int decodedVideoFrames(const QString& path) {
 }
 
 QImage firstVideoFrame(const QString& path) {
-    const QString png = path + QStringLiteral(".first.png");
+    return videoFrameAt(path, 0.0);
+}
+
+QImage videoFrameAt(const QString& path, double seconds) {
+    const QString png = path + QStringLiteral(".frame.png");
     QProcess process;
-    process.start(QStringLiteral("ffmpeg"),
-                  {"-v", "error", "-y", "-i", path, "-frames:v", "1", png});
+    process.start(QStringLiteral("ffmpeg"), {"-v", "error", "-y", "-ss", QString::number(seconds),
+                                             "-i", path, "-frames:v", "1", png});
     if (!process.waitForFinished(120000) || process.exitCode() != 0)
         return {};
     QImage image(png);

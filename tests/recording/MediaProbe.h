@@ -38,6 +38,8 @@ int decodedVideoFrames(const QString& path);
 
 // The first picture of the file, decoded by ffmpeg (null when that fails).
 QImage firstVideoFrame(const QString& path);
+// The picture shown at `seconds` into the file.
+QImage videoFrameAt(const QString& path, double seconds);
 
 // The names of the top-level boxes of an MP4 file, in order.
 QStringList topLevelBoxes(const QString& path);

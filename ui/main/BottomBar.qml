@@ -47,12 +47,22 @@ Rectangle {
             animated: !bar.sparingRedraws
             onClicked: bar.recordToggleRequested()
         }
-        Text {
+        // A recording that lost a camera: the time stands out on the alert colour.
+        Label {
             objectName: "recordTime"
+            readonly property bool degraded: bar.cam.isRecording && bar.cam.cameraMissing
             text: bar.viewState.recordTimeText
             font.family: Theme.monoFamily
             font.pixelSize: 15
-            color: bar.cam.isRecording ? Theme.alert : Theme.text
+            font.bold: degraded
+            color: degraded ? "white" : bar.cam.isRecording ? Theme.alert : Theme.text
+            leftPadding: degraded ? 8 : 0
+            rightPadding: degraded ? 8 : 0
+            background: Rectangle {
+                visible: parent.degraded
+                radius: 4
+                color: Theme.alert
+            }
         }
         Text {
             objectName: "savingRecording"

@@ -31,6 +31,7 @@ FocusScope {
     readonly property bool sparingRedraws: (cam.liveRefreshInterval || 33) > 33
 
     signal settingsRequested()
+    signal quitRequested()
 
     focus: true
     implicitWidth: 1280
@@ -54,10 +55,11 @@ FocusScope {
         }
     }
 
-    // The menu command is ignored while no camera runs; the key and the button leave the
-    // conditions to the camera manager.
+    // The menu command starts nothing while no camera runs, but always stops a recording (one
+    // that lost a camera goes on); the key and the button leave the conditions to the camera
+    // manager.
     function toggleRecording(fromMenu) {
-        if (fromMenu && !cam.running)
+        if (fromMenu && !cam.running && !cam.isRecording)
             return
         if (!cam.isRecording) {
             mainState.recordSeconds = 0
@@ -179,15 +181,19 @@ FocusScope {
     }
 
     // Alerts.
-    Dialog {
+    AlertDialog {
         id: folderMissing
         objectName: "folderMissingAlert"
-        anchors.centerIn: parent
-        modal: true
+        onRecordToggleRequested: view.toggleRecording(true)
+        onPhotoRequested: view.takePhotos()
+        onQuitRequested: view.quitRequested()
         width: Math.min(460, view.width - 40)
         title: qsTr("Aufnahmeordner nicht gefunden")
         visible: view.showFolderMissing
-        onClosed: view.showFolderMissing = false
+        onClosed: {
+            view.showFolderMissing = false
+            view.forceActiveFocus()
+        }
         Label {
             width: folderMissing.availableWidth
             wrapMode: Text.WordWrap
@@ -210,15 +216,19 @@ FocusScope {
         recordings: view.recordings
     }
 
-    Dialog {
+    AlertDialog {
         id: userAlertDialog
         objectName: "userAlert"
-        anchors.centerIn: parent
-        modal: true
+        onRecordToggleRequested: view.toggleRecording(true)
+        onPhotoRequested: view.takePhotos()
+        onQuitRequested: view.quitRequested()
         width: Math.min(460, view.width - 40)
         title: qsTr("Hinweis")
         visible: view.cam.userAlert !== ""
-        onClosed: view.cam.userAlert = ""
+        onClosed: {
+            view.cam.userAlert = ""
+            view.forceActiveFocus()
+        }
         Label {
             width: userAlertDialog.availableWidth
             wrapMode: Text.WordWrap

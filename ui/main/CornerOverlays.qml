@@ -78,13 +78,38 @@ Item {
         }
     }
 
+    // An assigned camera is gone: stays up until it is back, bars shown or not.
+    Rectangle {
+        id: missingBanner
+        objectName: "missingCameraBanner"
+        visible: overlays.cam.cameraMissing
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.top: parent.top
+        anchors.topMargin: 64
+        width: Math.min(parent.width - 36, missingText.implicitWidth + 28)
+        height: missingText.implicitHeight + 16
+        radius: 8
+        color: Theme.alert
+        Text {
+            id: missingText
+            anchors.centerIn: parent
+            width: Math.min(implicitWidth, overlays.width - 64)
+            text: overlays.cam.missingCameraText
+            wrapMode: Text.WordWrap
+            horizontalAlignment: Text.AlignHCenter
+            font.pixelSize: 14
+            font.bold: true
+            color: "white"
+        }
+    }
+
     // This machine cannot record the chosen resolution at the camera rate: say so plainly.
     Rectangle {
         objectName: "recordingNotice"
         visible: overlays.cam.isRecording && (overlays.cam.recordingNotice || "") !== ""
         anchors.horizontalCenter: parent.horizontalCenter
         anchors.top: parent.top
-        anchors.topMargin: 64
+        anchors.topMargin: missingBanner.visible ? 72 + missingBanner.height : 64
         width: Math.min(parent.width - 36, noticeText.implicitWidth + 28)
         height: noticeText.implicitHeight + 16
         radius: 8

@@ -17,14 +17,14 @@ Item {
     LiveCameraView {
         objectName: "wideView"
         anchors.fill: parent
-        visible: pictures.cam.running
+        visible: pictures.cam.wideLive
         index: 0
         stabilized: false
         refreshInterval: pictures.cam.liveRefreshInterval || 33
     }
     PlaceholderFeed {
         anchors.fill: parent
-        visible: !pictures.cam.running
+        visible: !pictures.cam.wideLive
         seed: 0
         macro: false
     }
@@ -47,14 +47,14 @@ Item {
             LiveCameraView {
                 objectName: "macroView"
                 anchors.fill: parent
-                visible: pictures.cam.running
+                visible: pictures.cam.macroLive
                 index: 1
                 stabilized: true
                 refreshInterval: pictures.cam.liveRefreshInterval || 33
             }
             PlaceholderFeed {
                 anchors.fill: parent
-                visible: !pictures.cam.running
+                visible: !pictures.cam.macroLive
                 seed: 3.0
                 macro: true
             }
@@ -71,7 +71,7 @@ Item {
                 pictures.settings.stabCropZoom
                 return visible ? Math.max(1, pictures.cam.currentZoom()) : 1
             }
-            visible: pictures.cam.running && pictures.settings.devStabFrame && pictures.settings.stabilizeMacro
+            visible: pictures.cam.macroLive && pictures.settings.devStabFrame && pictures.settings.stabilizeMacro
             width: inset.width * zoom
             height: inset.height * zoom
             x: (inset.width - width) / 2 - offset.x * inset.width

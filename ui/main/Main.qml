@@ -160,6 +160,7 @@ ApplicationWindow {
             recordings: window.recordingsStore
             settings: window.settingsStore
             onSettingsRequested: window.openSettings()
+            onQuitRequested: appController.requestQuit()
         }
     }
 
