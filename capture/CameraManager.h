@@ -208,7 +208,7 @@ private:
     void cameraRestarted(std::uint64_t generation, int index, std::uint64_t epoch, bool running,
                          bool comingBack);
     void checkRestartedCamera(std::uint64_t generation, int index, std::uint64_t epoch,
-                              bool comingBack);
+                              bool comingBack, int check);
     void restartFailed(int index);
     void cameraBack(int index, bool comingBack);
     // The camera is gone from the run (unplugged, or no restart helped). During a recording only

@@ -11,6 +11,7 @@
 #include "runtime/SerialQueue.h"
 
 #include <array>
+#include <memory>
 
 using namespace std::chrono_literals;
 
@@ -19,8 +20,9 @@ namespace {
 // At once, then after 1, 2 and 4 s: most hiccups of a USB camera are over within seconds.
 constexpr std::array<std::chrono::milliseconds, 5> restartDelays{0ms, 1000ms, 2000ms, 4000ms,
                                                                  4000ms};
-// A restarted stream counts as back once it has delivered a picture within this time.
-constexpr auto restartCheckDelay = 3000ms;
+// A restarted stream counts as back at its first picture, and as failed without one in 3 s.
+constexpr auto restartCheckInterval = 100ms;
+constexpr int restartChecks = 30;
 
 } // namespace
 
@@ -128,9 +130,10 @@ void CameraManager::cameraRestarted(std::uint64_t generation, int index, std::ui
     if (generation != m_runGeneration || epoch != camera.epoch)
         return;
     if (running) {
-        camera.task = m_scheduler.after(
-            restartCheckDelay, this, [this, generation, index, epoch, comingBack] {
-                checkRestartedCamera(generation, index, epoch, comingBack);
+        auto checks = std::make_shared<int>(0);
+        camera.task = m_scheduler.every(
+            restartCheckInterval, this, [this, generation, index, epoch, comingBack, checks] {
+                checkRestartedCamera(generation, index, epoch, comingBack, ++*checks);
             });
     } else if (comingBack) {
         camera.restarting = false; // the poll loop tries again at its next step
@@ -140,11 +143,17 @@ void CameraManager::cameraRestarted(std::uint64_t generation, int index, std::ui
 }
 
 void CameraManager::checkRestartedCamera(std::uint64_t generation, int index, std::uint64_t epoch,
-                                         bool comingBack) {
+                                         bool comingBack, int check) {
     CameraRecovery& camera = m_recovery[std::size_t(index)];
-    if (generation != m_runGeneration || epoch != camera.epoch)
+    if (generation != m_runGeneration || epoch != camera.epoch) {
+        camera.task.cancel();
         return;
-    if (FrameStore::shared().latestBuffer(index))
+    }
+    const bool delivers = FrameStore::shared().latestBuffer(index).has_value();
+    if (!delivers && check < restartChecks)
+        return;
+    camera.task.cancel();
+    if (delivers)
         cameraBack(index, comingBack);
     else if (comingBack)
         camera.restarting = false;

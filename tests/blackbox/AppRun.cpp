@@ -7,6 +7,7 @@
 #include <QColor>
 #include <QDeadlineTimer>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QMap>
 #include <QThread>
@@ -21,6 +22,17 @@
 #ifndef OSTREL_APP_BINARY
 #error "OSTREL_APP_BINARY must name the built app"
 #endif
+
+void recordFor(double seconds) {
+    QElapsedTimer timer;
+    timer.start();
+    pumpUntil(
+        [&] {
+            QThread::msleep(50);
+            return timer.elapsed() >= seconds * 1000;
+        },
+        int(seconds * 1000) + 5000);
+}
 
 QString ostrelBinary() {
     return QStringLiteral(OSTREL_APP_BINARY);

@@ -118,6 +118,8 @@ private:
     mutable QString m_appOutput;
 };
 
+// Lets `seconds` of a recording pass while the test keeps its event loop going.
+void recordFor(double seconds);
 // The built binary.
 QString ostrelBinary();
 // Share of sampled pixels in `area` that are neither black nor flat: a live camera picture.

@@ -125,7 +125,7 @@ TEST(CameraLoss, MacroStreamThatEndsComesBackByItselfAndTheFileKeepsPictureAndSo
     EXPECT_LT(lineOf(lines, QStringLiteral("Kamera-Sessions gestoppt")), 0);
     if (const auto from = timeOf(lines[lost]), to = timeOf(*back); from && to)
         std::printf("Macro stream end to picture back: %d ms\n", from->msecsTo(*to));
-    app.waitForLog(QStringLiteral("never"), 2000); // a little recording after the return
+    recordFor(2); // a little recording after the return
 
     const QString file = stopAndSave(app);
     const Tracks tracks = tracksOf(file);
@@ -181,7 +181,7 @@ TEST(CameraLoss, MacroUnpluggedAndPluggedBackReturnsIntoTheSameRecording) {
     const QStringList lines = app.logLines();
     EXPECT_EQ(lines.filter(unplugged).size(), 1) << "the stream end and the notice count once";
     EXPECT_LT(lineOf(lines, QStringLiteral("Kamera-Sessions gestoppt")), 0);
-    app.waitForLog(QStringLiteral("never"), 2000);
+    recordFor(2);
 
     // The alert about the loss is still up: the menu's Ctrl+R works through it.
     EXPECT_TRUE(app.waitForAlert());
@@ -207,7 +207,7 @@ TEST(CameraLoss, WideUnpluggedKeepsTheSoundAndTheAlertLetsTheRecordingBeStopped)
     ASSERT_TRUE(app.waitForLog(
         QStringLiteral("Kamera getrennt: OSTREL Kamera (Wide) — USB-Verbindung/Hub prüfen")))
         << app.describe().toStdString();
-    app.waitForLog(QStringLiteral("never"), 3000); // sound without pictures
+    recordFor(3); // sound without pictures
 
     // The alert has the keyboard: a plain R does not reach the view behind it, Escape closes
     // it, and then Ctrl+R stops the recording although no camera runs.

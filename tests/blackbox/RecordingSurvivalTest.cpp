@@ -21,18 +21,6 @@
 
 namespace {
 
-// Lets `seconds` of recording pass while the test keeps its event loop going.
-void recordFor(double seconds) {
-    QElapsedTimer timer;
-    timer.start();
-    pumpUntil(
-        [&] {
-            QThread::msleep(50);
-            return timer.elapsed() >= seconds * 1000;
-        },
-        int(seconds * 1000) + 5000);
-}
-
 // Hidden files a recording leaves while it is written.
 QStringList partialFiles(const QString& folder) {
     return QDir(folder).entryList({QStringLiteral(".ostrel-*")}, QDir::Files | QDir::Hidden);
