@@ -73,6 +73,13 @@ CameraManager::CameraManager(CaptureBackend& backend, SettingsStore& settings, O
                 deviceDisconnected(device);
         },
         Qt::QueuedConnection);
+    connect(
+        &m_backend.discovery(), &DeviceDiscovery::listingRefreshed, this,
+        [this] {
+            if (m_polling && !m_running && !m_starting)
+                tryStartPipelines();
+        },
+        Qt::QueuedConnection);
 
     // A write failure during a recording: alert and stop, if still recording. Set once and
     // never cleared: the record queue may call it until the engine is gone, so the manager is

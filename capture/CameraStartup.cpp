@@ -64,6 +64,9 @@ void CameraManager::pollForCameras() {
         m_polling = false;
         return;
     }
+    // One new listing per step, made off the GUI thread; this step looks at the kept one, and
+    // the new one gets its own look when it comes.
+    m_backend.discovery().refresh();
     tryStartPipelines();
     ++m_pollCount;
     if (m_pollCount > pollAttempts - 1) {

@@ -21,7 +21,13 @@ public:
     // Any thread. Every present device, in the backend's order.
     virtual std::vector<CaptureDevice> allDevices() const = 0;
 
+    // Any thread. Asks for a new listing where listings are kept (`listingRefreshed` follows);
+    // a discovery that lists afresh at every call has nothing to do.
+    virtual void refresh() {}
+
 signals:
+    // Emitted on any thread when a new listing was made after `refresh`.
+    void listingRefreshed();
     // Emitted on any thread, once per device that came or went.
     void devicesChanged(DeviceChange change, const CaptureDevice& device);
 };

@@ -24,7 +24,7 @@ std::vector<CaptureDevice> CombinedDiscovery::allDevices() const {
 SplitBackend::SplitBackend(std::unique_ptr<CaptureBackend> cameras,
                            std::unique_ptr<CaptureBackend> microphones)
     : m_cameras(std::move(cameras)), m_microphones(std::move(microphones)),
-      m_discovery({&m_cameras->discovery(), &m_microphones->discovery()}) {
+      m_discovery({&m_cameras->discovery(), &m_microphones->discovery()}), m_listing(m_discovery) {
 }
 
 std::unique_ptr<CaptureSession> SplitBackend::makeSession() {
@@ -51,9 +51,15 @@ std::unique_ptr<CaptureBackend> makeCaptureBackend() {
         return backend;
     }
     auto cameras = std::make_unique<V4l2Backend>();
-    if (const auto failure = cameras->v4l2Discovery().startMonitoring())
-        ostrelLog(LogLevel::error,
-                  QStringLiteral("Geräteüberwachung (udev) nicht gestartet: ") + *failure +
-                      QStringLiteral(" — an- und abgesteckte Kameras werden nicht bemerkt"));
-    return std::make_unique<SplitBackend>(std::move(cameras), std::make_unique<QtAudioBackend>());
+    V4l2Discovery* v4l2 = &cameras->v4l2Discovery();
+    auto backend =
+        std::make_unique<SplitBackend>(std::move(cameras), std::make_unique<QtAudioBackend>());
+    // Its first listing opens every video node: off the GUI thread too.
+    backend->listing().runOnWorker([v4l2] {
+        if (const auto failure = v4l2->startMonitoring())
+            ostrelPost(LogLevel::error,
+                       QStringLiteral("Geräteüberwachung (udev) nicht gestartet: ") + *failure +
+                           QStringLiteral(" — an- und abgesteckte Kameras werden nicht bemerkt"));
+    });
+    return backend;
 }

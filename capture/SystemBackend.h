@@ -1,5 +1,6 @@
 #pragma once
 
+#include "capture/CachedDiscovery.h"
 #include "capture/CaptureBackend.h"
 
 #include <memory>
@@ -17,13 +18,15 @@ private:
     std::vector<DeviceDiscovery*> m_parts;
 };
 
-// Cameras from one backend and microphones from another, behind one backend.
+// Cameras from one backend and microphones from another, behind one backend. Their listing is
+// made on a worker thread and kept.
 class SplitBackend : public CaptureBackend {
 public:
     SplitBackend(std::unique_ptr<CaptureBackend> cameras,
                  std::unique_ptr<CaptureBackend> microphones);
 
-    DeviceDiscovery& discovery() override { return m_discovery; }
+    DeviceDiscovery& discovery() override { return m_listing; }
+    CachedDiscovery& listing() { return m_listing; }
     std::unique_ptr<CaptureSession> makeSession() override;
     DeviceInputResult makeDeviceInput(const CaptureDevice& device) override;
 
@@ -31,6 +34,7 @@ private:
     std::unique_ptr<CaptureBackend> m_cameras;
     std::unique_ptr<CaptureBackend> m_microphones;
     CombinedDiscovery m_discovery;
+    CachedDiscovery m_listing;
 };
 
 // Whether OSTREL_VIRTUAL_DEVICES=1 asks for the virtual devices.

@@ -12,14 +12,22 @@ DeviceStore::DeviceStore(DeviceDiscovery& discovery, SettingsStore& settings, QO
       m_wideUID(settings.text(Setting::wideDeviceUID)),
       m_macroUID(settings.text(Setting::macroDeviceUID)),
       m_micUID(settings.text(Setting::micDeviceUID)) {
-    refresh();
-    // Direct: the handler runs on the notifying thread and only schedules the refresh.
+    update();
+    // Direct: the handlers run on the notifying thread and only schedule the update.
     connect(
         &discovery, &DeviceDiscovery::devicesChanged, this, [this] { devicesChanged(); },
+        Qt::DirectConnection);
+    connect(
+        &discovery, &DeviceDiscovery::listingRefreshed, this, [this] { devicesChanged(); },
         Qt::DirectConnection);
 }
 
 void DeviceStore::refresh() {
+    m_discovery.refresh();
+    update();
+}
+
+void DeviceStore::update() {
     m_refreshPending = false;
     ++m_refreshCount;
     const QList<DeviceInfo> video =
@@ -40,7 +48,7 @@ void DeviceStore::refresh() {
 void DeviceStore::devicesChanged() {
     if (m_refreshPending.exchange(true))
         return;
-    runOn(this, [this] { refresh(); });
+    runOn(this, [this] { update(); });
 }
 
 void DeviceStore::assign(QString& field, const QString& id, int setting,

@@ -39,9 +39,10 @@ public:
     void setMacroUID(const QString& id);
     void setMicUID(const QString& id);
 
+    // Shows the discovery's kept listing and asks it for a new one (which follows by itself).
     Q_INVOKABLE void refresh();
-    // Any thread: schedules a refresh on the main thread. Several notifications in a row
-    // (a burst of hot-plug events) lead to one refresh.
+    // Any thread: schedules an update from the kept listing on the main thread. Several
+    // notifications in a row (a burst of hot-plug events) lead to one update.
     void devicesChanged();
 
     Q_INVOKABLE void swapWideMacro();
@@ -55,6 +56,10 @@ public:
 
     int refreshCount() const { return m_refreshCount; }
 
+private:
+    void update();
+
+public:
 signals:
     void videoDevicesChanged();
     void audioDevicesChanged();

@@ -1,3 +1,4 @@
+#include "capture/CachedDiscovery.h"
 #include "capture/SystemBackend.h"
 #include "capture/audio/QtAudioBackend.h"
 #include "capture/virtual/VirtualBackend.h"
@@ -5,6 +6,9 @@
 #include <QSignalSpy>
 
 #include <gtest/gtest.h>
+
+#include <mutex>
+#include <thread>
 
 namespace {
 
@@ -60,4 +64,65 @@ TEST(QtAudioDiscovery, ListChangesBecomeOneNoticePerDevice) {
     for (int i = 0; i < changes.count(); ++i)
         EXPECT_EQ(changes[i][0].value<DeviceChange>(),
                   i < present.size() ? DeviceChange::disconnected : DeviceChange::connected);
+}
+
+namespace {
+
+// A source of devices that notes on which thread it was asked.
+class ThreadNotingDiscovery : public DeviceDiscovery {
+public:
+    std::vector<CaptureDevice> allDevices() const override {
+        std::lock_guard guard(lock);
+        threads.push_back(std::this_thread::get_id());
+        return present;
+    }
+    mutable std::mutex lock;
+    mutable std::vector<std::thread::id> threads;
+    std::vector<CaptureDevice> present;
+};
+
+} // namespace
+
+// Listing opens every video node (and wakes sleeping cameras): never on the GUI thread, once
+// per burst of requests, and a hot-plug notice reaches its listeners only once the listing
+// shows the device.
+TEST(CachedDiscovery, ListsOnItsWorkerOnlyAndANoticeComesAfterTheListingShowsTheDevice) {
+    ThreadNotingDiscovery source;
+    const CaptureDevice wide{QStringLiteral("usb-1"), QStringLiteral("Kamera"),
+                             DeviceType::external};
+    const CaptureDevice macro{QStringLiteral("usb-2"), QStringLiteral("Kamera"),
+                              DeviceType::external};
+    source.present = {wide};
+    CachedDiscovery cached(source);
+    QSignalSpy listed(&cached, &DeviceDiscovery::listingRefreshed);
+    cached.drain();
+    EXPECT_EQ(cached.allDevices().size(), 1u);
+    for (int i = 0; i < 10; ++i) {
+        cached.refresh();
+        cached.allDevices();
+    }
+    cached.drain();
+    {
+        std::lock_guard guard(source.lock);
+        EXPECT_LE(source.threads.size(), 3u) << "one listing per burst of requests";
+        for (std::thread::id thread : source.threads)
+            EXPECT_NE(thread, std::this_thread::get_id()) << "never on the GUI thread";
+    }
+    EXPECT_GE(listed.count(), 1);
+
+    bool listedAtNotice = false;
+    QObject::connect(
+        &cached, &DeviceDiscovery::devicesChanged, &cached,
+        [&](DeviceChange, const CaptureDevice& device) {
+            for (const CaptureDevice& present : cached.allDevices())
+                listedAtNotice = listedAtNotice || present.uniqueID == device.uniqueID;
+        },
+        Qt::DirectConnection);
+    {
+        std::lock_guard guard(source.lock);
+        source.present.push_back(macro);
+    }
+    emit source.devicesChanged(DeviceChange::connected, macro);
+    cached.drain();
+    EXPECT_TRUE(listedAtNotice);
 }
