@@ -315,6 +315,11 @@ void CameraManager::streamEnded(std::uint64_t generation, int index, std::uint64
     const CaptureDevice& device = m_runCameras[index];
     const bool present = reason != StreamEnd::unplugged &&
                          videoDevice(m_backend.discovery(), device.uniqueID).has_value();
+    if (present && camera.restarting) {
+        camera.task.cancel();
+        restartFailed(index); // a restarted stream that ends again is a failed try
+        return;
+    }
     if (present) {
         recoverStream(index, reason);
         return;
