@@ -108,6 +108,20 @@ bool insetLive(const QImage& frame) {
     return texturedShare(frame, inset) > 0.3;
 }
 
+// The file as a player finds it after the Macro camera went and came back: every picture the
+// app wrote, the Wide picture and the sound to the end, and the Macro inset back at the end.
+void expectWideMacroAndSoundToTheEnd(const AppRun& app, const QString& file, const char* name) {
+    const Tracks tracks = tracksOf(file);
+    report(name, tracks);
+    EXPECT_EQ(tracks.pictures, writtenPictures(app));
+    // How even the pictures are depends on how busy the machine is; a restart of the whole
+    // pair would leave a gap of seconds.
+    EXPECT_GT(tracks.videoSeconds, tracks.duration - 1.0) << "the Wide picture went on";
+    EXPECT_LT(tracks.longestGap, 2.0) << "the Wide picture went on";
+    EXPECT_GT(tracks.audioSeconds, tracks.duration - 0.5) << "the sound went on";
+    EXPECT_TRUE(insetLive(videoFrameAt(file, tracks.duration - 0.5))) << "the inset came back";
+}
+
 } // namespace
 
 TEST(CameraLoss, MacroStreamThatEndsComesBackByItselfAndTheFileKeepsPictureAndSound) {
@@ -128,15 +142,7 @@ TEST(CameraLoss, MacroStreamThatEndsComesBackByItselfAndTheFileKeepsPictureAndSo
     recordFor(2); // a little recording after the return
 
     const QString file = stopAndSave(app);
-    const Tracks tracks = tracksOf(file);
-    report("Macro stream end", tracks);
-    EXPECT_EQ(tracks.pictures, writtenPictures(app));
-    // Pictures and sound to the end. How even they are depends on how busy the machine is;
-    // a camera restart of the whole pair would leave a gap of seconds.
-    EXPECT_GT(tracks.videoSeconds, tracks.duration - 1.0) << "the Wide picture went on";
-    EXPECT_LT(tracks.longestGap, 2.0) << "the Wide picture went on";
-    EXPECT_GT(tracks.audioSeconds, tracks.duration - 0.5) << "the sound went on";
-    EXPECT_TRUE(insetLive(videoFrameAt(file, tracks.duration - 0.5)));
+    expectWideMacroAndSoundToTheEnd(app, file, "Macro stream end");
     ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+q")));
     EXPECT_EQ(app.waitForExit(30000), 0);
 }
@@ -186,15 +192,7 @@ TEST(CameraLoss, MacroUnpluggedAndPluggedBackReturnsIntoTheSameRecording) {
     // The alert about the loss is still up: the menu's Ctrl+R works through it.
     EXPECT_TRUE(app.waitForAlert());
     const QString file = stopAndSave(app);
-    const Tracks tracks = tracksOf(file);
-    report("Macro unplugged and back", tracks);
-    EXPECT_EQ(tracks.pictures, writtenPictures(app));
-    // Pictures and sound to the end. How even they are depends on how busy the machine is;
-    // a camera restart of the whole pair would leave a gap of seconds.
-    EXPECT_GT(tracks.videoSeconds, tracks.duration - 1.0) << "the Wide picture went on";
-    EXPECT_LT(tracks.longestGap, 2.0) << "the Wide picture went on";
-    EXPECT_GT(tracks.audioSeconds, tracks.duration - 0.5) << "the sound went on";
-    EXPECT_TRUE(insetLive(videoFrameAt(file, tracks.duration - 0.5))) << "the inset came back";
+    expectWideMacroAndSoundToTheEnd(app, file, "Macro unplugged and back");
     ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+q")));
     EXPECT_EQ(app.waitForExit(30000), 0);
 }
