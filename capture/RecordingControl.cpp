@@ -176,7 +176,7 @@ SaveResult saveFile(PartialRecording& partial, const std::optional<QString>& fol
             return {SaveResult::Kind::rescued, outcome.name, {}, {}};
         return {};
     }
-    const QString name = finalRecordingName(photoTimestamp());
+    const QString name = freeRecordingName(QDir(*folder), photoTimestamp());
     if (const std::optional<QString> error = partial.moveTo(QDir(*folder).filePath(name)))
         return {SaveResult::Kind::moveFailed, {}, {}, *error};
     return {SaveResult::Kind::saved, name, {}, {}};

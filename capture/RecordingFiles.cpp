@@ -175,6 +175,13 @@ QString finalRecordingName(const QString& timestamp) {
     return QStringLiteral("OSTREL-") + timestamp + QStringLiteral(".mp4");
 }
 
+QString freeRecordingName(const QDir& folder, const QString& timestamp) {
+    QString name = finalRecordingName(timestamp);
+    for (int n = 2; QFileInfo::exists(folder.filePath(name)) && n < 10000; ++n)
+        name = finalRecordingName(timestamp + QStringLiteral("-%1").arg(n));
+    return name;
+}
+
 QString fileErrorText(const std::error_code& error) {
     switch (error.value()) {
     case ENOSPC:

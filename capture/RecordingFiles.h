@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDateTime>
+#include <QDir>
 #include <QString>
 
 #include <memory>
@@ -52,6 +53,9 @@ QString unsavedRecordingName(const QString& partialPath);
 
 // The saved name of a recording finished at the time `timestamp` names.
 QString finalRecordingName(const QString& timestamp);
+// "OSTREL-<stamp>.mp4", or with "-2", "-3" … when a file in `folder` already has that name: a
+// saved recording is never replaced.
+QString freeRecordingName(const QDir& folder, const QString& timestamp);
 
 // Moves `source` to `destination`, replacing what is there. Across file systems the file is
 // copied under a hidden name beside the destination, synced, renamed into place and only then

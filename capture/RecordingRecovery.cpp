@@ -24,14 +24,6 @@ QString lastWriteStamp(int fd, const QString& path) {
     return written.toLocalTime().toString(QStringLiteral("yyyy-MM-dd_HH-mm-ss"));
 }
 
-// "OSTREL-<stamp>.mp4", or with "-2", "-3" … when a saved recording already has that name.
-QString freeName(const QDir& folder, const QString& stamp) {
-    QString name = finalRecordingName(stamp);
-    for (int n = 2; QFileInfo::exists(folder.filePath(name)) && n < 1000; ++n)
-        name = finalRecordingName(stamp + QStringLiteral("-%1").arg(n));
-    return name;
-}
-
 } // namespace
 
 RecoveryOutcome recoverPartial(PartialRecording& file, const QString& destinationFolder) {
@@ -47,7 +39,7 @@ RecoveryOutcome recoverPartial(PartialRecording& file, const QString& destinatio
                 {},
                 fileErrorText(std::error_code(AVUNERROR(repaired), std::generic_category()))};
     const QDir folder(destinationFolder);
-    const QString name = freeName(folder, stamp);
+    const QString name = freeRecordingName(folder, stamp);
     if (auto error = file.moveTo(folder.filePath(name)))
         return {RecoveryOutcome::Kind::failed, {}, *error};
     return {RecoveryOutcome::Kind::saved, name, {}};

@@ -6,6 +6,7 @@
 #include <QBuffer>
 #include <QDateTime>
 #include <QDir>
+#include <QFileInfo>
 #include <QImageWriter>
 #include <QSaveFile>
 
@@ -92,7 +93,19 @@ int writePhotos(const std::vector<PhotoImage>& images, CompositeRenderer& render
         return 0;
     }
     const QDir dir(*folder);
-    const QString timestamp = photoTimestamp();
+    // Every press keeps its set: a second one within the same second gets "-2", and so on.
+    const QString stamp = photoTimestamp();
+    const auto taken = [&](const QString& timestamp) {
+        for (const PhotoImage& image : images)
+            if (QFileInfo::exists(dir.filePath(QStringLiteral("OSTREL-") + timestamp +
+                                               QLatin1Char('-') + image.kind +
+                                               QStringLiteral(".jpg"))))
+                return true;
+        return false;
+    };
+    QString timestamp = stamp;
+    for (int n = 2; taken(timestamp) && n < 10000; ++n)
+        timestamp = stamp + QStringLiteral("-%1").arg(n);
     int count = 0;
     for (const PhotoImage& image : images) {
         const PixelBuffer pixels = renderer.renderImage(image.plan, image.sources);

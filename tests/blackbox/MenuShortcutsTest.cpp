@@ -139,3 +139,29 @@ TEST(MenuShortcuts, TerminationSignalWhileRecordingSavesTheRecordingFirst) {
     EXPECT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: OSTREL-"), 1000, from));
     expectOneSavedRecording(app);
 }
+
+// Hurried hands: photos pressed and recordings ended within one second keep every file, each
+// under a name of its own ("-2", "-3" …).
+TEST(MenuShortcuts, PhotosAndRecordingsWithinOneSecondAreAllKept) {
+    AppRun app;
+    startLive(app);
+    for (int press = 0; press < 3; ++press)
+        ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+p")));
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("Fotos gespeichert")));
+    EXPECT_TRUE(app.waitForFiles(QStringLiteral("OSTREL-*.jpg"), 9))
+        << app.recordingFiles(QStringLiteral("OSTREL-*.jpg")).join(u' ').toStdString();
+
+    for (int recording = 0; recording < 2; ++recording) {
+        const int from = startRecording(app);
+        ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
+        ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: OSTREL-"), 30000, from))
+            << app.describe().toStdString();
+    }
+    const QStringList movies = app.recordingFiles(QStringLiteral("OSTREL-*.mp4"));
+    EXPECT_EQ(movies.size(), 2) << movies.join(u' ').toStdString();
+    for (const QString& movie : movies)
+        EXPECT_TRUE(probeFile(app.recordingFolder() + u'/' + movie).ok) << movie.toStdString();
+    const QStringList saved = app.logLines().filter(QStringLiteral("Aufnahme gespeichert: "));
+    ASSERT_EQ(saved.size(), 2);
+    EXPECT_NE(saved[0].section(u':', -1), saved[1].section(u':', -1)) << "two names";
+}
