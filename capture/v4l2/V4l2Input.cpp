@@ -137,8 +137,9 @@ int V4l2Input::startStream(const V4l2StreamFormat& wanted) {
 }
 
 void V4l2Input::stream(CaptureSink& sink) {
-    auto decoder =
-        std::make_shared<FrameDecoder>(m_format->pixelFormat, m_format->width, m_format->height);
+    auto decoder = std::make_shared<FrameDecoder>(
+        m_format->pixelFormat, m_format->width, m_format->height,
+        QStringLiteral("%1 (%2)").arg(device().localizedName, QString::fromStdString(m_path)));
     std::optional<std::chrono::steady_clock::time_point> lastFrame;
     while (!m_stopping) {
         const int ready = m_fd->io().poll(m_fd->get(), 100);

@@ -2,7 +2,6 @@
 #include "capture/CaptureTestSupport.h"
 #include "capture/RecordedV4l2Io.h"
 #include "capture/v4l2/DeviceHolder.h"
-#include "capture/v4l2/FrameDecoder.h"
 #include "capture/v4l2/V4l2Backend.h"
 #include "capture/v4l2/V4l2Formats.h"
 #include "capture/v4l2/V4l2Input.h"
@@ -336,32 +335,6 @@ TEST_F(V4l2StreamTest, YuyvFallbackConvertsToBgra) {
     EXPECT_EQ(output->deliveredCount(), 1);
     EXPECT_EQ(input->format(), (V4l2StreamFormat{V4L2_PIX_FMT_YUYV, 640, 360, 30}));
     EXPECT_EQ(delegate->size(0), QSize(640, 360));
-}
-
-TEST(FrameDecoder, DecodesJpegToBgraAndRejectsBrokenData) {
-    PixelBuffer source;
-    const auto jpeg = jpegFrame(640, 360, &source);
-    FrameDecoder decoder(V4L2_PIX_FMT_MJPEG, 640, 360);
-    const PixelBuffer decoded = decoder.decode(jpeg.data(), jpeg.size());
-    ASSERT_TRUE(decoded);
-    long error = 0;
-    for (int y = 0; y < 360; y += 9)
-        for (int x = 0; x < 640; x += 11)
-            for (int c = 0; c < 3; ++c)
-                error += std::abs(int(decoded.row(y)[x * 4 + c]) - int(source.row(y)[x * 4 + c]));
-    EXPECT_LT(double(error) / (40 * 59 * 3), 12.0); // JPEG is lossy, but close
-    EXPECT_EQ(decoded.row(100)[3], 255);
-
-    auto truncated = jpeg;
-    truncated.resize(jpeg.size() - 300);
-    EXPECT_FALSE(decoder.decode(truncated.data(), truncated.size()));
-    std::vector<std::uint8_t> garbage(5000, 0x5A);
-    garbage.back() = 0xD9;
-    garbage[garbage.size() - 2] = 0xFF;
-    EXPECT_FALSE(decoder.decode(garbage.data(), garbage.size()));
-    EXPECT_FALSE(decoder.decode(nullptr, 0));
-    FrameDecoder other(V4L2_PIX_FMT_MJPEG, 1280, 720); // a frame of another size
-    EXPECT_FALSE(other.decode(jpeg.data(), jpeg.size()));
 }
 
 // A camera that sent pictures and then none is reported as stalled; its session stops running.
