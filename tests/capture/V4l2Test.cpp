@@ -167,8 +167,6 @@ TEST(V4l2Discovery, ProbingKeepsCaptureNodesAndSkipsMetadataNodes) {
     io.cameras["/dev/video1"].deviceCaps = V4L2_CAP_META_CAPTURE | V4L2_CAP_STREAMING;
     io.cameras["/dev/video2"] = uvcWebcam();
     io.cameras["/dev/video2"].card = "  ";
-    io.cameras["/dev/video3"] = uvcWebcam();
-    io.cameras["/dev/video3"].openError = EACCES;
 
     const auto camera = probeVideoNode(io, usbNode("/dev/video0", "2"));
     ASSERT_TRUE(camera);
@@ -178,12 +176,56 @@ TEST(V4l2Discovery, ProbingKeepsCaptureNodesAndSkipsMetadataNodes) {
     EXPECT_FALSE(probeVideoNode(io, usbNode("/dev/video1", "2")));
     EXPECT_EQ(probeVideoNode(io, usbNode("/dev/video2", "3"))->localizedName,
               QStringLiteral("HD Pro Webcam C920"));
-    EXPECT_FALSE(probeVideoNode(io, usbNode("/dev/video3", "4")));
     EXPECT_FALSE(probeVideoNode(io, usbNode("/dev/video9", "5")));
     UdevVideoNode builtIn = usbNode("/dev/video0", "7");
     builtIn.fixed = true;
     EXPECT_EQ(probeVideoNode(io, builtIn)->deviceType, DeviceType::builtInWideAngle);
     EXPECT_EQ(io.opened, io.closed);
+}
+
+// A camera whose node the user may not open is listed as udev describes it; opening it then
+// gives the hint about the "video" group instead of leaving the camera out ("not found").
+TEST(V4l2Discovery, CameraTheUserMayNotOpenIsListedAndOpeningItSaysWhy) {
+    auto io = std::make_shared<RecordedV4l2Io>();
+    const auto denied = [&](const std::string& devnode, int error, const char* capabilities,
+                            int index) {
+        io->cameras[devnode] = uvcWebcam();
+        io->cameras[devnode].openError = error;
+        UdevVideoNode node = usbNode(devnode, "2");
+        node.product = QStringLiteral("HD Pro Webcam C920");
+        node.capabilities = QString::fromLatin1(capabilities);
+        node.index = index;
+        return node;
+    };
+    struct Case {
+        UdevVideoNode node;
+        bool listed;
+    };
+    const Case cases[] = {
+        {denied("/dev/video0", EACCES, ":capture:", 0), true},
+        {denied("/dev/video1", EACCES, ":", 1), false}, // its metadata node
+        {denied("/dev/video2", EPERM, ":capture:", 0), true},
+        {denied("/dev/video3", EACCES, "", 0), true}, // not probed by udev: the first node
+        {denied("/dev/video4", EACCES, "", 1), false},
+        {denied("/dev/video5", ENODEV, ":capture:", 0), false}, // gone, not forbidden
+    };
+    V4l2Backend backend(io);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.node.devnode);
+        const auto camera = probeVideoNode(*io, c.node);
+        ASSERT_EQ(camera.has_value(), c.listed);
+        if (!camera)
+            continue;
+        EXPECT_EQ(camera->localizedName, QStringLiteral("HD Pro Webcam C920"));
+        EXPECT_EQ(camera->deviceType, DeviceType::external);
+        QSignalSpy connected(&backend.v4l2Discovery(), &DeviceDiscovery::devicesChanged);
+        backend.v4l2Discovery().handleEvent(QStringLiteral("add"), c.node);
+        ASSERT_EQ(connected.size(), 1);
+        const auto made = backend.makeDeviceInput(*camera);
+        EXPECT_FALSE(made.input);
+        EXPECT_EQ(made.error, CameraErrorTexts::noAccess());
+    }
+    EXPECT_EQ(io->opened, 0);
 }
 
 TEST(V4l2Discovery, HotPlugEventsNameTheDeviceThatCameAndWent) {
@@ -197,13 +239,14 @@ TEST(V4l2Discovery, HotPlugEventsNameTheDeviceThatCameAndWent) {
                      [&](DeviceChange change, const CaptureDevice& device) {
                          seen.emplace_back(change, device);
                      });
+    UdevVideoNode removed; // a remove event tells only the node
+    removed.devnode = "/dev/video0";
     // A storm of plug and unplug events of the picture node and its metadata node.
     for (int i = 0; i < 100; ++i) {
         discovery.handleEvent(QStringLiteral("add"), usbNode("/dev/video0", "2"));
         discovery.handleEvent(QStringLiteral("add"), usbNode("/dev/video1", "2"));
         discovery.handleEvent(QStringLiteral("remove"), usbNode("/dev/video1", "2"));
-        discovery.handleEvent(QStringLiteral("remove"),
-                              UdevVideoNode{"/dev/video0", {}, {}, {}, {}, 0, false});
+        discovery.handleEvent(QStringLiteral("remove"), removed);
     }
     ASSERT_EQ(seen.size(), 200u);
     for (std::size_t i = 0; i < seen.size(); ++i) {
