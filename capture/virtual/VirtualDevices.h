@@ -1,6 +1,7 @@
 #pragma once
 
 #include "capture/DeviceDiscovery.h"
+#include "capture/virtual/CameraStreamFile.h"
 #include "capture/virtual/VirtualScene.h"
 
 #include <QSize>
@@ -54,6 +55,12 @@ public:
     // understand.
     QStringList applyFaults(const QString& faults);
 
+    // Camera streams on file (manual runs read the list from OSTREL_VIRTUAL_STREAMS):
+    // "ostrel-virtual-camera-1=FILE;ostrel-virtual-camera-2=FILE" makes each named camera play
+    // FILE instead of its scene, through the cameras' MJPEG decoder; its faults still apply.
+    // Returns what cannot be played, each with the reason.
+    QStringList applyStreams(const QString& streams);
+
     // Called by a streaming input at every step: applies its delayed faults that are due.
     void streamTick(const QString& id);
 
@@ -69,6 +76,8 @@ public:
         bool endRequested = false;
         bool noBandwidth = false;
         VirtualScene::Motion motion = VirtualScene::Motion::pan;
+        std::shared_ptr<const CameraBuffers> stream; // played instead of the scene
+        QString streamName;                          // its file name
     };
     // The device's current state; none for an id never known.
     std::optional<State> state(const QString& id) const;
