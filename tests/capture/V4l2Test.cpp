@@ -1,11 +1,14 @@
 #include "capture/CameraErrorTexts.h"
 #include "capture/CaptureTestSupport.h"
 #include "capture/RecordedV4l2Io.h"
+#include "capture/v4l2/CameraStreamSaver.h"
 #include "capture/v4l2/DeviceHolder.h"
 #include "capture/v4l2/V4l2Backend.h"
 #include "capture/v4l2/V4l2Formats.h"
 #include "capture/v4l2/V4l2Input.h"
+#include "capture/virtual/CameraStreamFile.h"
 #include "capture/virtual/VirtualScene.h"
+#include "support/QuirkyMjpeg.h"
 
 #include <QDir>
 #include <QFile>
@@ -479,4 +482,44 @@ TEST(DeviceHolder, NamesTheOtherProgramThatHasTheNodeOpen) {
               QStringLiteral("Kamera wird von einem anderen Programm verwendet (cheese, PID 300) — "
                              "dieses Programm beenden, dann neu starten (↻)"));
     EXPECT_FALSE(CameraErrorTexts::alertFor(QStringLiteral("Gerät getrennt")));
+}
+
+// Support's way to make a stream file from a real camera: its buffers back to back as they came
+// (bytes used, padding and all), which a virtual camera then plays as the same buffers.
+TEST(CameraStreamSaver, WritesTheCamerasBuffersAsTheyCame) {
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("wide.mjpeg"));
+    auto io = std::make_shared<RecordedV4l2Io>();
+    io->cameras[node0] = uvcWebcam();
+    const auto jpeg = jpegFrame(640, 360);
+    const CameraBuffers frames{QuirkyMjpeg::withPadding(jpeg, 1000),
+                               QuirkyMjpeg::cutOff(jpeg, 0.5, false),
+                               QuirkyMjpeg::withStrayBytesBeforeEnd(jpeg, 5)};
+    for (const auto& frame : frames)
+        io->push(node0, frame);
+    io->failAfterFrames(node0, ENODEV); // unplugged after them: no waiting for the time asked
+    const SavedCameraStream saved = saveCameraStream(io, node0, path, std::chrono::minutes(1));
+    EXPECT_EQ(saved.error, QStringLiteral("/dev/video0 wurde getrennt"));
+    EXPECT_EQ(saved.buffers, 3);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray written = file.readAll();
+    EXPECT_EQ(saved.bytes, written.size());
+    EXPECT_EQ(splitMjpegStream(reinterpret_cast<const std::uint8_t*>(written.constData()),
+                               std::size_t(written.size())),
+              frames);
+    EXPECT_EQ(io->opened, io->closed);
+
+    // Cameras it cannot save from say why, and leave no file behind.
+    const QString other = dir.filePath(QStringLiteral("other.mjpeg"));
+    io->cameras[node0].formats.pop_back(); // no MJPEG
+    EXPECT_EQ(saveCameraStream(io, node0, other, std::chrono::minutes(1)).error,
+              QStringLiteral("/dev/video0 liefert kein MJPEG"));
+    io->cameras[node0].openError = EACCES;
+    EXPECT_EQ(saveCameraStream(io, node0, other, std::chrono::minutes(1)).error,
+              QStringLiteral("/dev/video0 lässt sich nicht öffnen: ") +
+                  CameraErrorTexts::noAccess());
+    EXPECT_EQ(saveCameraStream(io, "/dev/video7", other, std::chrono::minutes(1)).error,
+              QStringLiteral("/dev/video7 gibt es nicht"));
+    EXPECT_FALSE(QFile::exists(other));
 }
