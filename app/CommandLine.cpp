@@ -90,10 +90,10 @@ int saveCameraStreamAnswer(const QStringList& arguments) {
         saveCameraStream(systemV4l2Io(), wanted->device.toLocal8Bit().toStdString(), wanted->file,
                          std::chrono::milliseconds(qRound64(wanted->seconds * 1000)));
     if (saved.buffers > 0)
-        print(stdout, CommandLine::tr("%1 Bilder (%2 MB) in %3 geschrieben")
-                          .arg(saved.buffers)
-                          .arg(QLocale().toString(double(saved.bytes) / 1e6, 'f', 1))
-                          .arg(wanted->file));
+        print(stdout,
+              CommandLine::tr("%1 Bilder (%2 MB) in %3 geschrieben")
+                  .arg(QString::number(saved.buffers),
+                       QLocale().toString(double(saved.bytes) / 1e6, 'f', 1), wanted->file));
     if (!saved.error.isEmpty()) {
         print(stderr, saved.error);
         return 1;

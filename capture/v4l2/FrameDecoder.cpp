@@ -52,17 +52,14 @@ FrameDecoder::~FrameDecoder() {
     QStringList parts;
     if (c.warned > 0)
         parts << QStringLiteral("%1 mit libjpeg-Warnung gezeigt („%2“)")
-                     .arg(c.warned)
-                     .arg(m_firstWarning);
+                     .arg(QString::number(c.warned), m_firstWarning);
     if (c.cutOff > 0)
         parts << QStringLiteral("%1 abgeschnitten und verworfen").arg(c.cutOff);
     if (c.broken > 0)
         parts << QStringLiteral("%1 nicht dekodierbar und verworfen").arg(c.broken);
     ostrelPost(c.cutOff + c.broken > 0 ? LogLevel::warn : LogLevel::info,
                QStringLiteral("MJPEG-Bildstrom %1: von %2 Bildern %3")
-                   .arg(m_source)
-                   .arg(c.frames)
-                   .arg(parts.join(QStringLiteral(", "))));
+                   .arg(m_source, QString::number(c.frames), parts.join(QStringLiteral(", "))));
 }
 
 FrameDecoder::Counts FrameDecoder::counts() const {
