@@ -45,7 +45,7 @@ TEST(FrameDecoder, DecodesMjpegAsUvcCamerasSendIt) {
     ASSERT_EQ(entries.size(), 1u);
     EXPECT_EQ(entries[0].first, LogLevel::warn);
     const QString& text = entries[0].second;
-    EXPECT_TRUE(text.startsWith(QStringLiteral("MJPEG-Bildstrom Testkamera: von 12 Bildern 2 mit "
+    EXPECT_TRUE(text.startsWith(QStringLiteral("MJPEG-Bildstrom Testkamera: von 13 Bildern 2 mit "
                                                "libjpeg-Warnung gezeigt („Corrupt JPEG data: ")))
         << text.toStdString();
     EXPECT_TRUE(text.endsWith(QStringLiteral(" extraneous bytes before marker 0xd9“), 3 "

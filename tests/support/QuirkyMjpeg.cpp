@@ -81,9 +81,9 @@ Bytes withStrayBytesBeforeEnd(const Bytes& jpeg, int count) {
     return out;
 }
 
-Bytes withPadding(const Bytes& jpeg, std::size_t count) {
+Bytes withPadding(const Bytes& jpeg, std::size_t count, std::uint8_t fill) {
     Bytes out = jpeg;
-    out.resize(jpeg.size() + count, 0);
+    out.resize(jpeg.size() + count, fill);
     return out;
 }
 
@@ -126,6 +126,7 @@ std::vector<Frame> corpus(const PixelBuffer& source, const PixelBuffer& other) {
         {"without Huffman tables", withoutHuffmanTables(clean), source},
         {"stray bytes before the end marker", withStrayBytesBeforeEnd(clean, 10), source},
         {"zero padding after the end marker", withPadding(clean, 4096), source},
+        {"stray bytes after the end marker", withPadding(clean, 50, 0x5A), source},
         {"a size other than the negotiated one", encode(other, Sampling::s422), other},
         {"4:2:0 with restart markers", encode(source, Sampling::s420, 40), source},
         {"4:4:4", encode(source, Sampling::s444), source},

@@ -20,9 +20,9 @@ enum class Sampling { s420, s422, s444 };
 // UVC cameras do; a restart marker every `restartInterval` MCUs (0: none).
 Bytes encode(const PixelBuffer& picture, Sampling sampling, int restartInterval = 0);
 
-Bytes withoutHuffmanTables(const Bytes& jpeg);                // the DHT segments taken out
-Bytes withStrayBytesBeforeEnd(const Bytes& jpeg, int count);  // non-marker bytes before EOI
-Bytes withPadding(const Bytes& jpeg, std::size_t count);      // zero bytes after EOI
+Bytes withoutHuffmanTables(const Bytes& jpeg);               // the DHT segments taken out
+Bytes withStrayBytesBeforeEnd(const Bytes& jpeg, int count); // non-marker bytes before EOI
+Bytes withPadding(const Bytes& jpeg, std::size_t count, std::uint8_t fill = 0); // after EOI
 Bytes cutOff(const Bytes& jpeg, double kept, bool endMarker); // the first share of the bytes
 
 // Soft gradients over four coloured quadrants (`tint` varies the colours) and a few sharp
