@@ -1,6 +1,7 @@
 #include "app/CommandLine.h"
 
 #include "app/Localisation.h"
+#include "capture/v4l2/CameraStreamSaver.h"
 #include "diagnostics/OstrelLog.h"
 #include "diagnostics/VersionText.h"
 
@@ -41,6 +42,12 @@ QString helpAnswer() {
             CommandLine::tr("diese Hilfe zeigen und beenden") + u'\n';
     text += QStringLiteral("  -v, --version   ") +
             CommandLine::tr("die Version zeigen und beenden") + u'\n';
+    text += QStringLiteral("  --save-camera-stream ") + CommandLine::tr("GERÄT DATEI SEKUNDEN") +
+            QStringLiteral("\n      ") +
+            CommandLine::tr("die Bilder einer Kamera (z. B. /dev/video0) SEKUNDEN lang unverändert "
+                            "als MJPEG-Strom in DATEI schreiben, für den Support; abspielen mit "
+                            "OSTREL_VIRTUAL_STREAMS") +
+            u'\n';
     text += u'\n';
     text += CommandLine::tr("Umgebungsvariablen:") + u'\n';
     text += QStringLiteral("  OSTREL_VIRTUAL_DEVICES=1\n      ") +
@@ -52,6 +59,11 @@ QString helpAnswer() {
             CommandLine::tr("Fehler der virtuellen Geräte vorgeben, z. B. "
                             "„silent=ostrel-virtual-camera-2“ (Macro-Kamera ohne Bild)") +
             u'\n';
+    text += QStringLiteral("  OSTREL_VIRTUAL_STREAMS=…\n      ") +
+            CommandLine::tr("virtuelle Kameras spielen statt ihrer Szene MJPEG-Dateien ab, z. B. "
+                            "„ostrel-virtual-camera-1=wide.mjpeg;"
+                            "ostrel-virtual-camera-2=macro.mjpeg“") +
+            u'\n';
     text += QStringLiteral("  LANGUAGE, LC_ALL, LANG\n      ") +
             CommandLine::tr("Sprache: Deutsch bei deutscher Systemsprache, sonst Englisch") + u'\n';
     text += QStringLiteral("  QT_QPA_PLATFORM\n      ") +
@@ -62,7 +74,46 @@ QString helpAnswer() {
     return text;
 }
 
+void print(std::FILE* stream, const QString& text) {
+    const QByteArray bytes = (text + u'\n').toLocal8Bit();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
+}
+
+int saveCameraStreamAnswer(const QStringList& arguments) {
+    const std::optional<CameraStreamArguments> wanted = cameraStreamArguments(arguments);
+    if (!wanted) {
+        print(stderr, CommandLine::tr("Aufruf: ostrel --save-camera-stream GERÄT DATEI SEKUNDEN "
+                                      "(Sekunden von 0,1 bis 3600)"));
+        return 2;
+    }
+    const SavedCameraStream saved =
+        saveCameraStream(systemV4l2Io(), wanted->device.toLocal8Bit().toStdString(), wanted->file,
+                         std::chrono::milliseconds(qRound64(wanted->seconds * 1000)));
+    if (saved.buffers > 0)
+        print(stdout,
+              CommandLine::tr("%1 Bilder (%2 MB) in %3 geschrieben")
+                  .arg(QString::number(saved.buffers),
+                       QLocale().toString(double(saved.bytes) / 1e6, 'f', 1), wanted->file));
+    if (!saved.error.isEmpty()) {
+        print(stderr, saved.error);
+        return 1;
+    }
+    return 0;
+}
+
 } // namespace
+
+std::optional<CameraStreamArguments> cameraStreamArguments(const QStringList& arguments) {
+    const qsizetype at = arguments.indexOf(QStringLiteral("--save-camera-stream"));
+    if (at < 1 || at + 3 >= arguments.size())
+        return std::nullopt;
+    bool number = false;
+    const double seconds = arguments.at(at + 3).toDouble(&number);
+    if (!number || !(seconds >= 0.1 && seconds <= 3600) || arguments.at(at + 1).isEmpty() ||
+        arguments.at(at + 2).isEmpty())
+        return std::nullopt;
+    return CameraStreamArguments{arguments.at(at + 1), arguments.at(at + 2), seconds};
+}
 
 std::optional<CommandLineRequest> commandLineRequest(const QStringList& arguments) {
     for (qsizetype i = 1; i < arguments.size(); ++i) {
@@ -71,6 +122,8 @@ std::optional<CommandLineRequest> commandLineRequest(const QStringList& argument
             return CommandLineRequest::help;
         if (argument == u"--version" || argument == u"-v")
             return CommandLineRequest::version;
+        if (argument == u"--save-camera-stream")
+            return CommandLineRequest::saveCameraStream;
         if (argument == u"--")
             break;
     }
@@ -83,6 +136,8 @@ QString commandLineText(CommandLineRequest request) {
         return helpAnswer();
     case CommandLineRequest::version:
         return versionAnswer();
+    case CommandLineRequest::saveCameraStream:
+        break; // answered by doing it
     }
     return {};
 }
@@ -97,6 +152,8 @@ std::optional<int> answerCommandLine(int& argc, char** argv) {
     QCoreApplication core(argc, argv);
     QTranslator translator;
     installTranslation(core, translator, QLocale::system());
+    if (*request == CommandLineRequest::saveCameraStream)
+        return saveCameraStreamAnswer(arguments);
     const QByteArray text = commandLineText(*request).toLocal8Bit();
     std::fwrite(text.constData(), 1, size_t(text.size()), stdout);
     return std::fflush(stdout) == 0 ? 0 : 1;

@@ -6,16 +6,26 @@
 #include <optional>
 
 // What `ostrel` is asked on its command line before any window exists.
-enum class CommandLineRequest { help, version };
+enum class CommandLineRequest { help, version, saveCameraStream };
 
 // The request among the arguments (argv[0] first); none starts the application. Any other
 // argument is left to Qt (e.g. -platform).
 std::optional<CommandLineRequest> commandLineRequest(const QStringList& arguments);
 
-// The answer printed to standard output, translated like every other text. Needs a
-// QCoreApplication for the paths it names.
+// `--save-camera-stream DEVICE FILE SECONDS`: a camera's stream saved to a file for support.
+struct CameraStreamArguments {
+    QString device;
+    QString file;
+    double seconds = 0;
+};
+// The option's three arguments; none when one is missing or SECONDS is not a number of
+// seconds from a tenth to an hour.
+std::optional<CameraStreamArguments> cameraStreamArguments(const QStringList& arguments);
+
+// The answer to --help or --version printed to standard output, translated like every other
+// text. Needs a QCoreApplication for the paths it names.
 QString commandLineText(CommandLineRequest request);
 
-// Prints the answer to --help or --version with its own QCoreApplication, so that no window
-// system is needed. Returns the exit code then; none starts the application.
+// Answers --help or --version, or saves a camera stream, with its own QCoreApplication, so that
+// no window system is needed. Returns the exit code then; none starts the application.
 std::optional<int> answerCommandLine(int& argc, char** argv);

@@ -48,6 +48,9 @@ std::unique_ptr<CaptureBackend> makeCaptureBackend() {
         if (!rejected.isEmpty())
             ostrelLog(LogLevel::warn, QStringLiteral("OSTREL_VIRTUAL_FAULTS: unbekannt: ") +
                                           rejected.join(QStringLiteral("; ")));
+        const QString streams = qEnvironmentVariable("OSTREL_VIRTUAL_STREAMS");
+        for (const QString& problem : backend->devices().applyStreams(streams))
+            ostrelLog(LogLevel::warn, QStringLiteral("OSTREL_VIRTUAL_STREAMS: ") + problem);
         return backend;
     }
     auto cameras = std::make_unique<V4l2Backend>();

@@ -41,5 +41,6 @@ private:
 bool virtualDevicesRequested();
 
 // The backend of this run: only the virtual devices when they are asked for (with the faults
-// of OSTREL_VIRTUAL_FAULTS), else V4L2 cameras and Qt Multimedia microphones. Main thread.
+// of OSTREL_VIRTUAL_FAULTS and the streams on file of OSTREL_VIRTUAL_STREAMS), else V4L2 cameras
+// and Qt Multimedia microphones. Main thread.
 std::unique_ptr<CaptureBackend> makeCaptureBackend();

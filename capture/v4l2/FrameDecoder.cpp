@@ -1,22 +1,71 @@
 #include "capture/v4l2/FrameDecoder.h"
 
+#include "diagnostics/OstrelLog.h"
+
+#include <QStringList>
+
+#include <jerror.h> // libjpeg's message codes
 #include <linux/videodev2.h>
 #include <turbojpeg.h>
 
-#include <algorithm>
+#include <cstring>
+
+namespace {
+
+// libjpeg's own message texts by code: TurboJPEG names a warning only by its text.
+#define JMESSAGE(code, string) string,
+#define JVERSION "" // the library's version texts, not in its public headers and not needed
+#define JCOPYRIGHT_SHORT ""
+const char* const jpegMessages[] = {
+#include <jerror.h>
+};
+#undef JCOPYRIGHT_SHORT
+#undef JVERSION
+#undef JMESSAGE
+
+// The warnings of a scan that ran out of data; the rest of such a picture is filled grey.
+bool scanEndedEarly(const char* warning) {
+    return std::strcmp(warning, jpegMessages[JWRN_HIT_MARKER]) == 0 ||
+           std::strcmp(warning, jpegMessages[JWRN_JPEG_EOF]) == 0;
+}
+
+// Beyond any UVC camera: a corrupt header must not make the pool allocate gigabytes.
+constexpr int maxSide = 8192;
+
+} // namespace
 
 void FrameDecoder::TurboJpegFree::operator()(void* handle) const {
     if (handle)
         tjDestroy(handle);
 }
 
-FrameDecoder::FrameDecoder(std::uint32_t pixelFormat, int width, int height)
-    : m_pixelFormat(pixelFormat), m_width(width), m_height(height),
+FrameDecoder::FrameDecoder(std::uint32_t pixelFormat, int width, int height, QString source)
+    : m_pixelFormat(pixelFormat), m_width(width), m_height(height), m_source(std::move(source)),
       m_jpeg(pixelFormat == V4L2_PIX_FMT_MJPEG ? tjInitDecompress() : nullptr),
-      m_pool(width, height) {
+      m_pool(std::make_unique<PixelBufferPool>(width, height)) {
 }
 
-FrameDecoder::~FrameDecoder() = default;
+FrameDecoder::~FrameDecoder() {
+    const Counts c = m_counts;
+    if (m_source.isEmpty() || c.warned + c.cutOff + c.broken == 0)
+        return;
+    QStringList parts;
+    if (c.warned > 0)
+        parts << QStringLiteral("%1 mit libjpeg-Warnung gezeigt („%2“)")
+                     .arg(QString::number(c.warned), m_firstWarning);
+    if (c.cutOff > 0)
+        parts << QStringLiteral("%1 abgeschnitten und verworfen").arg(c.cutOff);
+    if (c.broken > 0)
+        parts << QStringLiteral("%1 nicht dekodierbar und verworfen").arg(c.broken);
+    ostrelPost(c.cutOff + c.broken > 0 ? LogLevel::warn : LogLevel::info,
+               QStringLiteral("MJPEG-Bildstrom %1: von %2 Bildern %3")
+                   .arg(m_source, QString::number(c.frames), parts.join(QStringLiteral(", "))));
+}
+
+FrameDecoder::Counts FrameDecoder::counts() const {
+    std::lock_guard guard(m_lock);
+    return m_counts;
+}
 
 PixelBuffer FrameDecoder::decode(const std::uint8_t* data, std::size_t size) {
     if (!data || size == 0)
@@ -25,46 +74,60 @@ PixelBuffer FrameDecoder::decode(const std::uint8_t* data, std::size_t size) {
         std::lock_guard guard(m_lock);
         if (!m_jpeg)
             return {};
-        return decodeJpeg(m_jpeg.get(), data, size, m_pool);
+        return decodeJpeg(data, size);
     }
     if (m_pixelFormat == V4L2_PIX_FMT_YUYV) {
         const std::size_t stride = std::size_t(m_width) * 2;
         if (size < stride * std::size_t(m_height))
             return {};
-        PixelBuffer frame = m_pool.acquire();
+        PixelBuffer frame = m_pool->acquire();
         convertYuyvToBgra(data, stride, frame);
         return frame;
     }
     return {};
 }
 
-PixelBuffer FrameDecoder::decodeJpeg(void* handle, const std::uint8_t* data, std::size_t size,
-                                     PixelBufferPool& pool) {
-    // A complete JPEG ends with the end-of-image marker; cameras may pad a few bytes after it.
-    const std::size_t tail = std::min<std::size_t>(size, 64);
-    bool ended = false;
-    for (std::size_t i = size - tail; i + 1 < size; ++i)
-        ended = ended || (data[i] == 0xFF && data[i + 1] == 0xD9);
-    if (!ended)
-        return {};
+PixelBuffer FrameDecoder::decodeJpeg(const std::uint8_t* data, std::size_t size) {
+    ++m_counts.frames;
+    void* handle = m_jpeg.get();
+    auto* bytes = const_cast<unsigned char*>(data);
+    const auto length = static_cast<unsigned long>(size);
     int width = 0;
     int height = 0;
     int subsampling = 0;
     int colourspace = 0;
-    auto* bytes = const_cast<unsigned char*>(data);
-    if (tjDecompressHeader3(handle, bytes, static_cast<unsigned long>(size), &width, &height,
-                            &subsampling, &colourspace) != 0)
+    const bool header = tjDecompressHeader3(handle, bytes, length, &width, &height, &subsampling,
+                                            &colourspace) == 0 ||
+                        tjGetErrorCode(handle) == TJERR_WARNING;
+    if (!header || width <= 0 || height <= 0 || width > maxSide || height > maxSide) {
+        ++m_counts.broken;
         return {};
-    if (width != pool.width() || height != pool.height())
+    }
+    // The header's size, also where it differs from the negotiated one.
+    if (width != m_pool->width() || height != m_pool->height())
+        m_pool = std::make_unique<PixelBufferPool>(width, height);
+    PixelBuffer frame = m_pool->acquire();
+    if (!frame) {
+        ++m_counts.broken;
         return {};
-    PixelBuffer frame = pool.acquire();
-    if (!frame)
-        return {};
-    // Any warning (a premature end of data, a corrupt segment) counts as a failure.
-    if (tjDecompress2(handle, bytes, static_cast<unsigned long>(size), frame.data(), width,
-                      frame.stride(), height, TJPF_BGRA,
-                      TJFLAG_FASTDCT | TJFLAG_STOPONWARNING) != 0)
-        return {};
+    }
+    // Huffman tables missing from the frame are libjpeg-turbo's standard ones, as UVC expects.
+    if (tjDecompress2(handle, bytes, length, frame.data(), width, frame.stride(), height, TJPF_BGRA,
+                      TJFLAG_FASTDCT) != 0) {
+        if (tjGetErrorCode(handle) != TJERR_WARNING) {
+            ++m_counts.broken;
+            return {};
+        }
+        // The text is that of the frame's first warning; a scan cut short warns first.
+        const char* warning = tjGetErrorStr2(handle);
+        if (scanEndedEarly(warning)) {
+            ++m_counts.cutOff;
+            return {};
+        }
+        ++m_counts.warned;
+        if (m_firstWarning.isEmpty())
+            m_firstWarning = QString::fromUtf8(warning);
+    }
     return frame;
 }
 

@@ -34,6 +34,8 @@ UdevVideoNode readNode(udev_device* device) {
     node.productId = text(udev_device_get_property_value(device, "ID_MODEL_ID"));
     node.model = text(udev_device_get_property_value(device, "ID_MODEL"));
     node.index = text(udev_device_get_sysattr_value(device, "index")).toInt();
+    node.product = text(udev_device_get_property_value(device, "ID_V4L_PRODUCT"));
+    node.capabilities = text(udev_device_get_property_value(device, "ID_V4L_CAPABILITIES"));
     // The parent is owned by the child; it must not be unreferenced.
     if (udev_device* usb =
             udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_device")) {
@@ -46,6 +48,28 @@ UdevVideoNode readNode(udev_device* device) {
         node.fixed = true;
     }
     return node;
+}
+
+QString fallbackName(const UdevVideoNode& node) {
+    return QString(node.model).replace(u'_', u' ').trimmed();
+}
+
+DeviceType deviceType(const UdevVideoNode& node) {
+    return node.fixed ? DeviceType::builtInWideAngle : DeviceType::external;
+}
+
+// A node that refused to open: a camera when udev saw a picture node there (without udev's
+// probe, the first node of a device is the picture node, as with UVC).
+std::optional<CaptureDevice> cameraNotOpened(const UdevVideoNode& node) {
+    const bool picture = node.capabilities.isEmpty()
+                             ? node.index == 0
+                             : node.capabilities.contains(QStringLiteral(":capture:"));
+    if (!picture)
+        return std::nullopt;
+    QString name = node.product.trimmed();
+    if (name.isEmpty())
+        name = fallbackName(node);
+    return CaptureDevice{stableDeviceId(node), name, deviceType(node)};
 }
 
 } // namespace
@@ -65,6 +89,8 @@ std::optional<CaptureDevice> probeVideoNode(V4l2Io& io, const UdevVideoNode& nod
     if (node.devnode.empty())
         return std::nullopt;
     const int fd = io.open(node.devnode.c_str());
+    if (fd == -EACCES || fd == -EPERM)
+        return cameraNotOpened(node);
     if (fd < 0)
         return std::nullopt;
     V4l2Fd device(std::shared_ptr<V4l2Io>(&io, [](V4l2Io*) {}), fd);
@@ -79,9 +105,8 @@ std::optional<CaptureDevice> probeVideoNode(V4l2Io& io, const UdevVideoNode& nod
     const char* card = reinterpret_cast<const char*>(capability.card);
     QString name = QString::fromUtf8(card, int(strnlen(card, sizeof capability.card))).trimmed();
     if (name.isEmpty())
-        name = QString(node.model).replace(u'_', u' ').trimmed();
-    return CaptureDevice{stableDeviceId(node), name,
-                         node.fixed ? DeviceType::builtInWideAngle : DeviceType::external};
+        name = fallbackName(node);
+    return CaptureDevice{stableDeviceId(node), name, deviceType(node)};
 }
 
 V4l2Discovery::V4l2Discovery(std::shared_ptr<V4l2Io> io, QObject* parent)

@@ -23,6 +23,10 @@ struct UdevVideoNode {
     QString model;       // udev's model name, a fallback for the card name
     int index = 0;       // the node's index on its device (0 for the picture node)
     bool fixed = false;  // built into the machine rather than plugged into a port
+    // What udev's own probe (run as root) read from the node: the driver's card name and the
+    // capability list, ":capture:" for a picture node; empty when udev did not probe it.
+    QString product;
+    QString capabilities;
 };
 
 // The id that stays the same for a camera on the same port across replugging and restarts,
@@ -30,7 +34,8 @@ struct UdevVideoNode {
 QString stableDeviceId(const UdevVideoNode& node);
 
 // The camera behind a node, or none when it cannot capture pictures by streaming (metadata
-// nodes, output devices) or cannot be opened.
+// nodes, output devices) or is gone. A picture node the user may not open is a camera all the
+// same, as udev describes it: opening it then tells the user about the `video` group.
 std::optional<CaptureDevice> probeVideoNode(V4l2Io& io, const UdevVideoNode& node);
 
 // USB cameras found through libudev, with hot-plug from a udev monitor thread.

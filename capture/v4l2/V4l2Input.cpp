@@ -137,8 +137,9 @@ int V4l2Input::startStream(const V4l2StreamFormat& wanted) {
 }
 
 void V4l2Input::stream(CaptureSink& sink) {
-    auto decoder =
-        std::make_shared<FrameDecoder>(m_format->pixelFormat, m_format->width, m_format->height);
+    auto decoder = std::make_shared<FrameDecoder>(
+        m_format->pixelFormat, m_format->width, m_format->height,
+        QStringLiteral("%1 (%2)").arg(device().localizedName, QString::fromStdString(m_path)));
     std::optional<std::chrono::steady_clock::time_point> lastFrame;
     while (!m_stopping) {
         const int ready = m_fd->io().poll(m_fd->get(), 100);
@@ -164,14 +165,19 @@ void V4l2Input::stream(CaptureSink& sink) {
         lastFrame = std::chrono::steady_clock::now();
         const MediaTime pts = v4l2CaptureTime(buffer, captureClockNow());
         const bool corrupt = buffer.flags & V4L2_BUF_FLAG_ERROR;
-        if (!corrupt && buffer.index < m_mappings.size() && sink.wantsVideo()) {
+        if (!corrupt && buffer.index < m_mappings.size()) {
             const Mapping& mapping = m_mappings[buffer.index];
             const auto* data = static_cast<const std::uint8_t*>(mapping.get());
             const std::size_t used =
                 std::min<std::size_t>(buffer.bytesused, mapping.get_deleter().length);
-            auto bytes = std::make_shared<std::vector<std::uint8_t>>(data, data + used);
-            sink.pushVideo(
-                {pts, [decoder, bytes] { return decoder->decode(bytes->data(), bytes->size()); }});
+            if (m_tap)
+                m_tap(data, used);
+            if (sink.wantsVideo()) {
+                auto bytes = std::make_shared<std::vector<std::uint8_t>>(data, data + used);
+                sink.pushVideo({pts, [decoder, bytes] {
+                                    return decoder->decode(bytes->data(), bytes->size());
+                                }});
+            }
         }
         if (const int requeued = m_fd->ioctl(VIDIOC_QBUF, &buffer); requeued < 0) {
             sink.streamEnded(requeued == -ENODEV || requeued == -ENXIO ? StreamEnd::unplugged

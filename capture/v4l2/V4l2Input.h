@@ -5,6 +5,7 @@
 #include "capture/v4l2/V4l2Io.h"
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -25,6 +26,11 @@ public:
 
     // The format of the running (or last) stream.
     std::optional<V4l2StreamFormat> format() const { return m_format; }
+
+    // Sees every buffer the driver did not mark as broken, as the camera filled it (its bytes
+    // used), on the stream's thread and whether or not a frame is wanted. Set before `start`.
+    using BufferTap = std::function<void(const std::uint8_t* data, std::size_t size)>;
+    void setBufferTap(BufferTap tap) { m_tap = std::move(tap); }
 
 private:
     // One driver buffer mapped into memory; unmapped when the handle goes.
@@ -47,5 +53,6 @@ private:
     bool m_buffersRequested = false;
     bool m_streaming = false;
     std::atomic<bool> m_stopping{false};
+    BufferTap m_tap;
     std::thread m_thread;
 };

@@ -1,5 +1,6 @@
 #include "capture/virtual/VirtualDevices.h"
 
+#include <QFileInfo>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -230,6 +231,36 @@ QStringList VirtualDevices::applyFaults(const QString& faults) {
         }
     }
     return rejected;
+}
+
+QStringList VirtualDevices::applyStreams(const QString& streams) {
+    QStringList problems;
+    for (const QString& rawPart : streams.split(u';', Qt::SkipEmptyParts)) {
+        const QString part = rawPart.trimmed();
+        const QString id = part.section(u'=', 0, 0).trimmed();
+        const QString path = part.section(u'=', 1).trimmed();
+        bool camera = false;
+        {
+            std::lock_guard guard(m_lock);
+            for (const Entry& entry : m_entries)
+                camera = camera || (entry.device.uniqueID == id &&
+                                    entry.device.mediaType() == MediaType::video);
+        }
+        if (!camera || path.isEmpty()) {
+            problems << QStringLiteral("%1: keine virtuelle Kamera mit Datei").arg(part);
+            continue;
+        }
+        CameraStreamFile file = readCameraStream(path);
+        if (!file.buffers) {
+            problems << QStringLiteral("%1: %2").arg(id, file.error);
+            continue;
+        }
+        change(id, [&](State& s) {
+            s.stream = std::move(file.buffers);
+            s.streamName = QFileInfo(path).fileName();
+        });
+    }
+    return problems;
 }
 
 void VirtualDevices::streamTick(const QString& id) {

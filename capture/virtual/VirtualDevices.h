@@ -1,6 +1,7 @@
 #pragma once
 
 #include "capture/DeviceDiscovery.h"
+#include "capture/virtual/CameraStreamFile.h"
 #include "capture/virtual/VirtualScene.h"
 
 #include <QSize>
@@ -56,6 +57,12 @@ public:
     // not (a "replug" after an "unplug"). Returns the parts it did not understand.
     QStringList applyFaults(const QString& faults);
 
+    // Camera streams on file (manual runs read the list from OSTREL_VIRTUAL_STREAMS):
+    // "ostrel-virtual-camera-1=FILE;ostrel-virtual-camera-2=FILE" makes each named camera play
+    // FILE instead of its scene, through the cameras' MJPEG decoder; its faults still apply.
+    // Returns what cannot be played, each with the reason.
+    QStringList applyStreams(const QString& streams);
+
     // Called by a streaming input at every step: notes when the device first streamed and
     // applies every delayed fault that is due.
     void streamTick(const QString& id);
@@ -72,6 +79,8 @@ public:
         bool endRequested = false;
         bool noBandwidth = false;
         VirtualScene::Motion motion = VirtualScene::Motion::pan;
+        std::shared_ptr<const CameraBuffers> stream; // played instead of the scene
+        QString streamName;                          // its file name
     };
     // The device's current state; none for an id never known.
     std::optional<State> state(const QString& id) const;

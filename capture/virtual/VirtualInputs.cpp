@@ -1,8 +1,11 @@
 #include "capture/virtual/VirtualInputs.h"
 
 #include "capture/CameraErrorTexts.h"
+#include "capture/v4l2/FrameDecoder.h"
 #include "capture/virtual/VirtualDevices.h"
 #include "capture/virtual/VirtualScene.h"
+
+#include <linux/videodev2.h>
 
 #include <cmath>
 #include <numbers>
@@ -17,6 +20,46 @@ MediaTime captureClockNow() {
 QSize presetSize(SessionPreset preset) {
     return preset == SessionPreset::high ? QSize(1920, 1080) : QSize(1280, 720);
 }
+
+// A virtual camera's pictures: its scene at the preset's size (or a fault's), or the buffers of
+// its stream on file, in a loop, through the decoder that V4L2 buffers go through.
+class FrameSource {
+public:
+    FrameSource(const QString& id, SessionPreset preset, const VirtualDevices::State& state)
+        : m_preset(preset), m_pool(std::make_shared<PixelBufferPool>(0, 0)), m_file(state.stream) {
+        const QSize size = presetSize(preset);
+        if (m_file)
+            m_decoder =
+                std::make_shared<FrameDecoder>(V4L2_PIX_FMT_MJPEG, size.width(), size.height(),
+                                               QStringLiteral("%1 (%2)").arg(id, state.streamName));
+        else
+            VirtualScene::prepare();
+    }
+
+    // Step `n`'s picture, made when the frame is delivered.
+    std::function<PixelBuffer()> frame(const VirtualDevices::State& state, std::int64_t n) {
+        if (m_file) {
+            return [file = m_file, decoder = m_decoder, index = std::size_t(n) % m_file->size()] {
+                const std::vector<std::uint8_t>& buffer = (*file)[index];
+                return decoder->decode(buffer.data(), buffer.size());
+            };
+        }
+        const QSize size = state.frameSize.isEmpty() ? presetSize(m_preset) : state.frameSize;
+        if (m_pool->width() != size.width() || m_pool->height() != size.height())
+            m_pool = std::make_shared<PixelBufferPool>(size.width(), size.height());
+        return [pool = m_pool, motion = state.motion, n] {
+            PixelBuffer frame = pool->acquire();
+            VirtualScene::render(motion, n, frame);
+            return frame;
+        };
+    }
+
+private:
+    SessionPreset m_preset;
+    std::shared_ptr<PixelBufferPool> m_pool;
+    std::shared_ptr<const CameraBuffers> m_file;
+    std::shared_ptr<FrameDecoder> m_decoder;
+};
 
 } // namespace
 
@@ -61,14 +104,13 @@ std::optional<QString> VirtualCameraInput::start(SessionPreset preset, CaptureSi
         return initial->startError;
     if (initial->noBandwidth)
         return CameraErrorTexts::usbBandwidth();
-    VirtualScene::prepare();
 
     const QString id = device().uniqueID;
-    auto pool = std::make_shared<PixelBufferPool>(0, 0);
+    FrameSource source(id, preset, *initial);
     using Clock = std::chrono::steady_clock;
     std::optional<Clock::time_point> lastFrame;
     m_stream.start(std::chrono::nanoseconds(1'000'000'000 / VirtualScene::framesPerSecond),
-                   [this, id, preset, &sink, pool, lastFrame](std::int64_t n) mutable {
+                   [this, id, &sink, source, lastFrame](std::int64_t n) mutable {
                        m_devices->streamTick(id);
                        const auto state = m_devices->state(id);
                        if (!state || !state->present) {
@@ -91,16 +133,7 @@ std::optional<QString> VirtualCameraInput::start(SessionPreset preset, CaptureSi
                        if (state->silent || !sink.wantsVideo())
                            return true;
                        lastFrame = Clock::now();
-                       const QSize size =
-                           state->frameSize.isEmpty() ? presetSize(preset) : state->frameSize;
-                       if (pool->width() != size.width() || pool->height() != size.height())
-                           pool = std::make_shared<PixelBufferPool>(size.width(), size.height());
-                       const VirtualScene::Motion motion = state->motion;
-                       sink.pushVideo({captureClockNow(), [pool, motion, n] {
-                                           PixelBuffer frame = pool->acquire();
-                                           VirtualScene::render(motion, n, frame);
-                                           return frame;
-                                       }});
+                       sink.pushVideo({captureClockNow(), source.frame(*state, n)});
                        return true;
                    });
     return std::nullopt;

@@ -258,6 +258,45 @@
     </message>
 </context>
 <context>
+    <name>CameraStreamSaver</name>
+    <message>
+        <source>%1 gibt es nicht</source>
+        <translation>%1 does not exist</translation>
+    </message>
+    <message>
+        <source>%1 lässt sich nicht öffnen: %2</source>
+        <translation>%1 cannot be opened: %2</translation>
+    </message>
+    <message>
+        <source>%1 ist keine Kamera</source>
+        <translation>%1 is not a camera</translation>
+    </message>
+    <message>
+        <source>%1 lässt sich nicht schreiben: %2</source>
+        <translation>%1 cannot be written: %2</translation>
+    </message>
+    <message>
+        <source>%1 streamt nicht: %2</source>
+        <translation>%1 does not stream: %2</translation>
+    </message>
+    <message>
+        <source>%1 liefert kein MJPEG</source>
+        <translation>%1 does not deliver MJPEG</translation>
+    </message>
+    <message>
+        <source>%1 wurde getrennt</source>
+        <translation>%1 was disconnected</translation>
+    </message>
+    <message>
+        <source>Bildstrom von %1 abgebrochen</source>
+        <translation>The stream of %1 broke off</translation>
+    </message>
+    <message>
+        <source>%1 hat keine Bilder geliefert</source>
+        <translation>%1 delivered no pictures</translation>
+    </message>
+</context>
+<context>
     <name>CommandLine</name>
     <message>
         <source>Aufruf: ostrel [OPTION]</source>
@@ -310,6 +349,26 @@
     <message>
         <source>Diagnoseprotokoll: %1</source>
         <translation>Diagnostic log: %1</translation>
+    </message>
+    <message>
+        <source>GERÄT DATEI SEKUNDEN</source>
+        <translation>DEVICE FILE SECONDS</translation>
+    </message>
+    <message>
+        <source>die Bilder einer Kamera (z. B. /dev/video0) SEKUNDEN lang unverändert als MJPEG-Strom in DATEI schreiben, für den Support; abspielen mit OSTREL_VIRTUAL_STREAMS</source>
+        <translation>write a camera&apos;s pictures (e.g. /dev/video0) unchanged as an MJPEG stream to FILE for SECONDS, for support; play it back with OSTREL_VIRTUAL_STREAMS</translation>
+    </message>
+    <message>
+        <source>virtuelle Kameras spielen statt ihrer Szene MJPEG-Dateien ab, z. B. „ostrel-virtual-camera-1=wide.mjpeg;ostrel-virtual-camera-2=macro.mjpeg“</source>
+        <translation>virtual cameras play MJPEG files instead of their scene, e.g. &quot;ostrel-virtual-camera-1=wide.mjpeg;ostrel-virtual-camera-2=macro.mjpeg&quot;</translation>
+    </message>
+    <message>
+        <source>Aufruf: ostrel --save-camera-stream GERÄT DATEI SEKUNDEN (Sekunden von 0,1 bis 3600)</source>
+        <translation>Usage: ostrel --save-camera-stream DEVICE FILE SECONDS (seconds from 0.1 to 3600)</translation>
+    </message>
+    <message>
+        <source>%1 Bilder (%2 MB) in %3 geschrieben</source>
+        <translation>%1 pictures (%2 MB) written to %3</translation>
     </message>
 </context>
 <context>

@@ -19,3 +19,24 @@ TEST(CommandLine, HelpAndVersionAreFoundAmongQtOptionsButNotAfterTheEndMarker) {
     EXPECT_EQ(commandLineRequest({QStringLiteral("ostrel"), QStringLiteral("--helpme")}),
               std::nullopt);
 }
+
+TEST(CommandLine, SaveCameraStreamTakesADeviceAFileAndSeconds) {
+    const auto parsed = [](QStringList tail) {
+        return cameraStreamArguments(QStringList{QStringLiteral("ostrel")} + tail);
+    };
+    const QString option = QStringLiteral("--save-camera-stream");
+    EXPECT_EQ(commandLineRequest({QStringLiteral("ostrel"), option}),
+              CommandLineRequest::saveCameraStream);
+    const auto wanted = parsed({option, "/dev/video0", "wide.mjpeg", "2.5"});
+    ASSERT_TRUE(wanted);
+    EXPECT_EQ(wanted->device, QStringLiteral("/dev/video0"));
+    EXPECT_EQ(wanted->file, QStringLiteral("wide.mjpeg"));
+    EXPECT_EQ(wanted->seconds, 2.5);
+    for (const QStringList& wrong : {QStringList{option, "/dev/video0", "wide.mjpeg"},
+                                     {option, "/dev/video0", "f", "zwei"},
+                                     {option, "/dev/video0", "f", "0"},
+                                     {option, "/dev/video0", "f", "3601"},
+                                     {option, "", "f", "5"},
+                                     {"/dev/video0", "f", "5"}})
+        EXPECT_FALSE(parsed(wrong)) << wrong.join(u' ').toStdString();
+}

@@ -48,6 +48,8 @@ TEST(CommandLine, HelpInGermanNamesTheOptionsTheEnvironmentAndTheFiles) {
          {QStringLiteral("-h, --help"), QStringLiteral("-v, --version"),
           QStringLiteral("Umgebungsvariablen:"), QStringLiteral("OSTREL_VIRTUAL_DEVICES=1"),
           QStringLiteral("virtuelles Kamerapaar"), QStringLiteral("OSTREL_VIRTUAL_FAULTS"),
+          QStringLiteral("--save-camera-stream GERÄT DATEI SEKUNDEN"),
+          QStringLiteral("OSTREL_VIRTUAL_STREAMS"),
           QStringLiteral("Einstellungen: ") + app.home() +
               QStringLiteral("/.config/ostrel/ostrel.conf"),
           QStringLiteral("Diagnoseprotokoll: ") + app.logPath()})
@@ -65,6 +67,22 @@ TEST(CommandLine, HelpFollowsAnEnglishSystemLanguage) {
     EXPECT_TRUE(result.standardOutput.contains(QStringLiteral("Environment variables:")));
     EXPECT_TRUE(result.standardOutput.contains(QStringLiteral("OSTREL_VIRTUAL_DEVICES=1")));
     EXPECT_FALSE(result.standardOutput.contains(QStringLiteral("Umgebungsvariablen")));
+}
+
+TEST(CommandLine, SavingACameraStreamSaysWhyItCannotWithoutAWindow) {
+    AppRun app(withoutWindowSystem(QStringLiteral("de_DE.UTF-8")));
+    const QString file = app.home() + QStringLiteral("/wide.mjpeg");
+    const AppRun::Output missing =
+        app.runToExit({QStringLiteral("--save-camera-stream"), QStringLiteral("/dev/video-none"),
+                       file, QStringLiteral("2")});
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_EQ(missing.standardError, QStringLiteral("/dev/video-none gibt es nicht\n"));
+    const AppRun::Output wrong = app.runToExit(
+        {QStringLiteral("--save-camera-stream"), QStringLiteral("/dev/video0"), file});
+    EXPECT_EQ(wrong.exitCode, 2);
+    EXPECT_TRUE(wrong.standardError.startsWith(
+        QStringLiteral("Aufruf: ostrel --save-camera-stream GERÄT DATEI SEKUNDEN")));
+    EXPECT_FALSE(QFile::exists(file));
 }
 
 TEST(CommandLine, WithoutAnOptionTheProgramTriesToOpenItsWindow) {

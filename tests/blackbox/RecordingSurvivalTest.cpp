@@ -1,22 +1,28 @@
 // The built app recording as a user drives it (Ctrl+R, Ctrl+P), and what is on disk
 // afterwards as players see it (ffprobe and GStreamer): a normal recording with a photo, a
-// crash with an immediate restart, a drive that fills up while recording, and a folder that
-// cannot be written.
+// crash with an immediate restart, a drive that fills up while recording, a folder that cannot
+// be written, and cameras that send MJPEG as cheap UVC cameras do (streams on file).
 
 #include "blackbox/AppRun.h"
 #include "recording/MediaProbe.h"
 #include "support/EventLoop.h"
+#include "support/QuirkyMjpeg.h"
 
 #include <QColor>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QProcess>
+#include <QTemporaryDir>
 #include <QThread>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cmath>
 #include <csignal>
+#include <numbers>
 #include <unistd.h>
 
 namespace {
@@ -52,6 +58,52 @@ void expectPlayable(const QString& file, double minSeconds, double maxSeconds) {
 void startLive(AppRun& app) {
     const auto error = app.startLive();
     ASSERT_FALSE(error) << error->toStdString();
+}
+
+// A camera picture to find again in a recording: one colour per quadrant (RGB, `colours` top
+// left, top right, bottom left, bottom right) under soft vertical stripes, which make it a live
+// picture to the window check and average out over their period of 16 pixels.
+PixelBuffer quadrantPicture(int width, int height, const std::array<QColor, 4>& colours) {
+    PixelBuffer picture = PixelBuffer::allocate(width, height);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const QColor& c = colours[std::size_t((y * 2 / height) * 2 + x * 2 / width)];
+            const int stripe = int(std::lround(30 * std::sin(x * 2 * std::numbers::pi / 16)));
+            std::uint8_t* p = picture.row(y) + x * 4;
+            p[0] = std::uint8_t(std::clamp(c.blue() + stripe, 0, 255));
+            p[1] = std::uint8_t(std::clamp(c.green() + stripe, 0, 255));
+            p[2] = std::uint8_t(std::clamp(c.red() + stripe, 0, 255));
+            p[3] = 255;
+        }
+    return picture;
+}
+
+// A stream file of `picture` as a cheap camera sends it: every frame without Huffman tables,
+// with stray bytes before its end marker, zero padding after it, or all of these.
+void writeQuirkyStream(const QString& path, const PixelBuffer& picture,
+                       QuirkyMjpeg::Sampling sampling) {
+    using namespace QuirkyMjpeg;
+    const Bytes clean = encode(picture, sampling);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    for (const Bytes& frame :
+         {withoutHuffmanTables(clean), withStrayBytesBeforeEnd(clean, 9), withPadding(clean, 3000),
+          withPadding(withStrayBytesBeforeEnd(withoutHuffmanTables(clean), 11), 500)})
+        ASSERT_EQ(file.write(reinterpret_cast<const char*>(frame.data()), qint64(frame.size())),
+                  qint64(frame.size()));
+}
+
+// Mean colour of a square of `size` pixels centred at `centre`.
+QColor meanColour(const QImage& image, QPoint centre, int size) {
+    long r = 0, g = 0, b = 0, n = 0;
+    for (int y = centre.y() - size / 2; y < centre.y() + size / 2; ++y)
+        for (int x = centre.x() - size / 2; x < centre.x() + size / 2; ++x, ++n) {
+            const QColor c = image.pixelColor(x, y);
+            r += c.red();
+            g += c.green();
+            b += c.blue();
+        }
+    return QColor(int(r / n), int(g / n), int(b / n));
 }
 
 } // namespace
@@ -175,4 +227,75 @@ TEST(RecordingSurvival, FolderThatCannotBeWrittenIsReportedBeforeAnythingIsRecor
     const QStringList lines = app.logLines().mid(before);
     EXPECT_TRUE(lines.filter(QStringLiteral("Aufnahme läuft")).isEmpty()) << "nothing recorded";
     EXPECT_TRUE(QDir(folder).entryList(QDir::Files | QDir::Hidden).isEmpty());
+}
+
+// Two cameras that send every frame the way inexpensive UVC cameras do, played from files
+// through the app's MJPEG decoder: the recording runs at the camera rate and holds each
+// camera's own picture, turned by 180 degrees, the Wide one filling the canvas.
+TEST(RecordingSurvival, CamerasWithQuirkyMjpegRecordTheirPicturesAtTheCameraRate) {
+    QTemporaryDir streams;
+    const std::array<QColor, 4> wideColours{QColor(200, 50, 50), QColor(50, 180, 60),
+                                            QColor(50, 70, 200), QColor(150, 150, 150)};
+    // 1280 × 720 where the app negotiated 1920 × 1080: the header's size is what counts.
+    const QString wide = streams.filePath(QStringLiteral("wide.mjpeg"));
+    writeQuirkyStream(wide, quadrantPicture(1280, 720, wideColours), QuirkyMjpeg::Sampling::s422);
+    const std::array<QColor, 4> macroColours{QColor(220, 200, 40), QColor(40, 200, 220),
+                                             QColor(200, 40, 220), QColor(90, 90, 90)};
+    const QString macro = streams.filePath(QStringLiteral("macro.mjpeg"));
+    writeQuirkyStream(macro, quadrantPicture(640, 360, macroColours), QuirkyMjpeg::Sampling::s420);
+    AppRunOptions options;
+    // The frame rate is the capture path's and the encoder's; a smaller window leaves them the
+    // CPU that software rendering of a full-screen live view would take.
+    options.screenWidth = 1280;
+    options.screenHeight = 720;
+    options.environment.insert(QStringLiteral("OSTREL_VIRTUAL_STREAMS"),
+                               QStringLiteral("ostrel-virtual-camera-1=%1;"
+                                              "ostrel-virtual-camera-2=%2")
+                                   .arg(wide, macro));
+    AppRun app(options);
+    startLive(app);
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft (1920×1080")));
+    recordFor(5);
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: "), 60000))
+        << app.logLines().join(u'\n').toStdString();
+
+    const QStringList movies = app.recordingFiles(QStringLiteral("OSTREL-*.mp4"));
+    ASSERT_EQ(movies.size(), 1);
+    const QString file = QDir(app.recordingFolder()).filePath(movies[0]);
+    const ProbedFile probed = probeFile(file);
+    ASSERT_TRUE(probed.ok);
+    // The video stream's own length: the sound may run a little longer.
+    const double seconds =
+        probed.stream(QStringLiteral("video")).value("duration").toString().toDouble();
+    const int frames = decodedVideoFrames(file);
+    EXPECT_GE(frames / seconds, 29.0) << frames << " frames in " << seconds << " s\n"
+                                      << app.logLines().join(u'\n').toStdString();
+
+    // Source point (x, y) of the 1280 × 720 Wide picture, turned and scaled by 1.5, lies at
+    // ((1280 - x) · 1.5, (720 - y) · 1.5); these keep clear of the Macro inset, which sits at
+    // the bottom centre (576 × 324 from (672, 756)) with its quadrants turned as well.
+    const QImage first = firstVideoFrame(file);
+    ASSERT_EQ(first.size(), QSize(1920, 1080));
+    if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT"); !out.isEmpty())
+        first.save(out + QStringLiteral("/blackbox-quirky-streams.png"));
+    const std::pair<QPoint, QColor> expected[] = {
+        {QPoint(1440, 810), wideColours[0]},  // Wide, top left, now bottom right
+        {QPoint(420, 810), wideColours[1]},   // Wide, top right
+        {QPoint(1440, 270), wideColours[2]},  // Wide, bottom left
+        {QPoint(420, 270), wideColours[3]},   // Wide, bottom right
+        {QPoint(1104, 999), macroColours[0]}, // Macro, top left
+        {QPoint(816, 999), macroColours[1]},  // Macro, top right
+        {QPoint(1104, 837), macroColours[2]}, // Macro, bottom left
+        {QPoint(816, 837), macroColours[3]},  // Macro, bottom right
+    };
+    for (const auto& [at, colour] : expected) {
+        const QColor seen = meanColour(first, at, 48); // two stripe periods
+        EXPECT_LE(std::abs(seen.red() - colour.red()) + std::abs(seen.green() - colour.green()) +
+                      std::abs(seen.blue() - colour.blue()),
+                  36)
+            << "at " << at.x() << "," << at.y() << ": " << seen.name().toStdString() << " for "
+            << colour.name().toStdString();
+    }
 }

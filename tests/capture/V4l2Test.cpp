@@ -1,12 +1,14 @@
 #include "capture/CameraErrorTexts.h"
 #include "capture/CaptureTestSupport.h"
 #include "capture/RecordedV4l2Io.h"
+#include "capture/v4l2/CameraStreamSaver.h"
 #include "capture/v4l2/DeviceHolder.h"
-#include "capture/v4l2/FrameDecoder.h"
 #include "capture/v4l2/V4l2Backend.h"
 #include "capture/v4l2/V4l2Formats.h"
 #include "capture/v4l2/V4l2Input.h"
+#include "capture/virtual/CameraStreamFile.h"
 #include "capture/virtual/VirtualScene.h"
+#include "support/QuirkyMjpeg.h"
 
 #include <QDir>
 #include <QFile>
@@ -168,8 +170,6 @@ TEST(V4l2Discovery, ProbingKeepsCaptureNodesAndSkipsMetadataNodes) {
     io.cameras["/dev/video1"].deviceCaps = V4L2_CAP_META_CAPTURE | V4L2_CAP_STREAMING;
     io.cameras["/dev/video2"] = uvcWebcam();
     io.cameras["/dev/video2"].card = "  ";
-    io.cameras["/dev/video3"] = uvcWebcam();
-    io.cameras["/dev/video3"].openError = EACCES;
 
     const auto camera = probeVideoNode(io, usbNode("/dev/video0", "2"));
     ASSERT_TRUE(camera);
@@ -179,12 +179,56 @@ TEST(V4l2Discovery, ProbingKeepsCaptureNodesAndSkipsMetadataNodes) {
     EXPECT_FALSE(probeVideoNode(io, usbNode("/dev/video1", "2")));
     EXPECT_EQ(probeVideoNode(io, usbNode("/dev/video2", "3"))->localizedName,
               QStringLiteral("HD Pro Webcam C920"));
-    EXPECT_FALSE(probeVideoNode(io, usbNode("/dev/video3", "4")));
     EXPECT_FALSE(probeVideoNode(io, usbNode("/dev/video9", "5")));
     UdevVideoNode builtIn = usbNode("/dev/video0", "7");
     builtIn.fixed = true;
     EXPECT_EQ(probeVideoNode(io, builtIn)->deviceType, DeviceType::builtInWideAngle);
     EXPECT_EQ(io.opened, io.closed);
+}
+
+// A camera whose node the user may not open is listed as udev describes it; opening it then
+// gives the hint about the "video" group instead of leaving the camera out ("not found").
+TEST(V4l2Discovery, CameraTheUserMayNotOpenIsListedAndOpeningItSaysWhy) {
+    auto io = std::make_shared<RecordedV4l2Io>();
+    const auto denied = [&](const std::string& devnode, int error, const char* capabilities,
+                            int index) {
+        io->cameras[devnode] = uvcWebcam();
+        io->cameras[devnode].openError = error;
+        UdevVideoNode node = usbNode(devnode, "2");
+        node.product = QStringLiteral("HD Pro Webcam C920");
+        node.capabilities = QString::fromLatin1(capabilities);
+        node.index = index;
+        return node;
+    };
+    struct Case {
+        UdevVideoNode node;
+        bool listed;
+    };
+    const Case cases[] = {
+        {denied("/dev/video0", EACCES, ":capture:", 0), true},
+        {denied("/dev/video1", EACCES, ":", 1), false}, // its metadata node
+        {denied("/dev/video2", EPERM, ":capture:", 0), true},
+        {denied("/dev/video3", EACCES, "", 0), true}, // not probed by udev: the first node
+        {denied("/dev/video4", EACCES, "", 1), false},
+        {denied("/dev/video5", ENODEV, ":capture:", 0), false}, // gone, not forbidden
+    };
+    V4l2Backend backend(io);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.node.devnode);
+        const auto camera = probeVideoNode(*io, c.node);
+        ASSERT_EQ(camera.has_value(), c.listed);
+        if (!camera)
+            continue;
+        EXPECT_EQ(camera->localizedName, QStringLiteral("HD Pro Webcam C920"));
+        EXPECT_EQ(camera->deviceType, DeviceType::external);
+        QSignalSpy connected(&backend.v4l2Discovery(), &DeviceDiscovery::devicesChanged);
+        backend.v4l2Discovery().handleEvent(QStringLiteral("add"), c.node);
+        ASSERT_EQ(connected.size(), 1);
+        const auto made = backend.makeDeviceInput(*camera);
+        EXPECT_FALSE(made.input);
+        EXPECT_EQ(made.error, CameraErrorTexts::noAccess());
+    }
+    EXPECT_EQ(io->opened, 0);
 }
 
 TEST(V4l2Discovery, HotPlugEventsNameTheDeviceThatCameAndWent) {
@@ -198,13 +242,14 @@ TEST(V4l2Discovery, HotPlugEventsNameTheDeviceThatCameAndWent) {
                      [&](DeviceChange change, const CaptureDevice& device) {
                          seen.emplace_back(change, device);
                      });
+    UdevVideoNode removed; // a remove event tells only the node
+    removed.devnode = "/dev/video0";
     // A storm of plug and unplug events of the picture node and its metadata node.
     for (int i = 0; i < 100; ++i) {
         discovery.handleEvent(QStringLiteral("add"), usbNode("/dev/video0", "2"));
         discovery.handleEvent(QStringLiteral("add"), usbNode("/dev/video1", "2"));
         discovery.handleEvent(QStringLiteral("remove"), usbNode("/dev/video1", "2"));
-        discovery.handleEvent(QStringLiteral("remove"),
-                              UdevVideoNode{"/dev/video0", {}, {}, {}, {}, 0, false});
+        discovery.handleEvent(QStringLiteral("remove"), removed);
     }
     ASSERT_EQ(seen.size(), 200u);
     for (std::size_t i = 0; i < seen.size(); ++i) {
@@ -338,32 +383,6 @@ TEST_F(V4l2StreamTest, YuyvFallbackConvertsToBgra) {
     EXPECT_EQ(delegate->size(0), QSize(640, 360));
 }
 
-TEST(FrameDecoder, DecodesJpegToBgraAndRejectsBrokenData) {
-    PixelBuffer source;
-    const auto jpeg = jpegFrame(640, 360, &source);
-    FrameDecoder decoder(V4L2_PIX_FMT_MJPEG, 640, 360);
-    const PixelBuffer decoded = decoder.decode(jpeg.data(), jpeg.size());
-    ASSERT_TRUE(decoded);
-    long error = 0;
-    for (int y = 0; y < 360; y += 9)
-        for (int x = 0; x < 640; x += 11)
-            for (int c = 0; c < 3; ++c)
-                error += std::abs(int(decoded.row(y)[x * 4 + c]) - int(source.row(y)[x * 4 + c]));
-    EXPECT_LT(double(error) / (40 * 59 * 3), 12.0); // JPEG is lossy, but close
-    EXPECT_EQ(decoded.row(100)[3], 255);
-
-    auto truncated = jpeg;
-    truncated.resize(jpeg.size() - 300);
-    EXPECT_FALSE(decoder.decode(truncated.data(), truncated.size()));
-    std::vector<std::uint8_t> garbage(5000, 0x5A);
-    garbage.back() = 0xD9;
-    garbage[garbage.size() - 2] = 0xFF;
-    EXPECT_FALSE(decoder.decode(garbage.data(), garbage.size()));
-    EXPECT_FALSE(decoder.decode(nullptr, 0));
-    FrameDecoder other(V4L2_PIX_FMT_MJPEG, 1280, 720); // a frame of another size
-    EXPECT_FALSE(other.decode(jpeg.data(), jpeg.size()));
-}
-
 // A camera that sent pictures and then none is reported as stalled; its session stops running.
 TEST_F(V4l2StreamTest, CameraThatGoesQuietIsReportedAsStalled) {
     PixelBuffer source;
@@ -463,4 +482,44 @@ TEST(DeviceHolder, NamesTheOtherProgramThatHasTheNodeOpen) {
               QStringLiteral("Kamera wird von einem anderen Programm verwendet (cheese, PID 300) — "
                              "dieses Programm beenden, dann neu starten (↻)"));
     EXPECT_FALSE(CameraErrorTexts::alertFor(QStringLiteral("Gerät getrennt")));
+}
+
+// Support's way to make a stream file from a real camera: its buffers back to back as they came
+// (bytes used, padding and all), which a virtual camera then plays as the same buffers.
+TEST(CameraStreamSaver, WritesTheCamerasBuffersAsTheyCame) {
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("wide.mjpeg"));
+    auto io = std::make_shared<RecordedV4l2Io>();
+    io->cameras[node0] = uvcWebcam();
+    const auto jpeg = jpegFrame(640, 360);
+    const CameraBuffers frames{QuirkyMjpeg::withPadding(jpeg, 1000),
+                               QuirkyMjpeg::cutOff(jpeg, 0.5, false),
+                               QuirkyMjpeg::withStrayBytesBeforeEnd(jpeg, 5)};
+    for (const auto& frame : frames)
+        io->push(node0, frame);
+    io->failAfterFrames(node0, ENODEV); // unplugged after them: no waiting for the time asked
+    const SavedCameraStream saved = saveCameraStream(io, node0, path, std::chrono::minutes(1));
+    EXPECT_EQ(saved.error, QStringLiteral("/dev/video0 wurde getrennt"));
+    EXPECT_EQ(saved.buffers, 3);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray written = file.readAll();
+    EXPECT_EQ(saved.bytes, written.size());
+    EXPECT_EQ(splitMjpegStream(reinterpret_cast<const std::uint8_t*>(written.constData()),
+                               std::size_t(written.size())),
+              frames);
+    EXPECT_EQ(io->opened, io->closed);
+
+    // Cameras it cannot save from say why, and leave no file behind.
+    const QString other = dir.filePath(QStringLiteral("other.mjpeg"));
+    io->cameras[node0].formats.pop_back(); // no MJPEG
+    EXPECT_EQ(saveCameraStream(io, node0, other, std::chrono::minutes(1)).error,
+              QStringLiteral("/dev/video0 liefert kein MJPEG"));
+    io->cameras[node0].openError = EACCES;
+    EXPECT_EQ(saveCameraStream(io, node0, other, std::chrono::minutes(1)).error,
+              QStringLiteral("/dev/video0 lässt sich nicht öffnen: ") +
+                  CameraErrorTexts::noAccess());
+    EXPECT_EQ(saveCameraStream(io, "/dev/video7", other, std::chrono::minutes(1)).error,
+              QStringLiteral("/dev/video7 gibt es nicht"));
+    EXPECT_FALSE(QFile::exists(other));
 }

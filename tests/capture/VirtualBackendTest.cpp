@@ -1,7 +1,12 @@
 #include "capture/virtual/VirtualBackend.h"
 #include "capture/CaptureTestSupport.h"
+#include "capture/virtual/CameraStreamFile.h"
 #include "capture/virtual/VirtualInputs.h"
 #include "capture/virtual/VirtualScene.h"
+#include "support/QuirkyMjpeg.h"
+
+#include <QFile>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -302,4 +307,112 @@ TEST(VirtualDevices, RunningCameraFaultsEndTheStreamWithTheirReason) {
     EXPECT_EQ(refused.session->lastStartError(),
               QStringLiteral("USB-Bandbreite reicht nicht — Kameras an verschiedene "
                              "USB-Anschlüsse anschließen"));
+}
+
+TEST(CameraStreamFile, CutsAtEachStartOfImageKeepingWhatFollowsEachPicture) {
+    using Bytes = std::vector<std::uint8_t>;
+    const auto join = [](std::initializer_list<Bytes> parts) {
+        Bytes all;
+        for (const Bytes& part : parts)
+            all.insert(all.end(), part.begin(), part.end());
+        return all;
+    };
+    const Bytes picture{0xFF, 0xD8, 0xFF, 0xE0, 1, 2, 0xFF, 0xD9};
+    // A stuffed FF 00 before D8 in the scan, and zero padding after the end marker.
+    const Bytes padded{0xFF, 0xD8, 0xFF, 0xDA, 0xFF, 0x00, 0xD8, 0xFF, 0xD9, 0, 0, 0};
+    struct Case {
+        const char* name;
+        Bytes stream;
+        std::vector<Bytes> buffers;
+    };
+    const Case cases[] = {
+        {"back to back", join({picture, picture}), {picture, picture}},
+        {"padding stays with its picture", join({padded, picture}), {padded, picture}},
+        {"stray bytes stay with the picture before them",
+         join({picture, {7, 0xFF, 0xD8, 7}, picture}),
+         {join({picture, {7, 0xFF, 0xD8, 7}}), picture}},
+        {"bytes before the first picture belong to none", join({{1, 2, 3}, picture}), {picture}},
+        {"no picture", {1, 2, 3, 0xFF, 0xD8}, {}},
+        {"empty", {}, {}},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(splitMjpegStream(c.stream.data(), c.stream.size()), c.buffers) << c.name;
+}
+
+// A camera stream on file plays in a loop through the decoder the V4L2 cameras use: a cheap
+// camera's pictures decode, a transfer cut off among them is dropped, and faults still apply.
+TEST(VirtualCamera, PlaysAStreamOnFileThroughTheCamerasDecoder) {
+    LogProbe log;
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("wide.mjpeg"));
+    std::vector<PixelBuffer> pictures;
+    {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        const auto append = [&](const QuirkyMjpeg::Bytes& bytes) {
+            file.write(reinterpret_cast<const char*>(bytes.data()), qint64(bytes.size()));
+        };
+        for (int i = 0; i < 3; ++i) {
+            pictures.push_back(QuirkyMjpeg::picture(320, 176, i * 40));
+            const auto jpeg = QuirkyMjpeg::withoutHuffmanTables(
+                QuirkyMjpeg::encode(pictures.back(), QuirkyMjpeg::Sampling::s422));
+            append(QuirkyMjpeg::withPadding(jpeg, std::size_t(i) * 300));
+            if (i == 1)
+                append(QuirkyMjpeg::cutOff(jpeg, 0.5, false));
+        }
+    }
+    VirtualBackend backend;
+    const QStringList problems = backend.devices().applyStreams(
+        QStringLiteral("ostrel-virtual-camera-1=%1; ostrel-virtual-microphone=%1;"
+                       "ostrel-virtual-camera-2=%2")
+            .arg(path, dir.filePath(QStringLiteral("missing.mjpeg"))));
+    ASSERT_EQ(problems.size(), 2) << problems.join(u'\n').toStdString();
+    EXPECT_EQ(problems[0], QStringLiteral("ostrel-virtual-microphone=%1: keine virtuelle Kamera "
+                                          "mit Datei")
+                               .arg(path));
+    EXPECT_TRUE(problems[1].startsWith(QStringLiteral("ostrel-virtual-camera-2: %1 nicht lesbar")
+                                           .arg(dir.filePath(QStringLiteral("missing.mjpeg")))));
+
+    struct Pictures : SampleBufferDelegate {
+        void captureOutput(CaptureOutput&, const SampleBuffer& buffer) override {
+            std::lock_guard guard(lock);
+            taken.push_back(buffer.image);
+        }
+        std::size_t count() {
+            std::lock_guard guard(lock);
+            return taken.size();
+        }
+        std::mutex lock;
+        std::vector<PixelBuffer> taken;
+    };
+    auto delegate = std::make_shared<Pictures>();
+    SerialQueue queue("com.ostrel.cam.video0");
+    {
+        auto made = backend.makeDeviceInput(backend.discovery().allDevices()[0]);
+        auto session = backend.makeSession();
+        session->addInput(made.input);
+        auto output = std::make_shared<TaggedOutput>(0);
+        output->setAlwaysDiscardsLateVideoFrames(false);
+        output->setSampleBufferDelegate(delegate, &queue);
+        session->addOutput(output);
+        std::atomic<int> ended{0};
+        session->setStreamEndHandler(
+            [&](StreamEnd reason) { ended += reason == StreamEnd::ended ? 1 : 100; });
+        session->startRunning();
+        ASSERT_TRUE(pumpUntil([&] { return delegate->count() >= 7; }));
+        backend.devices().endStream(VirtualDevices::camera1ID);
+        ASSERT_TRUE(pumpUntil([&] { return ended != 0; }));
+        EXPECT_EQ(ended, 1);
+        session->stopRunning();
+        queue.drain();
+    }
+    std::lock_guard guard(delegate->lock);
+    for (std::size_t i = 0; i < 7; ++i)
+        EXPECT_LT(QuirkyMjpeg::meanDifference(delegate->taken[i], pictures[i % 3]), 3.0)
+            << "picture " << i;
+    const QStringList logged = log.messages();
+    ASSERT_EQ(logged.size(), 1) << logged.join(u'\n').toStdString();
+    EXPECT_TRUE(logged[0].startsWith(
+        QStringLiteral("MJPEG-Bildstrom ostrel-virtual-camera-1 (wide.mjpeg): von ")));
+    EXPECT_TRUE(logged[0].endsWith(QStringLiteral(" abgeschnitten und verworfen")));
 }
