@@ -267,16 +267,24 @@ bool AppRun::run(const QString& program, const QStringList& arguments, int timeo
 }
 
 std::optional<QString> AppRun::startLive() {
+    // A restarted app writes on in the same log: only this run's lines count.
+    const int from = int(logLines().size());
     if (std::optional<QString> error = start())
         return error;
-    if (!waitForLog(QStringLiteral("2 Kameras live"), 60000))
+    if (!waitForLog(QStringLiteral("2 Kameras live"), 60000, from))
         return QStringLiteral("the cameras did not go live within 60 s:\n") + describe();
     // Live in the log is not yet live on screen: a camera whose first picture is late gets
     // restarted by the watchdog, and commands typed meanwhile are ignored. Both pictures on
     // screen are the state every test starts from.
-    const QRect window = windowGeometry();
+    QRect window;
+    pumpUntil(
+        [&] {
+            window = windowGeometry();
+            return !window.isEmpty() || !isRunning();
+        },
+        15000);
     if (window.isEmpty())
-        return QStringLiteral("the main window has no geometry");
+        return QStringLiteral("the main window was not on screen within 15 s:\n") + describe();
     const QRect wide(window.left(), window.top() + 100, window.width(), window.height() / 3);
     const QRect inset(window.center().x() - window.width() / 8,
                       window.bottom() - window.height() / 5, window.width() / 4,

@@ -147,7 +147,22 @@ TEST(RecordingSurvival, KilledRecordingIsRecoveredWhenTheAppIsStartedRightAgain)
     startLive(app);
     ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
     ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft")));
-    recordFor(8);
+    // Killed once two fragments of two seconds are complete on disk (a third has begun): how
+    // long that takes depends on how busy the machine is, what is kept does not.
+    const auto fragments = [&] {
+        const QStringList partial = partialFiles(app.recordingFolder());
+        return partial.isEmpty()
+                   ? 0
+                   : int(topLevelBoxes(app.recordingFolder() + u'/' + partial.first())
+                             .count(QStringLiteral("moof")));
+    };
+    ASSERT_TRUE(pumpUntil(
+        [&] {
+            QThread::msleep(50);
+            return fragments() >= 3;
+        },
+        60000))
+        << "fragments on disk: " << fragments();
     app.signal(SIGKILL);
     EXPECT_EQ(app.waitForExit(10000), std::nullopt) << "a crash, not an exit";
     ASSERT_EQ(partialFiles(app.recordingFolder()).size(), 1);
@@ -161,8 +176,8 @@ TEST(RecordingSurvival, KilledRecordingIsRecoveredWhenTheAppIsStartedRightAgain)
     ASSERT_EQ(movies.size(), 1);
     EXPECT_TRUE(recovered->endsWith(movies[0]));
     EXPECT_TRUE(partialFiles(app.recordingFolder()).isEmpty());
-    // Up to the last complete two-second fragment of the eight seconds.
-    expectPlayable(QDir(app.recordingFolder()).filePath(movies[0]), 4.0, 8.5);
+    // At least the two complete two-second fragments.
+    expectPlayable(QDir(app.recordingFolder()).filePath(movies[0]), 3.9, 60.0);
 }
 
 TEST(RecordingSurvival, DriveFillingUpDuringARecordingKeepsWhatWasWritten) {
