@@ -285,7 +285,11 @@ TEST(RecordingSurvival, CamerasWithQuirkyMjpegRecordTheirPicturesAtTheCameraRate
     const double seconds =
         probed.stream(QStringLiteral("video")).value("duration").toString().toDouble();
     const int frames = decodedVideoFrames(file);
-    EXPECT_GE(frames / seconds, 29.0) << frames << " frames in " << seconds << " s\n"
+    // A decoder that threw away the frames libjpeg warns about lost 11 of 30 of these; how
+    // close the rest comes to 30 depends on how busy the machine is (the bench measures it).
+    std::printf("quirky streams: %d frames in %.2f s (%.1f fps)\n", frames, seconds,
+                frames / seconds);
+    EXPECT_GE(frames / seconds, 27.0) << frames << " frames in " << seconds << " s\n"
                                       << app.logLines().join(u'\n').toStdString();
 
     // Source point (x, y) of the 1280 × 720 Wide picture, turned and scaled by 1.5, lies at
