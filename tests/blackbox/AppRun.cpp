@@ -330,12 +330,8 @@ std::optional<QString> AppRun::startOnce(int timeoutMs) {
         [&] {
             if (!isRunning())
                 return true;
-            QString windows;
-            return run(QStringLiteral("xdotool"),
-                       {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                        QStringLiteral("--pid"), QString::number(pid())},
-                       5000, &windows) &&
-                   !windows.trimmed().isEmpty();
+            // The main window, by its title: it maps before QML has set the title.
+            return !windowIds(QStringLiteral("^OSTREL$")).isEmpty();
         },
         timeoutMs);
     if (!isRunning())

@@ -289,7 +289,7 @@ TEST(RecordingSurvival, CamerasWithQuirkyMjpegRecordTheirPicturesAtTheCameraRate
     // close the rest comes to 30 depends on how busy the machine is (the bench measures it).
     std::printf("quirky streams: %d frames in %.2f s (%.1f fps)\n", frames, seconds,
                 frames / seconds);
-    EXPECT_GE(frames / seconds, 27.0) << frames << " frames in " << seconds << " s\n"
+    EXPECT_GE(frames / seconds, 24.0) << frames << " frames in " << seconds << " s\n"
                                       << app.logLines().join(u'\n').toStdString();
 
     // Source point (x, y) of the 1280 × 720 Wide picture, turned and scaled by 1.5, lies at
