@@ -330,8 +330,9 @@ std::optional<QString> AppRun::startOnce(int timeoutMs) {
         [&] {
             if (!isRunning())
                 return true;
-            // The main window, by its title: it maps before QML has set the title.
-            return !windowIds(QStringLiteral("^OSTREL$")).isEmpty();
+            // The main window, by its title and with its size: it maps before QML has set
+            // the title, and at first without a size.
+            return !windowGeometry(QStringLiteral("^OSTREL$")).isEmpty();
         },
         timeoutMs);
     if (!isRunning())
