@@ -28,6 +28,15 @@ std::optional<CaptureDevice> findDevice(const DeviceDiscovery& discovery, const 
     return std::nullopt;
 }
 
+// A stream end, reported on the input's thread, handed to the owner's thread while it lives.
+CaptureSession::StreamEndHandler onOwnersThread(QPointer<QObject> owner,
+                                                std::function<void(StreamEnd)> handler) {
+    return [owner, handler = std::move(handler)](StreamEnd reason) {
+        if (QObject* target = owner.data(); target && handler)
+            runOn(target, [handler, reason] { handler(reason); });
+    };
+}
+
 QString cameraPrefix(int index, const CaptureDevice& device) {
     return QStringLiteral("Kamera %1 (%2): ").arg(index).arg(device.localizedName);
 }
@@ -170,10 +179,10 @@ void PipelineSetup::configureAndStart(const StartRequest& request) {
     for (int index : {0, 1}) {
         CaptureSession& session = cameraSession(sessions, index);
         session.setStreamEndHandler(
-            [owner = request.owner, handler = request.streamEnded, index](StreamEnd reason) {
-                if (QObject* target = owner.data(); target && handler)
-                    runOn(target, [handler, index, reason] { handler(index, reason); });
-            });
+            onOwnersThread(request.owner, [handler = request.streamEnded, index](StreamEnd reason) {
+                if (handler)
+                    handler(index, reason);
+            }));
     }
 
     sessions.wide->startRunning();
@@ -218,11 +227,7 @@ void PipelineSetup::restartCamera(const CameraRestart& request) {
     if (configureVideoSession(session, request.device, request.index)) {
         if (request.prepareStart)
             request.prepareStart();
-        session.setStreamEndHandler(
-            [owner = request.owner, handler = request.streamEnded](StreamEnd reason) {
-                if (QObject* target = owner.data(); target && handler)
-                    runOn(target, [handler, reason] { handler(reason); });
-            });
+        session.setStreamEndHandler(onOwnersThread(request.owner, request.streamEnded));
         session.startRunning();
         running = session.isRunning();
     }

@@ -1,5 +1,7 @@
 #include "capture/RecordingFiles.h"
 
+#include "recording/Photos.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -176,10 +178,9 @@ QString finalRecordingName(const QString& timestamp) {
 }
 
 QString freeRecordingName(const QDir& folder, const QString& timestamp) {
-    QString name = finalRecordingName(timestamp);
-    for (int n = 2; QFileInfo::exists(folder.filePath(name)) && n < 10000; ++n)
-        name = finalRecordingName(timestamp + QStringLiteral("-%1").arg(n));
-    return name;
+    return finalRecordingName(freeTimestamp(timestamp, [&](const QString& stamp) {
+        return QFileInfo::exists(folder.filePath(finalRecordingName(stamp)));
+    }));
 }
 
 QString fileErrorText(const std::error_code& error) {

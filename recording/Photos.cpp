@@ -46,6 +46,13 @@ QString photoTimestamp() {
     return QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd_HH-mm-ss"));
 }
 
+QString freeTimestamp(const QString& stamp, const std::function<bool(const QString&)>& taken) {
+    QString free = stamp;
+    for (int n = 2; taken(free) && n < 10000; ++n)
+        free = stamp + QStringLiteral("-%1").arg(n);
+    return free;
+}
+
 int renderPhotos(const SnapshotJob& job) {
     CompositeRenderer renderer; // one per job: jobs share nothing
     const double W = job.canvas.width;
@@ -103,9 +110,7 @@ int writePhotos(const std::vector<PhotoImage>& images, CompositeRenderer& render
                 return true;
         return false;
     };
-    QString timestamp = stamp;
-    for (int n = 2; taken(timestamp) && n < 10000; ++n)
-        timestamp = stamp + QStringLiteral("-%1").arg(n);
+    const QString timestamp = freeTimestamp(stamp, taken);
     int count = 0;
     for (const PhotoImage& image : images) {
         const PixelBuffer pixels = renderer.renderImage(image.plan, image.sources);

@@ -7,6 +7,8 @@
 #include <QImage>
 #include <QString>
 
+#include <functional>
+
 #include <optional>
 #include <vector>
 
@@ -41,3 +43,6 @@ int writePhotos(const std::vector<PhotoImage>& images, CompositeRenderer& render
 
 // The local time now as "yyyy-MM-dd_HH-mm-ss", used in the names of photos and recordings.
 QString photoTimestamp();
+// `stamp`, or with "-2", "-3" … while `taken` says a file of that stamp exists: a saved file is
+// never replaced.
+QString freeTimestamp(const QString& stamp, const std::function<bool(const QString&)>& taken);
