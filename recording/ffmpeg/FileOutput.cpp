@@ -2,125 +2,356 @@
 
 #include <QFile>
 
+#include <atomic>
 #include <cerrno>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <vector>
+
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace ffmpeg {
 
 namespace {
+
 constexpr int ioBufferSize = 256 * 1024;
 constexpr auto syncInterval = std::chrono::seconds(1);
-} // namespace
 
-std::variant<std::unique_ptr<FileOutput>, int> FileOutput::create(const QString& path) {
-    const QByteArray name = QFile::encodeName(path);
-    const int fd = ::open(name.constData(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0)
-        return AVERROR(errno);
-    std::unique_ptr<FileOutput> output(new FileOutput(fd));
-    if (!output->m_io)
-        return AVERROR(ENOMEM);
-    return output;
-}
-
-FileOutput::FileOutput(int fd) : m_fd(fd) {
-    auto* buffer = static_cast<unsigned char*>(av_malloc(ioBufferSize));
-    if (!buffer)
-        return;
-    m_io.reset(avio_alloc_context(buffer, ioBufferSize, 1, this, nullptr, &FileOutput::writePacket,
-                                  &FileOutput::seek));
-    if (!m_io) {
-        av_free(buffer);
-        return;
-    }
-    m_syncer = std::thread([this] { syncLoop(); });
-}
-
-// Fragments arrive as they are completed; pushing them to the disk now and then bounds what a
-// power loss can take.
-void FileOutput::syncLoop() {
-    pthread_setname_np(pthread_self(), "ostrel.filesync");
-    std::unique_lock lock(m_syncMutex);
-    for (;;) {
-        m_syncWake.wait(lock, [this] { return m_unsynced || m_stopSyncing; });
-        if (m_stopSyncing)
-            return;
-        m_unsynced = false;
-        lock.unlock();
-        ::fdatasync(m_fd);
-        lock.lock();
-        // At most one sync a second; a stop ends the wait at once.
-        m_syncWake.wait_for(lock, syncInterval, [this] { return m_stopSyncing; });
-    }
-}
-
-void FileOutput::stopSyncing() {
-    if (!m_syncer.joinable())
-        return;
-    {
-        std::lock_guard lock(m_syncMutex);
-        m_stopSyncing = true;
-    }
-    m_syncWake.notify_all();
-    m_syncer.join();
-}
-
-FileOutput::~FileOutput() {
-    close();
-}
-
-int FileOutput::close() {
-    stopSyncing();
-    if (m_fd < 0)
-        return 0;
-    int result = 0;
-    if (m_io) {
-        avio_flush(m_io.get());
-        result = m_io->error;
-    }
-    if (!m_faultInjected && ::fdatasync(m_fd) != 0 && result == 0 && errno != EINVAL)
-        result = AVERROR(errno);
-    if (::close(m_fd) != 0 && result == 0)
-        result = AVERROR(errno);
-    m_fd = -1;
-    m_io.reset();
-    return result;
-}
-
-int FileOutput::writePacket(void* opaque, std::uint8_t* data, int size) {
-    auto* self = static_cast<FileOutput*>(opaque);
-    if (self->m_faultInjected)
-        return AVERROR(EIO);
-    int written = 0;
-    while (written < size) {
-        const ssize_t n = ::write(self->m_fd, data + written, std::size_t(size - written));
+int writeAll(int fd, const std::uint8_t* data, std::size_t size, std::int64_t offset) {
+    while (size > 0) {
+        const ssize_t n = ::pwrite(fd, data, size, off_t(offset));
         if (n < 0) {
             if (errno == EINTR)
                 continue;
             return AVERROR(errno);
         }
-        written += int(n);
+        data += n;
+        size -= std::size_t(n);
+        offset += n;
     }
+    return 0;
+}
+
+// Copies the whole of `from` into `to`, in the kernel where the file systems allow it.
+int copyAll(int from, int to) {
+    struct stat info {};
+    if (::fstat(from, &info) != 0)
+        return AVERROR(errno);
+    loff_t in = 0, out = 0;
+    while (in < info.st_size) {
+        const ssize_t n = ::copy_file_range(from, &in, to, &out, std::size_t(info.st_size - in), 0);
+        if (n > 0)
+            continue;
+        if (n == 0)
+            break;
+        if (errno == EINTR)
+            continue;
+        if (errno != EXDEV && errno != ENOSYS && errno != EINVAL && errno != EOPNOTSUPP)
+            return AVERROR(errno);
+        std::vector<std::uint8_t> buffer(1 << 20);
+        while (in < info.st_size) {
+            const ssize_t r = ::pread(from, buffer.data(), buffer.size(), in);
+            if (r < 0 && errno == EINTR)
+                continue;
+            if (r <= 0)
+                return r < 0 ? AVERROR(errno) : AVERROR(EIO);
+            if (const int w = writeAll(to, buffer.data(), std::size_t(r), in); w < 0)
+                return w;
+            in += r;
+        }
+        break;
+    }
+    return ::fdatasync(to) == 0 || errno == EINVAL ? 0 : AVERROR(errno);
+}
+
+} // namespace
+
+struct FileOutput::Disk {
+    struct Chunk {
+        std::int64_t offset = 0;
+        std::vector<std::uint8_t> bytes;
+        Clock::time_point queued;
+        QString relocateTo; // set: not a write but a move of the file
+        std::function<void(std::optional<QString>)> relocated;
+    };
+
+    Disk(int file, std::int64_t backlogBound) : maxBacklog(backlogBound), fd(file) {}
+
+    void run();
+    void relocate(Chunk& chunk);
+    bool hasWork() const { return !held && !queue.empty(); }
+    bool mayClose() const { return closing && queue.empty(); }
+
+    const std::int64_t maxBacklog;
+    std::atomic<bool> faulted{false};
+
+    mutable std::mutex mutex;
+    std::condition_variable work;  // to the disk thread
+    std::condition_variable moved; // to the writers: room, drained, closed or failed
+    int fd;
+    std::deque<Chunk> queue;
+    std::int64_t backlog = 0;
+    std::optional<Clock::time_point> busyWith; // queued time of the chunk being written
+    int error = 0;
+    bool held = false;
+    bool abandoned = false;
+    bool closing = false;
+    bool closed = false;
+    bool unsynced = false;
+    Clock::time_point lastSync = Clock::now();
+    std::thread thread;
+};
+
+void FileOutput::Disk::run() {
+    pthread_setname_np(pthread_self(), "ostrel.disk");
+    std::unique_lock lock(mutex);
+    for (;;) {
+        if (hasWork()) {
+            Chunk chunk = std::move(queue.front());
+            queue.pop_front();
+            busyWith = chunk.queued;
+            const bool skip = error != 0;
+            lock.unlock();
+            int result = 0;
+            if (!chunk.relocateTo.isEmpty())
+                relocate(chunk);
+            else if (!skip)
+                result = writeAll(fd, chunk.bytes.data(), chunk.bytes.size(), chunk.offset);
+            lock.lock();
+            busyWith.reset();
+            backlog -= std::int64_t(chunk.bytes.size());
+            if (result < 0 && error == 0)
+                error = result;
+            unsynced = true;
+            moved.notify_all();
+            continue;
+        }
+        if (mayClose()) {
+            lock.unlock();
+            int result = ::fdatasync(fd) != 0 && errno != EINVAL ? AVERROR(errno) : 0;
+            if (::close(fd) != 0 && result == 0)
+                result = AVERROR(errno);
+            lock.lock();
+            if (result < 0 && error == 0)
+                error = result;
+            closed = true;
+            moved.notify_all();
+            return;
+        }
+        if (unsynced && !closing) {
+            const Clock::time_point due = lastSync + syncInterval;
+            if (Clock::now() < due) {
+                work.wait_until(lock, due, [this] { return hasWork() || mayClose(); });
+                continue;
+            }
+            unsynced = false;
+            lock.unlock();
+            ::fdatasync(fd);
+            lock.lock();
+            lastSync = Clock::now();
+            continue;
+        }
+        work.wait(lock, [this] { return hasWork() || mayClose(); });
+    }
+}
+
+void FileOutput::Disk::relocate(Chunk& chunk) {
+    const QByteArray name = QFile::encodeName(chunk.relocateTo);
+    const int target = ::open(name.constData(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    int result = target < 0 ? AVERROR(errno) : copyAll(fd, target);
+    if (result < 0) {
+        if (target >= 0)
+            ::close(target);
+        if (chunk.relocated)
+            chunk.relocated(errorText(result));
+        return;
+    }
+    int old = -1;
     {
-        std::lock_guard lock(self->m_syncMutex);
-        self->m_unsynced = true;
+        std::lock_guard lock(mutex);
+        old = fd;
+        fd = target;
     }
-    self->m_syncWake.notify_one();
-    return written;
+    ::close(old);
+    if (chunk.relocated)
+        chunk.relocated(std::nullopt);
+}
+
+std::variant<std::unique_ptr<FileOutput>, int> FileOutput::create(const QString& path,
+                                                                  std::int64_t maxBacklogBytes) {
+    const QByteArray name = QFile::encodeName(path);
+    const int fd = ::open(name.constData(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0)
+        return AVERROR(errno);
+    auto disk = std::make_shared<Disk>(fd, maxBacklogBytes);
+    std::unique_ptr<FileOutput> output(new FileOutput(disk));
+    if (!output->m_io) {
+        ::close(fd);
+        return AVERROR(ENOMEM);
+    }
+    // The thread owns the state too: left alone on a drive that never answers, it finishes
+    // by itself.
+    disk->thread = std::thread([disk] { disk->run(); });
+    return output;
+}
+
+FileOutput::FileOutput(std::shared_ptr<Disk> disk) : m_disk(std::move(disk)) {
+    auto* buffer = static_cast<unsigned char*>(av_malloc(ioBufferSize));
+    if (!buffer)
+        return;
+    m_io.reset(avio_alloc_context(buffer, ioBufferSize, 1, this, nullptr, &FileOutput::writePacket,
+                                  &FileOutput::seek));
+    if (!m_io)
+        av_free(buffer);
+}
+
+FileOutput::~FileOutput() {
+    if (!m_io)
+        return;
+    close();
+    if (!m_disk->thread.joinable())
+        return;
+    std::unique_lock lock(m_disk->mutex);
+    if (m_disk->closed) {
+        lock.unlock();
+        m_disk->thread.join();
+    } else {
+        m_disk->thread.detach();
+    }
+}
+
+int FileOutput::fd() const {
+    std::lock_guard lock(m_disk->mutex);
+    return m_disk->fd;
+}
+
+int FileOutput::drain() {
+    avio_flush(m_io.get());
+    std::unique_lock lock(m_disk->mutex);
+    m_disk->moved.wait(lock, [this] {
+        return (m_disk->queue.empty() && !m_disk->busyWith) || m_disk->abandoned || m_disk->error;
+    });
+    if (m_disk->error)
+        return m_disk->error;
+    return m_disk->queue.empty() && !m_disk->busyWith ? m_io->error : AVERROR_EXIT;
+}
+
+int FileOutput::close() {
+    if (m_closed || !m_io)
+        return 0;
+    m_closed = true;
+    avio_flush(m_io.get());
+    const int flushed = m_io->error;
+    std::unique_lock lock(m_disk->mutex);
+    m_disk->closing = true;
+    m_disk->work.notify_one();
+    m_disk->moved.wait(lock, [this] { return m_disk->closed || m_disk->abandoned; });
+    if (!m_disk->closed)
+        return AVERROR_EXIT;
+    return flushed < 0 ? flushed : m_disk->error;
+}
+
+void FileOutput::abandon() {
+    std::lock_guard lock(m_disk->mutex);
+    m_disk->abandoned = true;
+    m_disk->moved.notify_all();
+}
+
+// Any thread: writes are placed by offset, so bytes still in the muxer's buffer simply land in
+// the new file.
+void FileOutput::relocate(const QString& path, std::function<void(std::optional<QString>)> done) {
+    {
+        std::lock_guard lock(m_disk->mutex);
+        Disk::Chunk chunk;
+        chunk.queued = Clock::now();
+        chunk.relocateTo = path;
+        chunk.relocated = std::move(done);
+        m_disk->queue.push_back(std::move(chunk));
+    }
+    m_disk->work.notify_one();
+}
+
+std::chrono::milliseconds FileOutput::waitingFor() const {
+    std::lock_guard lock(m_disk->mutex);
+    std::optional<Clock::time_point> oldest = m_disk->busyWith;
+    if (!oldest && !m_disk->queue.empty())
+        oldest = m_disk->queue.front().queued;
+    if (!oldest)
+        return {};
+    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - *oldest);
+}
+
+std::int64_t FileOutput::backlogBytes() const {
+    std::lock_guard lock(m_disk->mutex);
+    return m_disk->backlog;
+}
+
+void FileOutput::injectWriteFault() {
+    m_disk->faulted = true;
+}
+
+void FileOutput::holdDisk(bool held) {
+    {
+        std::lock_guard lock(m_disk->mutex);
+        m_disk->held = held;
+    }
+    m_disk->work.notify_one();
+}
+
+int FileOutput::writePacket(void* opaque, std::uint8_t* data, int size) {
+    auto* self = static_cast<FileOutput*>(opaque);
+    Disk& disk = *self->m_disk;
+    if (disk.faulted)
+        return AVERROR(EIO);
+    {
+        std::unique_lock lock(disk.mutex);
+        // A full backlog holds the muxer (and so the encoder) until the drive catches up.
+        disk.moved.wait(lock, [&] {
+            return disk.error || disk.abandoned || disk.backlog == 0 ||
+                   disk.backlog + size <= disk.maxBacklog;
+        });
+        if (disk.error)
+            return disk.error;
+        if (disk.abandoned)
+            return AVERROR_EXIT;
+        Disk::Chunk chunk;
+        chunk.offset = self->m_position;
+        chunk.bytes.assign(data, data + size);
+        chunk.queued = Clock::now();
+        disk.queue.push_back(std::move(chunk));
+        disk.backlog += size;
+    }
+    disk.work.notify_one();
+    self->m_position += size;
+    self->m_size = std::max(self->m_size, self->m_position);
+    return size;
 }
 
 std::int64_t FileOutput::seek(void* opaque, std::int64_t offset, int whence) {
     auto* self = static_cast<FileOutput*>(opaque);
-    if (whence & AVSEEK_SIZE) {
-        const off_t here = ::lseek(self->m_fd, 0, SEEK_CUR);
-        const off_t end = ::lseek(self->m_fd, 0, SEEK_END);
-        ::lseek(self->m_fd, here, SEEK_SET);
-        return end < 0 ? AVERROR(errno) : end;
+    switch (whence & ~AVSEEK_FORCE) {
+    case AVSEEK_SIZE:
+        return self->m_size;
+    case SEEK_SET:
+        break;
+    case SEEK_CUR:
+        offset += self->m_position;
+        break;
+    case SEEK_END:
+        offset += self->m_size;
+        break;
+    default:
+        return AVERROR(EINVAL);
     }
-    const off_t position = ::lseek(self->m_fd, offset, whence & ~AVSEEK_FORCE);
-    return position < 0 ? AVERROR(errno) : position;
+    if (offset < 0)
+        return AVERROR(EINVAL);
+    self->m_position = offset;
+    return offset;
 }
 
 } // namespace ffmpeg

@@ -61,6 +61,7 @@ bool Mp4Writer::addVideoInput(const VideoEncoderSettings& requested) {
     m_frameDuration = av_rescale_q(1, AVRational{1, settings.frameRate}, videoTimeBase);
     m_videoStream = stream;
     m_videoEncoder = std::move(encoder);
+    m_maxDiskBacklog = diskBacklogSeconds * settings.bitRate / 8 * 3 / 2 + (1 << 20);
     return true;
 }
 
@@ -82,7 +83,7 @@ bool Mp4Writer::addAudioInput() {
 std::optional<QString> Mp4Writer::startWriting() {
     if (m_status != Status::created || !m_videoEncoder)
         return QStringLiteral("unbekannt");
-    auto created = FileOutput::create(m_path);
+    auto created = FileOutput::create(m_path, m_maxDiskBacklog);
     if (auto* code = std::get_if<int>(&created)) {
         m_status = Status::failed;
         return ffmpeg::errorText(*code);
@@ -243,6 +244,33 @@ void Mp4Writer::injectWriteFault() {
         m_file->injectWriteFault();
 }
 
+void Mp4Writer::holdDisk(bool held) {
+    if (m_file)
+        m_file->holdDisk(held);
+}
+
+std::chrono::milliseconds Mp4Writer::diskWaitingFor() const {
+    return m_file ? m_file->waitingFor() : std::chrono::milliseconds{};
+}
+
+std::int64_t Mp4Writer::diskBacklogBytes() const {
+    return m_file ? m_file->backlogBytes() : 0;
+}
+
+void Mp4Writer::relocate(const QString& path, std::function<void(std::optional<QString>)> done) {
+    if (!m_file) {
+        done(QStringLiteral("keine offene Datei"));
+        return;
+    }
+    m_path = path;
+    m_file->relocate(path, std::move(done));
+}
+
+void Mp4Writer::abandonDisk() {
+    if (m_file)
+        m_file->abandon();
+}
+
 void Mp4Writer::holdEncoding(bool held) {
     {
         std::lock_guard lock(m_mutex);
@@ -262,6 +290,7 @@ void Mp4Writer::stopThread() {
         std::lock_guard lock(m_mutex);
         m_abort = true;
     }
+    abandonDisk(); // a thread waiting for the drive would never see the abort
     m_wake.notify_one();
     if (m_thread.joinable())
         m_thread.join();
@@ -357,10 +386,10 @@ void Mp4Writer::complete() {
             result = av_write_trailer(m_format.get());
         if (result >= 0 && m_format->pb->error < 0)
             result = m_format->pb->error;
-        if (result >= 0) {
-            avio_flush(m_format->pb);
+        if (result >= 0)
+            result = m_file->drain();
+        if (result >= 0)
             result = writeFragmentedDuration(m_file->fd(), m_mediaEnd, AV_TIME_BASE_Q);
-        }
         if (result < 0)
             fail(result);
     }

@@ -11,6 +11,7 @@
 
 #include <QString>
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -37,6 +38,9 @@ public:
     static constexpr int maxQueuedVideoFrames = 6;
     static constexpr int maxQueuedAudioBuffers = 64;
     static constexpr std::int64_t fragmentMicroseconds = 2'000'000;
+    // Encoded data held in memory while the drive does not answer, in seconds at the video bit
+    // rate (with room for a rate that runs high for a while).
+    static constexpr int diskBacklogSeconds = 20;
 
     // The container for `path` (not yet opened); null when it cannot be made.
     static std::unique_ptr<Mp4Writer> create(const QString& path);
@@ -89,10 +93,22 @@ public:
     // benchmarks).
     void waitUntilQueueEmpty();
 
+    // How long encoded data has been waiting for the drive (zero while it keeps up), and how
+    // much of it waits. Any thread.
+    std::chrono::milliseconds diskWaitingFor() const;
+    std::int64_t diskBacklogBytes() const;
+    // Continues the file at `path` (a new, empty file) after what was written so far; `done`
+    // runs on the disk thread with the error text on failure.
+    void relocate(const QString& path, std::function<void(std::optional<QString>)> done);
+    // Stops waiting for a drive that does not answer: a finish that waits for it completes
+    // as failed, and the file is completed on the disk thread when the drive answers.
+    void abandonDisk();
+
     // Test hooks: from now on every write to the file fails, as on a pulled drive; and the
     // writer's thread takes nothing from its queue while held, as when the encoder is slow.
     void injectWriteFault();
     void holdEncoding(bool held);
+    void holdDisk(bool held);
 
 private:
     struct Item {
@@ -117,7 +133,8 @@ private:
 
     QString m_path;
     FormatContextPtr m_format;
-    std::unique_ptr<FileOutput> m_file;
+    std::unique_ptr<FileOutput> m_file; // set before the writer's thread starts
+    std::int64_t m_maxDiskBacklog = 0;
     std::unique_ptr<VideoEncoder> m_videoEncoder;
     QStringList m_failedVideoEncoders;
     std::unique_ptr<AudioEncoder> m_audioEncoder;

@@ -4,12 +4,14 @@
 #include "recording/SyntheticMedia.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <future>
+#include <thread>
 
 using ffmpeg::Mp4Writer;
 using namespace std::chrono_literals;
@@ -199,6 +201,44 @@ TEST_F(Mp4WriterTest, WriteFaultFailsWithDescriptionAndKeepsEarlierFragments) {
     const int decoded = decodedVideoFrames(file);
     EXPECT_GE(decoded, 60);
     EXPECT_LT(decoded, next);
+}
+
+// A frozen file system (fsfreeze, a hung network folder): the encoded fragments wait in memory,
+// nothing is dropped, and the file is whole once the drive answers. A drive that never answers
+// does not hold up the finish once it is given up on; what was handed over still lands.
+TEST_F(Mp4WriterTest, FrozenDriveKeepsEveryFrameInMemoryAndAFinishCanGiveUpOnIt) {
+    const QString file = path("frozen.mp4");
+    auto writer = start(file, 320, 240, false);
+    ASSERT_TRUE(writer);
+    feed(*writer, 0, 30, 320, 240);
+    writer->holdDisk(true);
+    const qint64 sizeWhenFrozen = QFileInfo(file).size();
+    feed(*writer, 30, 300, 320, 240); // 9 s of fragments while the drive does not answer
+    EXPECT_EQ(QFileInfo(file).size(), sizeWhenFrozen);
+    EXPECT_GT(writer->diskBacklogBytes(), 0);
+    writer->holdDisk(false);
+    ASSERT_EQ(finish(*writer), Mp4Writer::Status::completed) << writer->errorText().toStdString();
+    EXPECT_EQ(writer->diskBacklogBytes(), 0);
+    EXPECT_EQ(writer->diskWaitingFor(), 0ms);
+    EXPECT_EQ(decodedVideoFrames(file), 300);
+
+    const QString hung = path("hung.mp4");
+    writer = start(hung, 320, 240, false);
+    ASSERT_TRUE(writer);
+    feed(*writer, 0, 90, 320, 240);
+    writer->holdDisk(true);
+    std::promise<void> done;
+    writer->finish([&] { done.set_value(); });
+    std::future<void> finished = done.get_future();
+    EXPECT_EQ(finished.wait_for(200ms), std::future_status::timeout); // waits for the drive
+    writer->abandonDisk();
+    finished.wait();
+    EXPECT_EQ(writer->status(), Mp4Writer::Status::failed);
+    writer->holdDisk(false);
+    while (writer->diskBacklogBytes() > 0)
+        std::this_thread::yield();
+    writer.reset();
+    EXPECT_GE(decodedVideoFrames(hung), 60); // its complete fragments play
 }
 
 TEST_F(Mp4WriterTest, SoundOfChangingFormatsStaysInStepWithThePicture) {
