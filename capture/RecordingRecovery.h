@@ -2,6 +2,7 @@
 
 #include "capture/RecordingFiles.h"
 
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -18,7 +19,13 @@ struct RecoveryOutcome {
 // in it is removed. File I/O: call it off the main thread.
 RecoveryOutcome recoverPartial(PartialRecording& file, const QString& destinationFolder);
 
+// Why leftovers are looked for: at start (what a crash left) or because the recording folder
+// is reachable again (what a pulled drive kept).
+enum class RecoveryCause { crash, folderBack };
+
 // Recovers every partial recording in `folders` that no process holds (a crashed run's) into
-// `destinationFolder`, and logs each outcome. Returns how many were saved. File I/O: call it
-// off the main thread.
-int recoverUnownedRecordings(const QStringList& folders, const QString& destinationFolder);
+// `destinationFolder`, and logs each outcome. Only files our writer marked are touched (and
+// empty ones); a foreign, unreadable or unmarked file is left alone and reported once, its
+// path then in `reported`. Returns how many were saved. File I/O: call it off the main thread.
+int recoverUnownedRecordings(const QStringList& folders, const QString& destinationFolder,
+                             RecoveryCause cause, QSet<QString>& reported);

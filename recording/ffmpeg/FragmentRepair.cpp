@@ -13,6 +13,7 @@ extern "C" {
 #include <cstring>
 #include <map>
 #include <optional>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -180,6 +181,31 @@ int readAt(int fd, Bytes& data, std::size_t size, off_t offset) {
 constexpr std::uint64_t maxHeaderBox = 16u << 20; // a movie or fragment header, not media
 
 } // namespace
+
+bool carriesRecordingMark(int fd) {
+    struct stat info {};
+    if (::fstat(fd, &info) != 0)
+        return false;
+    const std::uint64_t fileSize = std::uint64_t(info.st_size);
+    Bytes box;
+    std::uint64_t offset = 0;
+    // The movie header follows 'ftyp' (and perhaps 'free') at the start.
+    for (int boxes = 0; boxes < 4 && offset + 8 <= fileSize; ++boxes) {
+        if (readAt(fd, box, 8, off_t(offset)) < 0)
+            return false;
+        const std::uint64_t size = read32(box.data());
+        if (size < 8 || size > fileSize - offset)
+            return false;
+        if (std::memcmp(&box[4], "moov", 4) == 0) {
+            if (size > maxHeaderBox || readAt(fd, box, std::size_t(size), off_t(offset)) < 0)
+                return false;
+            const std::string_view mark(recordingMark);
+            return std::search(box.begin(), box.end(), mark.begin(), mark.end()) != box.end();
+        }
+        offset += size;
+    }
+    return false;
+}
 
 int repairFragmentedMp4(int fd, std::int64_t& durationMicroseconds) {
     struct stat info {};

@@ -12,4 +12,10 @@ namespace ffmpeg {
 // playable), or an FFmpeg error code when it cannot be read or written.
 int repairFragmentedMp4(int fd, std::int64_t& durationMicroseconds);
 
+// The comment our writer puts into the movie header of every recording, so that recovery
+// never touches a file another program wrote under a name like ours.
+inline constexpr char recordingMark[] = "OSTREL";
+// Whether the file's movie header carries `recordingMark`.
+bool carriesRecordingMark(int fd);
+
 } // namespace ffmpeg

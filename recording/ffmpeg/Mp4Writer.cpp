@@ -1,5 +1,6 @@
 #include "recording/ffmpeg/Mp4Writer.h"
 
+#include "recording/ffmpeg/FragmentRepair.h"
 #include "recording/ffmpeg/Mp4Duration.h"
 
 #include <QFile>
@@ -94,6 +95,7 @@ std::optional<QString> Mp4Writer::startWriting() {
     m_format->flush_packets = 1;
     m_format->max_interleave_delta = fragmentMicroseconds;
 
+    av_dict_set(&m_format->metadata, "comment", recordingMark, 0);
     AVDictionary* options = nullptr;
     av_dict_set(&options, "movflags", "frag_keyframe+empty_moov+delay_moov+default_base_moof", 0);
     av_dict_set_int(&options, "frag_duration", fragmentMicroseconds, 0);
