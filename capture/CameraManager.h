@@ -3,6 +3,7 @@
 #include "capture/CameraStatus.h"
 #include "capture/CaptureBackend.h"
 #include "capture/PipelineSetup.h"
+#include "capture/RecordingRecovery.h"
 #include "capture/StorageBudget.h"
 #include "recording/RecordingPressure.h"
 #include "runtime/Scheduler.h"
@@ -233,16 +234,28 @@ private:
     void scheduleStopSessions();
 
     // Recording, main thread.
-    void recordingFinished(std::optional<QString> file, std::optional<QString> error);
+    void recordingFinished(std::uint64_t generation, std::optional<QString> file,
+                           std::optional<QString> error);
+    void recordingEnded();
+    // A finish still waiting for the drive after `finishBound`: reported, and the recording
+    // counts as ended, so that the user (and quitting) can go on. Its file stays for later.
+    void finishOverdue(std::uint64_t generation);
+    void lateFinish(std::uint64_t generation, bool finished);
     void recordingStartFailed(const QString& folderError, bool folderMissing);
-    void saveRecording(std::shared_ptr<PartialRecording> partial, bool finished);
+    void saveRecording(std::shared_ptr<PartialRecording> partial, bool finished, bool late = false);
+    // The file being recorded lost its name (folder deleted or renamed, drive unmounted): the
+    // recording goes on in a new partial file, in the folder made anew or else in the
+    // application's data folder.
+    void recordingFileLost();
+    void recordingFileMoved(std::uint64_t generation, std::shared_ptr<PartialRecording> from,
+                            std::shared_ptr<PartialRecording> to, std::optional<QString> error);
     void checkRecordingFolder();
     void scheduleFolderCheck();
     // Recovers, on a worker, every recording a crashed run left unfinished in the recording
     // folder (or in the folder used without one) into the recording folder; emits
     // `leftoversRecovered` with how many were saved. Runs whenever the recording folder is set
     // or becomes reachable again.
-    void recoverLeftoverRecordings();
+    void recoverLeftoverRecordings(RecoveryCause cause);
     void checkStorage(std::optional<std::int64_t> freeBytes, const StorageBudget& budget);
     void scheduleStorageTick(StorageBudget budget, std::uint64_t generation);
     void storageTick(StorageBudget budget, std::uint64_t generation);
@@ -255,6 +268,8 @@ private:
     void startPressureWatch(int width, int height);
     void stopPressureWatch();
     void pressureTick(int width, int height);
+    bool checkDrive(int waitingMs, std::int64_t backlogBytes);
+    void showPaceNotice(const QString& notice);
     void setRecordingNotice(const QString& notice);
 
     // Setters of observable state.
@@ -298,6 +313,11 @@ private:
     bool m_liveViewYields = true;
     ScheduledTask m_pressureTask;
     QString m_recordingNotice;
+    QString m_paceNotice; // shown again once the drive answers
+    // Encoded data that waited this long for the drive means the drive, not the encoder, is
+    // what holds the recording up.
+    static constexpr int driveStallMs = 2000;
+    bool m_driveStalled = false;
 
     std::unique_ptr<SerialQueue> m_camQueue;
     std::unique_ptr<SerialQueue> m_frameQueue;
@@ -332,12 +352,19 @@ private:
     std::unique_ptr<RecordingEngine> m_recorder;
     std::unique_ptr<Stabilizer> m_stabilizer;
     bool m_stoppingRecording = false;
+    static constexpr std::chrono::seconds finishBound{10};
+    std::uint64_t m_recordingGeneration = 0; // each start; an overdue finish comes back late
+    ScheduledTask m_finishBound;
+    std::map<std::uint64_t, std::shared_ptr<PartialRecording>> m_overduePartials;
     std::optional<QString> m_activeTempFile;
     std::shared_ptr<PartialRecording> m_activePartial; // holds the lock of the file written
+    bool m_movingPartial = false;
     bool m_savingRecording = false;
     std::unique_ptr<SerialQueue> m_fileQueue; // moving, syncing, recovering, folder checks
     std::optional<bool> m_folderReachable;    // of the folder last checked
-    ScheduledTask m_folderWatch;              // re-checks an unreachable folder
+    // Partial files left alone and already reported; used on the file queue only.
+    std::shared_ptr<QSet<QString>> m_reportedLeftovers = std::make_shared<QSet<QString>>();
+    ScheduledTask m_folderWatch; // re-checks an unreachable folder
     QString m_wideUID;
     QString m_macroUID;
     QString m_micUID;

@@ -34,6 +34,8 @@ void CameraManager::startRecording(int width, int height, bool withAudio, const 
     if (!m_running || m_isRecording)
         return;
     yieldLiveViewForRecording(ffmpeg::VideoEncoder::expectedName());
+    ++m_recordingGeneration;
+    m_movingPartial = false;
     setRecording(true);
     m_stoppingRecording = false;
     const bool sound = withAudio && m_micActive;
@@ -117,28 +119,100 @@ void CameraManager::stopRecording() {
     if (!m_isRecording || m_stoppingRecording)
         return;
     m_stoppingRecording = true;
+    const std::uint64_t generation = m_recordingGeneration;
     QPointer<CameraManager> weak(this);
     RecordingEngine* recorder = m_recorder.get();
-    m_frameQueue->async([weak, recorder] {
+    m_frameQueue->async([weak, recorder, generation] {
         if (!weak)
             return;
-        recorder->stop([weak](std::optional<QString> file, std::optional<QString> error) {
-            if (!weak)
-                return;
-            runOn(weak.data(), [weak, file, error] {
+        recorder->stop(
+            [weak, generation](std::optional<QString> file, std::optional<QString> error) {
+                if (!weak)
+                    return;
+                runOn(weak.data(), [weak, generation, file, error] {
+                    if (weak)
+                        weak->recordingFinished(generation, file, error);
+                });
+            });
+    });
+    // A drive that never answers (a hung network folder) must not hold up the user or quitting.
+    m_finishBound =
+        m_scheduler.after(finishBound, this, [this, generation] { finishOverdue(generation); });
+}
+
+void CameraManager::recordingFileLost() {
+    if (m_movingPartial || !m_activePartial)
+        return;
+    m_movingPartial = true;
+    const std::shared_ptr<PartialRecording> from = m_activePartial;
+    const QString folder = m_saveURL.isEmpty() ? m_options.tempFolder : m_saveURL.toLocalFile();
+    const QString fallback = m_options.tempFolder;
+    const std::uint64_t generation = m_recordingGeneration;
+    RecordingEngine* recorder = m_recorder.get();
+    QPointer<CameraManager> weak(this);
+    m_fileQueue->async([weak, from, folder, fallback, generation, recorder] {
+        auto created = from->sibling(folder);
+        if (std::holds_alternative<QString>(created))
+            created = from->sibling(fallback);
+        if (const QString* error = std::get_if<QString>(&created)) {
+            runOn(weak.data(), [weak, generation, from, error = *error] {
                 if (weak)
-                    weak->recordingFinished(file, error);
+                    weak->recordingFileMoved(generation, from, nullptr, error);
+            });
+            return;
+        }
+        std::shared_ptr<PartialRecording> to =
+            std::move(std::get<std::unique_ptr<PartialRecording>>(created));
+        recorder->relocate(to->path(), [weak, generation, from, to](std::optional<QString> error) {
+            runOn(weak.data(), [weak, generation, from, to, error] {
+                if (weak)
+                    weak->recordingFileMoved(generation, from, to, error);
             });
         });
     });
 }
 
-void CameraManager::recordingFinished(std::optional<QString> file, std::optional<QString> error) {
-    setRecording(false);
-    m_stoppingRecording = false;
-    stopStorageMonitor();
-    stopPressureWatch();
-    endDegradedRun();
+void CameraManager::recordingFileMoved(std::uint64_t generation,
+                                       std::shared_ptr<PartialRecording> from,
+                                       std::shared_ptr<PartialRecording> to,
+                                       std::optional<QString> error) {
+    m_movingPartial = false;
+    if (error) {
+        if (to)
+            to->discard();
+        if (generation != m_recordingGeneration || !m_isRecording)
+            return; // ended meanwhile: the file is saved from where it is
+        ostrelLog(LogLevel::error,
+                  QStringLiteral("Aufnahmedatei nicht mehr erreichbar, kein Ersatzort: ") + *error);
+        setUserAlert(tr("Der Aufnahmeordner ist während der Aufnahme verschwunden, und es gibt "
+                        "keinen Ort, an dem sie weiterlaufen kann. Die Aufnahme wird beim Beenden "
+                        "gerettet, soweit möglich."));
+        return;
+    }
+    from->discardLeftover();
+    if (m_activePartial == from) {
+        m_activePartial = to;
+        m_activeTempFile = to->path();
+    }
+    const QString where = QDir::toNativeSeparators(QFileInfo(to->path()).absolutePath());
+    ostrelLog(LogLevel::warn, QStringLiteral("Aufnahmedatei nicht mehr erreichbar (Ordner "
+                                             "gelöscht, umbenannt oder Laufwerk getrennt) — "
+                                             "Aufnahme läuft weiter in ") +
+                                  where);
+    setUserAlert(tr("Der Aufnahmeordner ist während der Aufnahme verschwunden (gelöscht, "
+                    "umbenannt oder Laufwerk getrennt). Die Aufnahme läuft weiter in „%1“ und wird "
+                    "beim Beenden gespeichert.")
+                     .arg(where));
+}
+
+void CameraManager::recordingFinished(std::uint64_t generation, std::optional<QString> file,
+                                      std::optional<QString> error) {
+    if (generation != m_recordingGeneration || !m_isRecording) {
+        lateFinish(generation, file && !error);
+        return;
+    }
+    m_finishBound.cancel();
+    recordingEnded();
     if (error) {
         setStatus(CameraStatus::recordingError);
         ostrelLog(LogLevel::error, QStringLiteral("Aufnahme-Fehler beim Abschluss: ") + *error);
@@ -146,23 +220,78 @@ void CameraManager::recordingFinished(std::optional<QString> file, std::optional
     saveRecording(std::move(m_activePartial), file && !error);
 }
 
+void CameraManager::recordingEnded() {
+    setRecording(false);
+    m_stoppingRecording = false;
+    stopStorageMonitor();
+    stopPressureWatch();
+    endDegradedRun();
+}
+
+void CameraManager::finishOverdue(std::uint64_t generation) {
+    if (generation != m_recordingGeneration || !m_isRecording || !m_stoppingRecording)
+        return;
+    const QString where =
+        m_activePartial ? QFileInfo(m_activePartial->path()).absolutePath() : QString();
+    ostrelLog(LogLevel::error,
+              QStringLiteral("Aufnahme-Abschluss hängt seit %1 s — Laufwerk reagiert nicht. Die "
+                             "Teilaufnahme bleibt erhalten: %2")
+                  .arg(finishBound.count())
+                  .arg(m_activePartial ? m_activePartial->path() : QString()));
+    setUserAlert(tr("Die Aufnahme konnte nicht abgeschlossen werden: Das Laufwerk reagiert nicht. "
+                    "Sie bleibt als versteckte Teilaufnahme in „%1“ erhalten und wird gespeichert, "
+                    "sobald das Laufwerk wieder antwortet.")
+                     .arg(QDir::toNativeSeparators(where)));
+    // Its lock stays held until the writer lets go of the file.
+    if (m_activePartial)
+        m_overduePartials[generation] = std::move(m_activePartial);
+    m_activeTempFile.reset();
+    ++m_recordingGeneration;
+    recordingEnded();
+    std::function<void()> callback = std::move(onRecordingFinished);
+    onRecordingFinished = nullptr;
+    if (callback)
+        callback();
+}
+
+// The drive answered after all: the recording is saved as if it had just finished.
+void CameraManager::lateFinish(std::uint64_t generation, bool finished) {
+    const auto overdue = m_overduePartials.find(generation);
+    if (overdue == m_overduePartials.end())
+        return;
+    std::shared_ptr<PartialRecording> partial = std::move(overdue->second);
+    m_overduePartials.erase(overdue);
+    ostrelLog(LogLevel::info, QStringLiteral("Laufwerk antwortet wieder — verspätete Aufnahme wird "
+                                             "gespeichert"));
+    saveRecording(std::move(partial), finished, true);
+}
+
 namespace {
 
 // What became of a finished (or failed) recording's file.
 struct SaveResult {
-    enum class Kind { nothing, saved, unsaved, moveFailed, rescued } kind = Kind::nothing;
+    enum class Kind { nothing, saved, savedElsewhere, unsaved, moveFailed, rescued, lost };
+    Kind kind = Kind::nothing;
     QString name;  // the saved or kept file's name
-    QString path;  // unsaved: where the file is now
-    QString error; // moveFailed: why
+    QString path;  // unsaved, savedElsewhere: the file now; moveFailed: the folder it is in
+    QString error; // moveFailed, lost: why
 };
 
 // Moves a finished recording into `folder` under its final name (a rename on the same drive),
 // or without a folder gives it its unsaved name where it is. The file of a recording that
-// failed is saved as far as it was written. File I/O: runs on the file queue.
+// failed is saved as far as it was written. A file that lost its name on the way (its folder
+// deleted or renamed, its drive unmounted) is first copied to the folder, made anew, or else
+// to `fallback`. File I/O: runs on the file queue.
 SaveResult saveFile(PartialRecording& partial, const std::optional<QString>& folder,
-                    bool finished) {
-    if (!partial.exists())
-        return {}; // nothing was recorded; the writer removed it
+                    const QString& fallback, bool finished) {
+    if (!partial.reachable()) {
+        if (!partial.exists() && !finished)
+            return {}; // nothing was recorded; the writer removed it
+        if (partial.rescueInto(folder.value_or(fallback))) {
+            if (const std::optional<QString> error = partial.rescueInto(fallback))
+                return {SaveResult::Kind::lost, {}, {}, *error};
+        }
+    }
     if (!folder) {
         const QString kept = QDir(QFileInfo(partial.path()).absolutePath())
                                  .filePath(unsavedRecordingName(partial.path()));
@@ -177,15 +306,26 @@ SaveResult saveFile(PartialRecording& partial, const std::optional<QString>& fol
         return {};
     }
     const QString name = freeRecordingName(QDir(*folder), photoTimestamp());
-    if (const std::optional<QString> error = partial.moveTo(QDir(*folder).filePath(name)))
-        return {SaveResult::Kind::moveFailed, {}, {}, *error};
-    return {SaveResult::Kind::saved, name, {}, {}};
+    const std::optional<QString> error = partial.moveTo(QDir(*folder).filePath(name));
+    if (!error)
+        return {SaveResult::Kind::saved, name, {}, {}};
+    // Written elsewhere because the folder was gone: saved where it is rather than hidden.
+    const QDir here(QFileInfo(partial.path()).absolutePath());
+    if (here != QDir(*folder)) {
+        const QString kept = freeRecordingName(here, photoTimestamp());
+        if (!partial.moveTo(here.filePath(kept)))
+            return {SaveResult::Kind::savedElsewhere, kept, partial.path(), {}};
+    }
+    return {SaveResult::Kind::moveFailed, {}, here.absolutePath(), *error};
 }
 
 } // namespace
 
-void CameraManager::saveRecording(std::shared_ptr<PartialRecording> partial, bool finished) {
-    const auto done = [this] {
+void CameraManager::saveRecording(std::shared_ptr<PartialRecording> partial, bool finished,
+                                  bool late) {
+    const auto done = [this, late] {
+        if (late)
+            return; // the recording that quitting may wait for is another one
         std::function<void()> callback = std::move(onRecordingFinished);
         onRecordingFinished = nullptr;
         if (callback)
@@ -200,39 +340,66 @@ void CameraManager::saveRecording(std::shared_ptr<PartialRecording> partial, boo
         m_saveURL.isEmpty() ? std::nullopt : std::optional<QString>(m_saveURL.toLocalFile());
     QPointer<CameraManager> weak(this);
     // The lock goes with the file and is released only once it has its final name.
-    m_fileQueue->async([weak, partial = std::move(partial), folder, finished, done]() mutable {
-        const SaveResult result = saveFile(*partial, folder, finished);
+    const QString fallback = m_options.tempFolder;
+    m_fileQueue->async([weak, partial = std::move(partial), folder, fallback, finished, done,
+                        late]() mutable {
+        const SaveResult result = saveFile(*partial, folder, fallback, finished);
         partial.reset();
-        runOn(weak.data(), [weak, result, done] {
+        runOn(weak.data(), [weak, result, done, late] {
             if (!weak)
                 return;
+            // A late save must not touch the file of a recording that runs meanwhile.
+            std::optional<QString> ignored;
+            std::optional<QString>& activeTempFile = late ? ignored : weak->m_activeTempFile;
             switch (result.kind) {
             case SaveResult::Kind::nothing:
-                weak->m_activeTempFile.reset();
+                activeTempFile.reset();
                 break;
             case SaveResult::Kind::unsaved:
                 ostrelLog(LogLevel::warn, QStringLiteral("Kein Aufnahmeordner gewählt — Datei "
                                                          "bleibt im temporären Ordner: ") +
                                               result.name);
-                weak->m_activeTempFile = result.path;
+                activeTempFile = result.path;
                 break;
             case SaveResult::Kind::saved:
                 ostrelLog(LogLevel::event, QStringLiteral("Aufnahme gespeichert: ") + result.name);
-                weak->m_activeTempFile.reset();
+                activeTempFile.reset();
+                break;
+            case SaveResult::Kind::savedElsewhere:
+                ostrelLog(LogLevel::warn,
+                          QStringLiteral("Aufnahmeordner nicht erreichbar — Aufnahme gespeichert "
+                                         "unter ") +
+                              result.path);
+                weak->setUserAlert(tr("Der Aufnahmeordner war nicht erreichbar. Die Aufnahme "
+                                      "wurde in „%1“ gespeichert.")
+                                       .arg(QDir::toNativeSeparators(result.path)));
+                activeTempFile.reset();
+                break;
+            case SaveResult::Kind::lost:
+                ostrelLog(LogLevel::error,
+                          QStringLiteral("Aufnahme verloren: Datei nicht mehr erreichbar und "
+                                         "nicht zu retten (") +
+                              result.error + QStringLiteral(")"));
+                weak->setUserAlert(tr("Die Aufnahme konnte nicht gespeichert werden: Ihr Ordner "
+                                      "ist verschwunden, und es gibt keinen beschreibbaren Ort "
+                                      "für sie."));
+                activeTempFile.reset();
                 break;
             case SaveResult::Kind::rescued:
                 ostrelLog(LogLevel::event,
                           QStringLiteral("Aufnahme bis zum Schreibfehler gespeichert: ") +
                               result.name);
-                weak->m_activeTempFile.reset();
+                activeTempFile.reset();
                 break;
             case SaveResult::Kind::moveFailed:
                 ostrelLog(LogLevel::error,
                           QStringLiteral("Aufnahme speichern fehlgeschlagen: ") + result.error);
                 weak->setUserAlert(
                     tr("Aufnahme konnte nicht in den Aufnahmeordner verschoben werden (Laufwerk "
-                       "voll oder getrennt?). Die Datei liegt weiterhin im temporären Ordner."));
-                weak->m_activeTempFile.reset();
+                       "voll oder getrennt?). Sie liegt als versteckte Teilaufnahme in „%1“ und "
+                       "wird gespeichert, sobald der Aufnahmeordner wieder erreichbar ist.")
+                        .arg(QDir::toNativeSeparators(result.path)));
+                activeTempFile.reset();
                 // It is saved from its partial file once the drive is back.
                 weak->m_folderReachable = false;
                 weak->scheduleFolderCheck();
@@ -276,14 +443,15 @@ void CameraManager::takeSnapshot(bool high, bool watermarkOn, const QString& pra
     m_snapshotQueue->async([job = std::move(job)] { renderPhotos(job); });
 }
 
-void CameraManager::recoverLeftoverRecordings() {
+void CameraManager::recoverLeftoverRecordings(RecoveryCause cause) {
     if (m_saveURL.isEmpty())
         return;
     const QString folder = m_saveURL.toLocalFile();
     const QStringList places{folder, m_options.tempFolder};
     QPointer<CameraManager> weak(this);
-    m_fileQueue->async([weak, places, folder] {
-        const int saved = recoverUnownedRecordings(places, folder);
+    // Only ever used on the file queue.
+    m_fileQueue->async([weak, places, folder, cause, reported = m_reportedLeftovers] {
+        const int saved = recoverUnownedRecordings(places, folder, cause, *reported);
         runOn(weak.data(), [weak, saved] {
             if (weak)
                 emit weak->leftoversRecovered(saved);
@@ -305,9 +473,11 @@ void CameraManager::checkRecordingFolder() {
             if (!weak || weak->m_saveURL != url)
                 return;
             const bool wasReachable = weak->m_folderReachable.value_or(false);
+            const bool seenAway = weak->m_folderReachable.has_value();
             weak->m_folderReachable = reachable;
             if (reachable && !wasReachable)
-                weak->recoverLeftoverRecordings();
+                weak->recoverLeftoverRecordings(seenAway ? RecoveryCause::folderBack
+                                                         : RecoveryCause::crash);
             if (!reachable)
                 weak->scheduleFolderCheck();
         });

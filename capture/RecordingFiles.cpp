@@ -113,30 +113,115 @@ PartialRecording::create(const QString& folder, qint64 startSeconds, bool create
     return fileErrorText(error);
 }
 
-std::unique_ptr<PartialRecording> PartialRecording::adopt(const QString& path) {
+std::unique_ptr<PartialRecording> PartialRecording::adopt(const QString& path, Refusal* refusal) {
+    const auto refuse = [refusal](Refusal why) {
+        if (refusal)
+            *refusal = why;
+        return nullptr;
+    };
     const QByteArray name = QFile::encodeName(path);
     const int fd = ::open(name.constData(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
     if (fd < 0)
-        return nullptr;
-    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
-        ::close(fd);
-        return nullptr;
-    }
-    // The owner may have renamed or removed it just before it let go.
+        return refuse(errno == ENOENT ? Refusal::gone : Refusal::unreadable);
     struct stat opened {
     }, named{};
-    if (::fstat(fd, &opened) != 0 || ::stat(name.constData(), &named) != 0 ||
-        opened.st_ino != named.st_ino || opened.st_dev != named.st_dev ||
-        !S_ISREG(opened.st_mode)) {
+    if (::fstat(fd, &opened) != 0 || opened.st_uid != ::geteuid() || !S_ISREG(opened.st_mode)) {
         ::close(fd);
-        return nullptr;
+        return refuse(Refusal::foreign);
+    }
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        ::close(fd);
+        return refuse(Refusal::held);
+    }
+    // The owner may have renamed or removed it just before it let go.
+    if (::stat(name.constData(), &named) != 0 || opened.st_ino != named.st_ino ||
+        opened.st_dev != named.st_dev) {
+        ::close(fd);
+        return refuse(Refusal::gone);
     }
     return std::unique_ptr<PartialRecording>(new PartialRecording(fd, path));
+}
+
+PartialRecording::PartialRecording(int fd, QString path) : m_fd(fd), m_path(std::move(path)) {
+    reopenFolder();
 }
 
 PartialRecording::~PartialRecording() {
     if (m_fd >= 0)
         ::close(m_fd);
+    if (m_folderFd >= 0)
+        ::close(m_folderFd);
+}
+
+void PartialRecording::reopenFolder() {
+    if (m_folderFd >= 0)
+        ::close(m_folderFd);
+    m_folderFd = ::open(QFile::encodeName(QFileInfo(m_path).absolutePath()).constData(),
+                        O_PATH | O_DIRECTORY | O_CLOEXEC);
+}
+
+void PartialRecording::take(PartialRecording& other) {
+    std::swap(m_fd, other.m_fd);
+    std::swap(m_folderFd, other.m_folderFd);
+    std::swap(m_path, other.m_path);
+}
+
+bool PartialRecording::reachable() const {
+    struct stat opened {
+    }, named{};
+    return ::fstat(m_fd, &opened) == 0 &&
+           ::stat(QFile::encodeName(m_path).constData(), &named) == 0 &&
+           opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
+}
+
+void PartialRecording::discardLeftover() {
+    if (m_folderFd < 0)
+        return;
+    const QByteArray name = QFile::encodeName(QFileInfo(m_path).fileName());
+    struct stat opened {
+    }, left{};
+    // Only our own file: the name may have been taken by another one meanwhile.
+    if (::fstat(m_fd, &opened) == 0 && ::fstatat(m_folderFd, name.constData(), &left, 0) == 0 &&
+        opened.st_ino == left.st_ino && opened.st_dev == left.st_dev)
+        ::unlinkat(m_folderFd, name.constData(), 0);
+}
+
+std::variant<std::unique_ptr<PartialRecording>, QString>
+PartialRecording::sibling(const QString& folder) const {
+    const QRegularExpressionMatch match = partialPattern().match(QFileInfo(m_path).fileName());
+    const qint64 start = match.hasMatch() ? match.captured(1).toLongLong() : 0;
+    return create(folder, start, true);
+}
+
+std::optional<QString> PartialRecording::rescueInto(const QString& folder) {
+    auto created = sibling(folder);
+    if (const QString* error = std::get_if<QString>(&created))
+        return *error;
+    PartialRecording& copy = *std::get<std::unique_ptr<PartialRecording>>(created);
+    struct stat info {};
+    if (::fstat(m_fd, &info) != 0)
+        return fileErrorText(lastError());
+    loff_t in = 0, out = 0;
+    while (in < info.st_size) {
+        const ssize_t n =
+            ::copy_file_range(m_fd, &in, copy.m_fd, &out, std::size_t(info.st_size - in), 0);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0) {
+            const std::error_code error =
+                n < 0 ? lastError() : std::make_error_code(std::errc::io_error);
+            copy.discard();
+            return fileErrorText(error);
+        }
+    }
+    if (::fsync(copy.m_fd) != 0) {
+        const std::error_code error = lastError();
+        copy.discard();
+        return fileErrorText(error);
+    }
+    discardLeftover();
+    take(copy); // the old file is closed with `copy`
+    return std::nullopt;
 }
 
 std::optional<QString> PartialRecording::moveTo(const QString& destination) {
@@ -145,6 +230,7 @@ std::optional<QString> PartialRecording::moveTo(const QString& destination) {
     if (!error) {
         m_path = destination;
         syncFolder(QFileInfo(destination).absolutePath());
+        reopenFolder();
         return std::nullopt;
     }
     if (error != std::errc::cross_device_link)
@@ -152,6 +238,7 @@ std::optional<QString> PartialRecording::moveTo(const QString& destination) {
     if (auto failed = moveFileReplacing(m_path, destination))
         return failed;
     m_path = destination;
+    reopenFolder();
     return std::nullopt;
 }
 

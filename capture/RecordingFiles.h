@@ -20,9 +20,11 @@ public:
     // the error text when the folder cannot be written.
     static std::variant<std::unique_ptr<PartialRecording>, QString>
     create(const QString& folder, qint64 startSeconds, bool createFolder = false);
-    // Takes over the partial file at `path` when no process holds it; null when one does or
-    // the file is gone.
-    static std::unique_ptr<PartialRecording> adopt(const QString& path);
+    // Why a partial file was not taken over.
+    enum class Refusal { held, gone, unreadable, foreign };
+    // Takes over the partial file at `path` when no process holds it and it is this user's to
+    // take; null (and why, when asked) otherwise.
+    static std::unique_ptr<PartialRecording> adopt(const QString& path, Refusal* refusal = nullptr);
     ~PartialRecording(); // releases the lock; the file stays
 
     PartialRecording(const PartialRecording&) = delete;
@@ -37,10 +39,25 @@ public:
     void discard();
     // Whether the file still has a name (it may be out of reach, on a pulled drive).
     bool exists() const;
+    // Whether the file is still reached under its path: its folder may have been deleted or
+    // renamed, or its drive unmounted while the file stays open.
+    bool reachable() const;
+    // Removes what is left of the file under its old name, wherever its folder went (a
+    // renamed folder, a lazily unmounted drive); for a file whose content lives on elsewhere.
+    void discardLeftover();
+    // Gives a file that is no longer reachable a new, locked partial file in `folder` (made
+    // when missing) with its content, and stands for that one from then on. Only for a file
+    // nobody writes any more. The error text on failure.
+    std::optional<QString> rescueInto(const QString& folder);
+    // A new partial file in `folder` for the same recording (same start time in its name).
+    std::variant<std::unique_ptr<PartialRecording>, QString> sibling(const QString& folder) const;
 
 private:
-    PartialRecording(int fd, QString path) : m_fd(fd), m_path(std::move(path)) {}
+    PartialRecording(int fd, QString path);
+    void take(PartialRecording& other);
+    void reopenFolder();
     int m_fd;
+    int m_folderFd = -1; // follows the folder when it is renamed or unmounted
     QString m_path;
 };
 

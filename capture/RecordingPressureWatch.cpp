@@ -43,19 +43,22 @@ void CameraManager::yieldLiveViewForRecording(const QString& encoder) {
 void CameraManager::startPressureWatch(int width, int height) {
     m_pressureTask.cancel();
     m_pressure.reset();
+    m_paceNotice.clear();
+    m_driveStalled = false;
     setRecordingNotice({});
+    m_pressureTask = m_scheduler.every(std::chrono::milliseconds(RecordingPressure::tickMs), this,
+                                       [this, width, height] { pressureTick(width, height); });
     if (!m_liveViewYields)
         return;
     // The encoder that opened may be another than expected at the press.
     yieldLiveViewForRecording(m_recorder->videoEncoderName());
     if (predictedTooSlow(m_recorder->videoEncoderName(), width, cores())) {
-        const QString notice =
+        showPaceNotice(
             tr("Dieser Rechner schafft %1 × %2 voraussichtlich nicht mit 30 Bildern pro Sekunde. "
                "Die Aufnahme läuft dann gleichmäßig mit weniger Bildern pro Sekunde; für 30 "
                "Bilder pro Sekunde 1920 × 1080 wählen.")
                 .arg(width)
-                .arg(height);
-        setRecordingNotice(notice);
+                .arg(height));
         // Every other camera frame: an even cadence from the start.
         m_pressure.startPaced(RecordingPressure::cameraRate / 2);
         m_recorder->setRateLimit(m_pressure.rateLimit());
@@ -66,8 +69,6 @@ void CameraManager::startPressureWatch(int width, int height) {
                                       .arg(m_recorder->videoEncoderName())
                                       .arg(cores()));
     }
-    m_pressureTask = m_scheduler.every(std::chrono::milliseconds(RecordingPressure::tickMs), this,
-                                       [this, width, height] { pressureTick(width, height); });
 }
 
 void CameraManager::stopPressureWatch() {
@@ -75,16 +76,48 @@ void CameraManager::stopPressureWatch() {
     m_pressureTask = {};
     const int before = m_pressure.liveIntervalMs();
     m_pressure = RecordingPressure();
+    m_paceNotice.clear();
+    m_driveStalled = false;
     setRecordingNotice({});
     if (m_pressure.liveIntervalMs() != before)
         emit liveRefreshIntervalChanged();
 }
 
+// Frames lost while the drive does not answer are the drive's: they say nothing about the
+// encoder, so the pace stays as it is.
+bool CameraManager::checkDrive(int waitingMs, std::int64_t backlogBytes) {
+    const bool stalled = waitingMs >= driveStallMs;
+    if (stalled == m_driveStalled)
+        return stalled;
+    m_driveStalled = stalled;
+    if (stalled) {
+        ostrelLog(LogLevel::warn,
+                  QStringLiteral("Laufwerk reagiert nicht: seit %1 s nichts geschrieben, %2 MB "
+                                 "der Aufnahme warten im Arbeitsspeicher")
+                      .arg(waitingMs / 1000)
+                      .arg(backlogBytes / 1'000'000));
+        setRecordingNotice(tr("Laufwerk reagiert nicht. Die Aufnahme läuft weiter und wird im "
+                              "Arbeitsspeicher gehalten, bis das Laufwerk wieder schreibt."));
+    } else {
+        ostrelLog(LogLevel::info, QStringLiteral("Laufwerk schreibt wieder"));
+        setRecordingNotice(m_paceNotice);
+    }
+    return stalled;
+}
+
 void CameraManager::pressureTick(int width, int height) {
     const RecordingEngine::Counters c = m_recorder->counters();
+    const RecordingPressure::Sample totals{c.framesAppended, c.droppedBusy + c.droppedNotReady,
+                                           c.backlogged};
+    if (checkDrive(c.diskWaitingMs, c.diskBacklogBytes)) {
+        m_pressure.pass(totals);
+        return;
+    }
+    if (!m_liveViewYields)
+        return;
     const int intervalBefore = m_pressure.liveIntervalMs();
     const int limitBefore = m_pressure.rateLimit();
-    if (!m_pressure.update({c.framesAppended, c.droppedBusy + c.droppedNotReady, c.backlogged}))
+    if (!m_pressure.update(totals))
         return;
     if (m_pressure.liveIntervalMs() != intervalBefore)
         emit liveRefreshIntervalChanged();
@@ -105,7 +138,13 @@ void CameraManager::pressureTick(int width, int height) {
                          .arg(limit);
     if (width >= 2560)
         notice += QLatin1Char(' ') + tr("Für 30 Bilder pro Sekunde 1920 × 1080 wählen.");
-    setRecordingNotice(notice);
+    showPaceNotice(notice);
+}
+
+void CameraManager::showPaceNotice(const QString& notice) {
+    m_paceNotice = notice;
+    if (!m_driveStalled)
+        setRecordingNotice(notice);
 }
 
 void CameraManager::setRecordingNotice(const QString& notice) {

@@ -4,6 +4,7 @@
 
 #include "capture/CameraManager.h"
 
+#include "capture/RecordingFiles.h"
 #include "diagnostics/OstrelLog.h"
 #include "runtime/MainThread.h"
 #include "runtime/SerialQueue.h"
@@ -34,14 +35,18 @@ void CameraManager::storageTick(StorageBudget budget, std::uint64_t generation) 
     const QString tempFolder =
         tempFile ? QFileInfo(*tempFile).absolutePath() : folder.value_or(m_options.tempFolder);
     const auto measure = m_options.freeSpace ? m_options.freeSpace : freeBytesAtDestination;
+    const std::shared_ptr<PartialRecording> partial = m_activePartial;
     QPointer<CameraManager> weak(this);
     // One measurement in flight at a time: the next tick is armed only after this one is back.
     m_storageQueue->async([=] {
         const std::optional<std::int64_t> free = measure(tempFolder, folder, tempFile);
+        const bool lost = partial && !partial->reachable();
         runOn(weak.data(), [=] {
             if (!weak || generation != weak->m_storageGeneration || !weak->m_isRecording)
                 return; // the monitor was stopped while measuring
             ++weak->m_storageChecks;
+            if (lost && partial == weak->m_activePartial)
+                weak->recordingFileLost();
             weak->checkStorage(free, budget);
             if (weak->m_isRecording && !weak->m_stoppingRecording)
                 weak->scheduleStorageTick(budget, generation);

@@ -61,7 +61,8 @@ void RecordingEngine::setMacroFraction(double fraction) {
 
 RecordingEngine::Counters RecordingEngine::counters() const {
     std::lock_guard lock(m_lock);
-    return {m_framesAppended, m_droppedBusy, m_droppedNotReady, m_backlogged, m_skippedPaced};
+    return {m_framesAppended, m_droppedBusy,   m_droppedNotReady, m_backlogged,
+            m_skippedPaced,   m_diskWaitingMs, m_diskBacklogBytes};
 }
 
 void RecordingEngine::setRateLimit(int fps) {
@@ -113,7 +114,8 @@ std::optional<QString> RecordingEngine::start(const QString& path, int width, in
     m_pending.reset();
     m_draining = false;
     m_framesAppended = m_appendedThisSecond = m_droppedBusy = m_droppedNotReady = 0;
-    m_backlogged = m_skippedPaced = m_rateLimit = m_paceCredit = 0;
+    m_backlogged = m_skippedPaced = m_rateLimit = m_paceCredit = m_diskWaitingMs = 0;
+    m_diskBacklogBytes = 0;
     return std::nullopt;
 }
 
@@ -187,9 +189,18 @@ void RecordingEngine::drain() {
     m_draining = false;
 }
 
+void RecordingEngine::noteDisk() {
+    const auto waiting = m_writer->diskWaitingFor();
+    const std::int64_t backlog = m_writer->diskBacklogBytes();
+    std::lock_guard lock(m_lock);
+    m_diskWaitingMs = int(waiting.count());
+    m_diskBacklogBytes = backlog;
+}
+
 void RecordingEngine::appendFrame(const FrameJob& job) {
     if (m_finishing || !m_writer)
         return;
+    noteDisk();
     if (m_writer->status() == Mp4Writer::Status::failed) {
         if (m_failureLogged)
             return;
@@ -287,6 +298,7 @@ void RecordingEngine::appendAudioOnQueue(const AudioBuffer& buffer) {
     // Sound before the first composed frame is dropped, so it starts with the picture.
     if (m_finishing || !m_sessionStarted || !m_writer || !m_writer->hasAudioInput())
         return;
+    noteDisk(); // also while no Wide picture comes
     if (m_writer->status() == Mp4Writer::Status::writing && m_writer->isReadyForMoreAudio())
         m_writer->appendAudio(buffer);
 }
@@ -419,6 +431,27 @@ int RecordingEngine::finishingWriterCount() {
     int count = 0;
     m_recordQueue->sync([&] { count = int(m_finishingWriters.size()); });
     return count;
+}
+
+void RecordingEngine::holdDiskForTesting(bool held) {
+    m_recordQueue->sync([&] {
+        if (m_writer)
+            m_writer->holdDisk(held);
+        for (const auto& writer : m_finishingWriters)
+            writer->holdDisk(held);
+    });
+}
+
+void RecordingEngine::relocate(const QString& path,
+                               std::function<void(std::optional<QString>)> done) {
+    m_recordQueue->async([this, path, done = std::move(done)] {
+        if (!m_writer || m_finishing) {
+            done(QStringLiteral("Aufnahme bereits beendet"));
+            return;
+        }
+        m_fileURL = path;
+        m_writer->relocate(path, done);
+    });
 }
 
 void RecordingEngine::injectWriteFaultForTesting() {

@@ -65,6 +65,10 @@ public:
         int droppedNotReady = 0;
         int backlogged = 0;   // appends that found the previous frame not yet taken by the encoder
         int skippedPaced = 0; // Wide frames left out on purpose to keep an even, lower rate
+        // How long encoded data has been waiting for the drive, as of the latest frame or
+        // sound; zero while the drive keeps up.
+        int diskWaitingMs = 0;
+        std::int64_t diskBacklogBytes = 0;
     };
     Counters counters() const;
 
@@ -91,6 +95,11 @@ public:
     // Tests: how many writers are still completing a file.
     int finishingWriterCount();
     void injectWriteFaultForTesting();
+    void holdDiskForTesting(bool held); // also holds writers that are finishing
+
+    // Continues the running recording's file at `path` (a new, empty file; the old one lost
+    // its name or its drive). `done` gets the error text on failure, on any thread.
+    void relocate(const QString& path, std::function<void(std::optional<QString>)> done);
 
 private:
     std::optional<QString> prepareWriter(const QString& path, int width, int height, bool withAudio,
@@ -98,6 +107,7 @@ private:
     void drain();
     void appendFrame(const FrameJob& job);
     void checkDropWindow();
+    void noteDisk();
     void appendAudioOnQueue(const AudioBuffer& buffer);
     void finish(Completion completion);
     void logSummary();
@@ -136,6 +146,8 @@ private:
     int m_droppedNotReady = 0;
     int m_backlogged = 0;
     int m_skippedPaced = 0;
+    int m_diskWaitingMs = 0;
+    std::int64_t m_diskBacklogBytes = 0;
     int m_rateLimit = 0;
     int m_paceCredit = 0;
     QString m_encoderName;

@@ -43,6 +43,9 @@ public:
     void startPaced(int fps);
     // One tick's totals; returns whether anything the callers show changed.
     bool update(const Sample& totals);
+    // A tick whose drops are not the encoder's (the drive held it up): taken as seen, judged
+    // for nothing.
+    void pass(const Sample& totals) { m_previous = totals; }
 
     int liveIntervalMs() const { return intervalsMs[std::size_t(m_step)]; }
     // Frames per second the recording is paced to; 0 while unlimited.

@@ -85,6 +85,25 @@ struct FileOutput::Disk {
     void run();
     void relocate(Chunk& chunk);
     bool hasWork() const { return !held && !queue.empty(); }
+    // How long the oldest write (or sync) not yet done has been waiting.
+    Clock::duration waiting() const {
+        std::optional<Clock::time_point> oldest = busyWith;
+        if (!oldest && !queue.empty())
+            oldest = queue.front().queued;
+        return oldest ? Clock::now() - *oldest : Clock::duration::zero();
+    }
+    // Abandoned, and the drive is not answering: waiting for it is given up. A drive that
+    // answers is still waited for.
+    bool givenUp() const { return abandoned && waiting() >= std::chrono::seconds(1); }
+    // Waits until `done`, or until waiting for the drive has been given up; whether `done`.
+    template <typename Done> bool waitFor(std::unique_lock<std::mutex>& lock, Done done) {
+        while (!done()) {
+            if (givenUp())
+                return false;
+            moved.wait_for(lock, std::chrono::milliseconds(100));
+        }
+        return true;
+    }
     bool mayClose() const { return closing && queue.empty(); }
 
     const std::int64_t maxBacklog;
@@ -132,6 +151,7 @@ void FileOutput::Disk::run() {
             continue;
         }
         if (mayClose()) {
+            busyWith = Clock::now();
             lock.unlock();
             int result = ::fdatasync(fd) != 0 && errno != EINVAL ? AVERROR(errno) : 0;
             if (::close(fd) != 0 && result == 0)
@@ -139,6 +159,7 @@ void FileOutput::Disk::run() {
             lock.lock();
             if (result < 0 && error == 0)
                 error = result;
+            busyWith.reset();
             closed = true;
             moved.notify_all();
             return;
@@ -150,9 +171,11 @@ void FileOutput::Disk::run() {
                 continue;
             }
             unsynced = false;
+            busyWith = Clock::now();
             lock.unlock();
             ::fdatasync(fd);
             lock.lock();
+            busyWith.reset();
             lastSync = Clock::now();
             continue;
         }
@@ -233,12 +256,11 @@ int FileOutput::fd() const {
 int FileOutput::drain() {
     avio_flush(m_io.get());
     std::unique_lock lock(m_disk->mutex);
-    m_disk->moved.wait(lock, [this] {
-        return (m_disk->queue.empty() && !m_disk->busyWith) || m_disk->abandoned || m_disk->error;
-    });
+    const bool drained = m_disk->waitFor(
+        lock, [this] { return (m_disk->queue.empty() && !m_disk->busyWith) || m_disk->error; });
     if (m_disk->error)
         return m_disk->error;
-    return m_disk->queue.empty() && !m_disk->busyWith ? m_io->error : AVERROR_EXIT;
+    return drained ? m_io->error : AVERROR_EXIT;
 }
 
 int FileOutput::close() {
@@ -250,8 +272,7 @@ int FileOutput::close() {
     std::unique_lock lock(m_disk->mutex);
     m_disk->closing = true;
     m_disk->work.notify_one();
-    m_disk->moved.wait(lock, [this] { return m_disk->closed || m_disk->abandoned; });
-    if (!m_disk->closed)
+    if (!m_disk->waitFor(lock, [this] { return m_disk->closed; }))
         return AVERROR_EXIT;
     return flushed < 0 ? flushed : m_disk->error;
 }
@@ -278,12 +299,7 @@ void FileOutput::relocate(const QString& path, std::function<void(std::optional<
 
 std::chrono::milliseconds FileOutput::waitingFor() const {
     std::lock_guard lock(m_disk->mutex);
-    std::optional<Clock::time_point> oldest = m_disk->busyWith;
-    if (!oldest && !m_disk->queue.empty())
-        oldest = m_disk->queue.front().queued;
-    if (!oldest)
-        return {};
-    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - *oldest);
+    return std::chrono::duration_cast<std::chrono::milliseconds>(m_disk->waiting());
 }
 
 std::int64_t FileOutput::backlogBytes() const {
@@ -311,13 +327,12 @@ int FileOutput::writePacket(void* opaque, std::uint8_t* data, int size) {
     {
         std::unique_lock lock(disk.mutex);
         // A full backlog holds the muxer (and so the encoder) until the drive catches up.
-        disk.moved.wait(lock, [&] {
-            return disk.error || disk.abandoned || disk.backlog == 0 ||
-                   disk.backlog + size <= disk.maxBacklog;
+        const bool room = disk.waitFor(lock, [&] {
+            return disk.error || disk.backlog == 0 || disk.backlog + size <= disk.maxBacklog;
         });
         if (disk.error)
             return disk.error;
-        if (disk.abandoned)
+        if (!room)
             return AVERROR_EXIT;
         Disk::Chunk chunk;
         chunk.offset = self->m_position;

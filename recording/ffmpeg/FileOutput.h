@@ -42,9 +42,10 @@ public:
 
     // Flushes, writes what waits, syncs and closes; 0 or the first error seen on this file.
     int close();
-    // Stops waiting for the drive: a write or drain that waits for room or for the disk
-    // returns AVERROR_EXIT from now on. What was handed over is still written by the disk
-    // thread, which closes the file once the drive answers. Any thread.
+    // Stops waiting for a drive that does not answer: a write, drain or close that has waited
+    // a second for it returns AVERROR_EXIT (one that progresses is still waited for). What
+    // was handed over is still written by the disk thread, which closes the file once the
+    // drive answers. Any thread.
     void abandon();
 
     // Continues the file at `path` (a new, empty file): what was written so far is copied

@@ -6,6 +6,7 @@
 #include "recording/MediaProbe.h"
 #include "recording/RecordingEngine.h"
 #include "recording/SyntheticMedia.h"
+#include "recording/ffmpeg/FragmentRepair.h"
 #include "settings/SettingsStore.h"
 #include "support/EventLoop.h"
 
@@ -13,12 +14,16 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 #include <memory>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace std::chrono_literals;
 
@@ -363,37 +368,84 @@ TEST_F(CameraManagerTest, WithoutFolderTheFileStaysInTheTemporaryFolder) {
                   temp[0]);
 }
 
-TEST_F(CameraManagerTest, VanishedFolderAlertsAndTheRecordingIsSavedWhenItIsBack) {
+// The folder is renamed (or deleted, or its drive unmounted) while the file is written: the
+// next storage check notices, the recording goes on in the folder made anew, and nothing is
+// left behind where the folder went. A stop before that check still saves the recording.
+TEST_F(CameraManagerTest, VanishedFolderIsMadeAnewAndTheRecordingGoesOnAndIsSavedThere) {
     CameraManager& cam = live();
+    const QString away = dir.filePath(QStringLiteral("umbenannt"));
+    const auto stopAndWait = [&] {
+        bool finished = false;
+        cam.onRecordingFinished = [&] { finished = true; };
+        cam.stopRecording();
+        return pumpUntil([&] { return finished; });
+    };
     cam.startRecordingWith(false, false, false, QString(), 0.3);
     ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 20; }));
-    // The drive is pulled: the folder, with the file being written, is no longer there.
-    const QString away = dir.filePath(QStringLiteral("abgezogen"));
+    ASSERT_TRUE(pumpUntil([&] { return cam.activeTempFile().has_value(); }));
     ASSERT_TRUE(QDir().rename(folder(), away));
+    scheduler.advance(5s);
+    ASSERT_TRUE(pumpUntil([&] { return cam.userAlert().has_value(); }));
+    EXPECT_TRUE(cam.userAlert()->contains(QDir::toNativeSeparators(folder())));
+    EXPECT_TRUE(partialRecordings(away).isEmpty());
+    EXPECT_EQ(partialRecordings(folder()).size(), 1);
+    const int before = cam.recorder().counters().framesAppended;
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= before + 20; }));
+    ASSERT_TRUE(stopAndWait());
+    const int appended = cam.recorder().counters().framesAppended;
+    QStringList saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
+    ASSERT_EQ(saved.size(), 1);
+    EXPECT_EQ(decodedVideoFrames(QDir(folder()).filePath(saved[0])), appended);
+
+    // Gone just before the stop, with no check in between.
+    QDir(away).removeRecursively();
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return cam.activeTempFile().has_value(); }));
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 20; }));
+    ASSERT_TRUE(QDir().rename(folder(), away));
+    ASSERT_TRUE(stopAndWait());
+    saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
+    ASSERT_EQ(saved.size(), 1);
+    EXPECT_GE(decodedVideoFrames(QDir(folder()).filePath(saved[0])), 20);
+    EXPECT_TRUE(partialRecordings(away).isEmpty());
+    EXPECT_TRUE(partialRecordings(folder()).isEmpty());
+}
+
+// A drive that stops answering (a frozen file system, a hung network folder): the recording
+// goes on in memory and says why, without blaming the computer; a finish that still waits for
+// the drive after ten seconds is given up, so that quitting goes on; once the drive answers, the
+// recording is saved after all.
+TEST_F(CameraManagerTest, StalledDriveIsSaidAndAFinishWaitingForItIsGivenUpAfterTenSeconds) {
+    CameraManager& cam = live();
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return cam.activeTempFile().has_value(); }));
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 20; }));
+    cam.recorder().holdDiskForTesting(true);
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().diskWaitingMs >= 2000; }));
+    scheduler.advance(500ms);
+    EXPECT_TRUE(cam.recordingNotice().startsWith(QStringLiteral("Laufwerk reagiert nicht")));
+    EXPECT_EQ(cam.recorder().rateLimit(), 0) << "the drive's stall is not the encoder's";
+
     bool finished = false;
     cam.onRecordingFinished = [&] { finished = true; };
     cam.stopRecording();
-    ASSERT_TRUE(pumpUntil([&] { return finished; }));
+    scheduler.advance(9s);
+    EXPECT_FALSE(finished);
+    scheduler.advance(1s);
+    EXPECT_TRUE(finished);
+    EXPECT_FALSE(cam.isRecording());
     ASSERT_TRUE(cam.userAlert());
     EXPECT_TRUE(cam.userAlert()->startsWith(
-        QStringLiteral("Aufnahme konnte nicht in den Aufnahmeordner verschoben werden")));
-    EXPECT_TRUE(
-        log.messages().last().startsWith(QStringLiteral("Aufnahme speichern fehlgeschlagen: ")));
-    EXPECT_FALSE(cam.activeTempFile());
-    EXPECT_EQ(partialRecordings(away).size(), 1);
+        QStringLiteral("Die Aufnahme konnte nicht abgeschlossen werden: Das Laufwerk reagiert")));
+    EXPECT_TRUE(filesIn(folder(), QStringLiteral("OSTREL-*.mp4")).isEmpty());
 
-    // Plugged in again: found at the next look and saved at once.
-    QSignalSpy recovered(&cam, &CameraManager::leftoversRecovered);
-    ASSERT_TRUE(QDir().rename(away, folder()));
-    scheduler.advance(5s);
-    ASSERT_TRUE(pumpUntil([&] { return recovered.count() == 1; }));
-    EXPECT_EQ(recovered.first().first().toInt(), 1);
+    cam.recorder().holdDiskForTesting(false);
+    ASSERT_TRUE(pumpUntil([&] {
+        return log.messages().join(u'\n').contains(QStringLiteral("Aufnahme gespeichert: "));
+    }));
     const QStringList saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
     ASSERT_EQ(saved.size(), 1);
-    EXPECT_TRUE(log.messages().contains(
-        QStringLiteral("Aufnahme nach Absturz wiederhergestellt: ") + saved[0]));
     EXPECT_GE(decodedVideoFrames(QDir(folder()).filePath(saved[0])), 20);
-    EXPECT_TRUE(partialRecordings(folder()).isEmpty());
 }
 
 TEST_F(CameraManagerTest, StorageMonitorWarnsOnceThenStopsTheRecording) {
@@ -477,8 +529,28 @@ TEST_F(CameraManagerTest, CrashedRecordingIsRecoveredAtOnceButNotOneStillBeingWr
     const QString crashedPath = std::get<std::unique_ptr<PartialRecording>>(crashed)->path();
     const QString runningPath = std::get<std::unique_ptr<PartialRecording>>(running)->path();
     recordAbandoned(crashedPath, 150);
-    crashed = QString();                           // its owner died just now
-    QFile(runningPath).open(QIODevice::WriteOnly); // another instance is writing this one
+    crashed = QString();                                    // its owner died just now
+    QFile(runningPath).open(QIODevice::WriteOnly);          // another instance is writing this one
+    ::chmod(QFile::encodeName(crashedPath).constData(), 0); // the crash left it without a mode
+    // Named like ours, but not ours to touch: another program's MP4, and another user's file.
+    const QString foreignPath = QDir(folder()).filePath(QStringLiteral(".ostrel-1.partial.mp4"));
+    const QString otherUserPath = QDir(folder()).filePath(QStringLiteral(".ostrel-2.partial.mp4"));
+    recordAbandoned(foreignPath, 150);
+    {
+        QFile foreign(foreignPath);
+        ASSERT_TRUE(foreign.open(QIODevice::ReadWrite));
+        QByteArray bytes = foreign.readAll();
+        ASSERT_TRUE(bytes.contains(ffmpeg::recordingMark));
+        bytes.replace(ffmpeg::recordingMark, "Fremde");
+        foreign.seek(0);
+        foreign.write(bytes);
+    }
+    ASSERT_TRUE(QFile::copy(foreignPath, otherUserPath));
+    // Only root can give a file away.
+    const bool otherUser =
+        ::chown(QFile::encodeName(otherUserPath).constData(), ::geteuid() + 1, ::getegid()) == 0;
+    if (!otherUser)
+        QFile::remove(otherUserPath);
 
     CameraManager::Options options; // set up as the app does, the folder given afterwards
     options.scheduler = &scheduler;
@@ -491,11 +563,31 @@ TEST_F(CameraManagerTest, CrashedRecordingIsRecoveredAtOnceButNotOneStillBeingWr
 
     const QStringList saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
     ASSERT_EQ(saved.size(), 1);
-    EXPECT_EQ(log.messages().last(),
-              QStringLiteral("Aufnahme nach Absturz wiederhergestellt: ") + saved[0]);
+    EXPECT_TRUE(log.messages().contains(
+        QStringLiteral("Aufnahme nach Absturz wiederhergestellt: ") + saved[0]));
     EXPECT_FALSE(QFile::exists(crashedPath));
     EXPECT_TRUE(QFile::exists(runningPath)) << "held by its writer: never taken";
+    EXPECT_TRUE(QFile::exists(foreignPath));
+    EXPECT_EQ(QFile::exists(otherUserPath), otherUser);
     const QString file = QDir(folder()).filePath(saved[0]);
+    EXPECT_EQ(QFileInfo(file).permissions() & 0x0fff,
+              QFileDevice::ReadUser | QFileDevice::WriteUser | QFileDevice::ReadGroup |
+                  QFileDevice::ReadOther)
+        << "a new recording's mode";
+    // Left alone files are reported once, not at every look.
+    manager->setSaveURL(QUrl::fromLocalFile(tempFolder()));
+    ASSERT_TRUE(pumpUntil([&] { return recovered.count() == 2; }));
+    manager->setSaveURL(QUrl::fromLocalFile(folder()));
+    ASSERT_TRUE(pumpUntil([&] { return recovered.count() == 3; }));
+    const QStringList messages = log.messages();
+    EXPECT_EQ(messages.count(QStringLiteral("Teilaufnahme nicht angetastet (nicht von OSTREL "
+                                            "geschrieben): ") +
+                             foreignPath),
+              1);
+    EXPECT_EQ(messages.count(QStringLiteral("Teilaufnahme nicht angetastet (gehört einem anderen "
+                                            "Benutzer): ") +
+                             otherUserPath),
+              otherUser ? 1 : 0);
     const ProbedFile probed = probeFile(file);
     const int frames = decodedVideoFrames(file);
     EXPECT_GE(frames, 60);
