@@ -164,6 +164,8 @@ void CameraManager::handleFrame(CaptureOutput& output, const SampleBuffer& buffe
 }
 
 void CameraManager::applyAudioLevel(float dB) {
+    if (m_mic.missing)
+        return; // a buffer of the lost stream, still on its way
     setAudioLevel(smoothedAudioLevel(m_audioLevel, dB));
 }
 
@@ -226,6 +228,8 @@ void CameraManager::setRecording(bool recording) {
         emit cameraMissingChanged(); // the banner says whether a recording goes on
         emit liveCamerasChanged();
     }
+    if (m_mic.missing)
+        emit microphoneMissingChanged(); // so does the microphone's notice
 }
 
 void CameraManager::setAudioLevel(float level) {

@@ -4,6 +4,7 @@
 #include "capture/CaptureBackend.h"
 #include "capture/PipelineSetup.h"
 #include "capture/RecordingRecovery.h"
+#include "capture/SilenceSource.h"
 #include "capture/StorageBudget.h"
 #include "recording/RecordingPressure.h"
 #include "runtime/Scheduler.h"
@@ -31,10 +32,11 @@ class Stabilizer;
 // recorder, moves finished recordings into the folder, triggers photos and watches the free
 // space while recording. Observable state is written on the main thread only; frames are
 // handled on the cameras' own delivery queues.
-// One class in five files: CameraManager.cpp (core, frames, state), CameraStartup.cpp
+// One class in six files: CameraManager.cpp (core, frames, state), CameraStartup.cpp
 // (start-up, watchdog, hot-plug), CameraRecovery.cpp (one camera lost or restarted while the
-// rest goes on), RecordingControl.cpp (recording, photos) and StorageMonitor.cpp (free space
-// while recording).
+// rest goes on), MicrophoneRecovery.cpp (the microphone lost and taken back while the cameras
+// go on), RecordingControl.cpp (recording, photos) and StorageMonitor.cpp (free space while
+// recording).
 class CameraManager : public QObject {
     Q_OBJECT
     Q_PROPERTY(int status READ statusCode NOTIFY statusChanged)
@@ -63,6 +65,11 @@ class CameraManager : public QObject {
     // one camera, the other.
     Q_PROPERTY(bool wideLive READ wideLive NOTIFY liveCamerasChanged)
     Q_PROPERTY(bool macroLive READ macroLive NOTIFY liveCamerasChanged)
+    // Whether the assigned microphone was lost from the run (unplugged, or its stream could not
+    // be restarted), and the notice that says so; empty while it is there.
+    Q_PROPERTY(bool microphoneMissing READ microphoneMissing NOTIFY microphoneMissingChanged)
+    Q_PROPERTY(
+        QString missingMicrophoneText READ missingMicrophoneText NOTIFY microphoneMissingChanged)
     // Empty unless this machine cannot record the chosen resolution at the camera rate.
     Q_PROPERTY(QString recordingNotice READ recordingNotice NOTIFY recordingNoticeChanged)
 
@@ -116,6 +123,8 @@ public:
     QString recordingNotice() const { return m_recordingNotice; }
     bool cameraMissing() const { return m_recovery[0].missing || m_recovery[1].missing; }
     QString missingCameraText() const;
+    bool microphoneMissing() const { return m_mic.missing; }
+    QString missingMicrophoneText() const;
     bool wideLive() const { return cameraLive(0); }
     bool macroLive() const { return cameraLive(1); }
     bool cameraLive(int index) const {
@@ -179,6 +188,7 @@ signals:
     void liveRefreshIntervalChanged();
     void recordingNoticeChanged();
     void cameraMissingChanged();
+    void microphoneMissingChanged();
     void liveCamerasChanged();
     void savingRecordingChanged();
     void leftoversRecovered(int saved);
@@ -222,6 +232,23 @@ private:
     // At the end of a degraded recording: the whole run ends, and the poll loop looks for both.
     void endDegradedRun();
     void resetRecovery();
+
+    // The microphone lost and taken back in place, main thread (MicrophoneRecovery.cpp). While
+    // it is gone the meter reads nothing and a running recording gets silence in its place.
+    void microphoneEnded(std::uint64_t generation, std::uint64_t epoch, StreamEnd reason);
+    void microphoneConnected(const CaptureDevice& device);
+    void microphoneDisconnected(const CaptureDevice& device);
+    // `unplugged`: gone from the device list, else only its stream ended.
+    void microphoneLost(bool unplugged);
+    // When it is listed and the run goes on; it comes back by itself at the next start else.
+    void restartMicrophone();
+    void microphoneRestarted(std::uint64_t generation, std::uint64_t epoch, bool running);
+    void microphoneBack();
+    void resetMicrophone();
+    void setMicrophoneMissing(bool missing);
+    void startSilence();
+    void fillSilence();
+    void stopSilence();
     void setMissing(int index, bool missing);
     void reportStartFailure();
     void logGaveUpStarting();
@@ -345,6 +372,18 @@ private:
         ScheduledTask task;      // the next try, or the check of the last one
     };
     CameraRecovery m_recovery[2];
+    struct MicrophoneRecovery {
+        std::uint64_t epoch = 0; // each start of its stream; older ends are stale
+        CaptureDevice device;    // the microphone of the run, for the log
+        bool missing = false;    // lost from the run until it streams again
+        bool unplugged = false;  // and gone from the device list
+        bool restarting = false;
+        int tries = 0;         // restarts since it was last lost or plugged in
+        ScheduledTask retry;   // the next try after a failed one
+        ScheduledTask silence; // feeds the recording while it is gone
+        std::optional<SilenceSource> silent;
+    };
+    MicrophoneRecovery m_mic;
     // Why the last start of found cameras failed; empty once a start succeeded.
     std::optional<QString> m_startFailure;
     ScheduledTask m_fpsTask;

@@ -63,6 +63,9 @@ void CameraManager::resetRecovery() {
         camera.tries = 0;
         camera.restarting = false;
     }
+    // A restart in flight belongs to the run that ends; a new start looks for the microphone.
+    m_mic.restarting = false;
+    m_mic.retry.cancel();
 }
 
 void CameraManager::recoverStream(int index, StreamEnd reason) {

@@ -28,7 +28,10 @@ QString boolText(bool value) {
 void CameraManager::startCapture() {
     m_wideUID = m_settings.text(Setting::wideDeviceUID);
     m_macroUID = m_settings.text(Setting::macroDeviceUID);
-    m_micUID = m_settings.text(Setting::micDeviceUID);
+    if (const QString mic = m_settings.text(Setting::micDeviceUID); mic != m_micUID) {
+        resetMicrophone(); // another microphone, or none: the old one is missed no more
+        m_micUID = mic;
+    }
     autoAssignCameras();
     m_pollCount = 0;
     if (!m_running && !m_polling) {
@@ -127,14 +130,21 @@ void CameraManager::tryStartPipelines() {
         request.macro = *macro;
         request.microphoneRequested = !m_micUID.isEmpty();
         request.microphone = audioDevice(discovery, m_micUID);
+        if (request.microphone)
+            m_mic.device = *request.microphone;
+        const std::uint64_t micEpoch = ++m_mic.epoch;
+        request.microphoneEnded = [this, generation, micEpoch](StreamEnd reason) {
+            microphoneEnded(generation, micEpoch, reason);
+        };
         Stabilizer* stabilizer = m_stabilizer.get();
         request.prepareStart = [stabilizer] {
             FrameStore::shared().clear();
             stabilizer->requestReset();
         };
         request.configurationFailed = [this, generation] { configurationFailed(generation); };
-        request.started = [this, generation](bool video, bool audio) {
-            started(generation, video, audio);
+        // A microphone lost before this outcome arrives is not running.
+        request.started = [this, generation, micEpoch](bool video, bool audio) {
+            started(generation, video, audio && micEpoch == m_mic.epoch);
         };
         const std::array<std::uint64_t, 2> epochs{++m_recovery[0].epoch, ++m_recovery[1].epoch};
         request.streamEnded = [this, generation, epochs](int index, StreamEnd reason) {
@@ -204,6 +214,12 @@ void CameraManager::started(std::uint64_t generation, bool videoRunning, bool au
     scheduleWatchdog();
     ostrelLog(LogLevel::event, QStringLiteral("2 Kameras live") +
                                    (m_micActive ? QStringLiteral(" · Mikrofon aktiv") : QString()));
+    if (m_mic.missing) {
+        if (m_micActive)
+            microphoneBack();
+        else
+            restartMicrophone();
+    }
 }
 
 void CameraManager::scheduleWatchdog() {
@@ -272,6 +288,7 @@ void CameraManager::stopCapture() {
     m_polling = false;
     m_pollTask.cancel();
     m_micActive = false;
+    resetMicrophone();
     setConnectedCount(0);
     setAudioLevel(0);
     m_watchdogRetries = 0;
@@ -284,8 +301,10 @@ void CameraManager::stopCapture() {
 }
 
 void CameraManager::deviceDisconnected(const CaptureDevice& device) {
-    if (device.mediaType() != MediaType::video)
+    if (device.mediaType() == MediaType::audio) {
+        microphoneDisconnected(device);
         return;
+    }
     if (device.uniqueID != m_wideUID && device.uniqueID != m_macroUID)
         return;
     for (int index : {0, 1})
@@ -343,8 +362,10 @@ void CameraManager::endRunAsDisconnected() {
 }
 
 void CameraManager::deviceConnected(const CaptureDevice& device) {
-    if (device.mediaType() != MediaType::video)
+    if (device.mediaType() == MediaType::audio) {
+        microphoneConnected(device);
         return;
+    }
     if (device.uniqueID != m_wideUID && device.uniqueID != m_macroUID)
         return;
     ostrelLog(LogLevel::event, QStringLiteral("Kamera angeschlossen: ") +

@@ -185,6 +185,9 @@ void PipelineSetup::configureAndStart(const StartRequest& request) {
             }));
     }
 
+    if (micReady)
+        sessions.audio->setStreamEndHandler(onOwnersThread(request.owner, request.microphoneEnded));
+
     sessions.wide->startRunning();
     std::this_thread::sleep_for(macroStartPause);
     sessions.macro->startRunning();
@@ -227,6 +230,25 @@ void PipelineSetup::restartCamera(const CameraRestart& request) {
     if (configureVideoSession(session, request.device, request.index)) {
         if (request.prepareStart)
             request.prepareStart();
+        session.setStreamEndHandler(onOwnersThread(request.owner, request.streamEnded));
+        session.startRunning();
+        running = session.isRunning();
+    }
+    if (QObject* owner = request.owner.data(); owner && request.done)
+        runOn(owner, [done = request.done, running] { done(running); });
+}
+
+void PipelineSetup::stopMicrophone(CaptureSessions& sessions) {
+    sessions.audio->stopRunning();
+}
+
+void PipelineSetup::restartMicrophone(const MicrophoneRestart& request) {
+    if (request.owner.isNull() || !request.sessions)
+        return;
+    CaptureSession& session = *request.sessions->audio;
+    session.stopRunning();
+    bool running = false;
+    if (configureAudioSession(session, request.device)) {
         session.setStreamEndHandler(onOwnersThread(request.owner, request.streamEnded));
         session.startRunning();
         running = session.isRunning();

@@ -45,6 +45,8 @@ struct StartRequest {
     std::function<void(bool videoRunning, bool audioRunning)> started;
     // Runs on the owner's thread when camera `index`'s stream of this start ends by itself.
     std::function<void(int index, StreamEnd reason)> streamEnded;
+    // Runs on the owner's thread when the microphone's stream of this start ends by itself.
+    std::function<void(StreamEnd reason)> microphoneEnded;
 };
 
 // One camera's session started again in place while the other camera and the microphone go
@@ -56,6 +58,17 @@ struct CameraRestart {
     CaptureDevice device;
     // Runs on the configuration queue just before the session starts.
     std::function<void()> prepareStart;
+    std::function<void(bool running)> done;
+    // Runs on the owner's thread when the restarted stream ends by itself.
+    std::function<void(StreamEnd reason)> streamEnded;
+};
+
+// The microphone's session started again in place while the cameras go on (its stream ended,
+// or it was plugged back in).
+struct MicrophoneRestart {
+    QPointer<QObject> owner; // the manager, held weakly; the continuations run on its thread
+    CaptureSessions* sessions = nullptr;
+    CaptureDevice device;
     std::function<void(bool running)> done;
     // Runs on the owner's thread when the restarted stream ends by itself.
     std::function<void(StreamEnd reason)> streamEnded;
@@ -77,6 +90,9 @@ public:
     // Every session, also one whose stream was lost: its device is still held until stopped.
     static void stopSessions(CaptureSessions& sessions);
     static void stopCamera(CaptureSessions& sessions, int index);
+    // Opens the microphone anew, its old stream closed first.
+    void restartMicrophone(const MicrophoneRestart& request);
+    static void stopMicrophone(CaptureSessions& sessions);
 
     // Any thread. Why the last configuration or start failed (the first camera's reason).
     std::optional<QString> lastFailure() const;

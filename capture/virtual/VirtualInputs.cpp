@@ -162,6 +162,11 @@ std::optional<QString> VirtualMicrophoneInput::start(SessionPreset, CaptureSink&
             sink.streamEnded(StreamEnd::unplugged);
             return false;
         }
+        if (state->endRequested) {
+            m_devices->clearEndRequest(id);
+            sink.streamEnded(StreamEnd::ended);
+            return false;
+        }
         if (state->silent)
             return true;
         auto bytes = std::make_shared<std::vector<std::uint8_t>>(samplesPerBuffer * sizeof(float));

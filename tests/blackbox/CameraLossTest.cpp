@@ -1,8 +1,9 @@
-// The built app loses a camera in the middle of a recording, on the virtual pair with faults
-// that fire a set time after the camera first streamed: a stream that ends comes back by
-// itself, an unplugged camera comes back into the same recording when it is plugged in again,
-// and a lost Wide camera leaves the sound running. The saved files are checked as players see
-// them.
+// The built app loses a camera or the microphone in the middle of a recording, on the virtual
+// devices with faults that fire a set time after the device first streamed: a stream that ends
+// comes back by itself, an unplugged camera comes back into the same recording when it is
+// plugged in again, a lost Wide camera leaves the sound running, and a pulled microphone leaves
+// the picture running and its sound returns when it is back. The saved files are checked as
+// players see them.
 
 #include "blackbox/AppRun.h"
 #include "recording/MediaProbe.h"
@@ -13,9 +14,12 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 namespace {
 
 const QString macroID = QStringLiteral("ostrel-virtual-camera-2");
+const QString microphoneID = QStringLiteral("ostrel-virtual-microphone");
 
 int lineOf(const QStringList& lines, const QString& text) {
     for (int i = 0; i < lines.size(); ++i)
@@ -31,6 +35,27 @@ std::optional<QTime> timeOf(const QString& line) {
     if (!match.hasMatch())
         return std::nullopt;
     return QTime::fromString(match.captured(1), QStringLiteral("HH:mm:ss"));
+}
+
+bool isAlertRed(const QColor& c) {
+    return c.red() > 220 && c.green() > 50 && c.green() < 90 && c.blue() > 40 && c.blue() < 75;
+}
+
+bool isWarningOrange(const QColor& c) {
+    return c.red() > 220 && c.green() > 130 && c.green() < 185 && c.blue() < 50;
+}
+
+// A banner of that colour: a row of it across the top middle of the window, below the menu bar.
+bool bannerShown(const QImage& shot, const QRect& window,
+                 const std::function<bool(const QColor&)>& colour) {
+    for (int y = window.top() + 40; y < window.top() + 160; y += 2) {
+        int hits = 0;
+        for (int x = window.center().x() - 150; x < window.center().x() + 150; x += 3)
+            hits += colour(shot.pixelColor(x, y));
+        if (hits > 90)
+            return true;
+    }
+    return false;
 }
 
 // Starts the app live and a recording with Ctrl+R.
@@ -102,6 +127,38 @@ void report(const char* name, const Tracks& tracks) {
                 tracks.longestGap, tracks.audioSeconds);
 }
 
+// A stretch of a file's sound: the tone heard, or silence, in seconds from the sound's start.
+struct SoundStretch {
+    bool heard = false;
+    double from = 0;
+    double to = 0;
+};
+
+// The file's sound as heard and silent stretches, in windows of a tenth of a second.
+std::vector<SoundStretch> soundStretches(const QString& file) {
+    constexpr double window = 0.1;
+    std::vector<SoundStretch> stretches;
+    const std::vector<double> levels = audioLevels(file, window);
+    for (std::size_t i = 0; i < levels.size(); ++i) {
+        const bool heard = levels[i] > 0.03; // the tone's level is about 0.18, silence 0
+        const double from = double(i) * window;
+        if (!stretches.empty() && stretches.back().heard == heard)
+            stretches.back().to = from + window;
+        else
+            stretches.push_back({heard, from, from + window});
+    }
+    return stretches;
+}
+
+// The share of [from, to) in which the tone is heard.
+double heardShare(const std::vector<SoundStretch>& stretches, double from, double to) {
+    double heard = 0;
+    for (const SoundStretch& stretch : stretches)
+        if (stretch.heard)
+            heard += std::max(0.0, std::min(stretch.to, to) - std::max(stretch.from, from));
+    return to > from ? heard / (to - from) : 0.0;
+}
+
 // The inset at the bottom centre of a recorded 1920×1080 picture shows a camera picture.
 bool insetLive(const QImage& frame) {
     const QRect inset(frame.width() / 2 - 150, frame.height() - 250, 300, 150);
@@ -161,18 +218,7 @@ TEST(CameraLoss, MacroUnpluggedAndPluggedBackReturnsIntoTheSameRecording) {
     const QRect window = app.windowGeometry();
     const QRect wide(window.left(), window.top() + 180, window.width(), window.height() / 4);
     const auto showsLoss = [&](const QImage& shot) {
-        // The banner: a row of alert red across the top middle, below the menu bar.
-        bool banner = false;
-        for (int y = window.top() + 40; y < window.top() + 160 && !banner; y += 2) {
-            int red = 0;
-            for (int x = window.center().x() - 150; x < window.center().x() + 150; x += 3) {
-                const QColor c = shot.pixelColor(x, y);
-                red += c.red() > 220 && c.green() > 50 && c.green() < 90 && c.blue() > 40 &&
-                       c.blue() < 75;
-            }
-            banner = red > 90;
-        }
-        return banner && texturedShare(shot, wide) > 0.3;
+        return bannerShown(shot, window, isAlertRed) && texturedShare(shot, wide) > 0.3;
     };
     const QImage screen = app.waitForScreen(showsLoss);
     if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT"); !out.isEmpty())
@@ -221,6 +267,87 @@ TEST(CameraLoss, WideUnpluggedKeepsTheSoundAndTheAlertLetsTheRecordingBeStopped)
     report("Wide unplugged", tracks);
     EXPECT_EQ(tracks.pictures, writtenPictures(app));
     EXPECT_GT(tracks.audioSeconds, tracks.videoSeconds + 2.5) << "the sound went on";
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+q")));
+    EXPECT_EQ(app.waitForExit(30000), 0);
+}
+
+// The microphone is pulled in the middle of a recording, plugged back in and pulled again for
+// good: the user reads it in the log and sees it on screen, the picture runs on to the end, and
+// the file's sound is the tone up to the loss, silence while it is gone, the tone again from its
+// return and silence after the last loss, in one track that runs to the end.
+TEST(CameraLoss, MicrophonePulledAndBackKeepsThePictureAndTheSoundAroundTheGap) {
+    AppRunOptions options;
+    // Late enough that a busy machine has started the recording by then.
+    options.faults = QStringLiteral("unplug=%1@12s;replug=%1@17s;unplug=%1@22s").arg(microphoneID);
+    AppRun app(options);
+    startRecording(app);
+    const QString pulled = QStringLiteral("Mikrofon getrennt: OSTREL Mikrofon");
+    const auto gone = app.waitForLog(pulled);
+    ASSERT_TRUE(gone) << app.describe().toStdString();
+    EXPECT_TRUE(gone->contains(QStringLiteral(" WARN "))) << gone->toStdString();
+
+    const QRect window = app.windowGeometry();
+    const auto showsNotice = [&](const QImage& shot) {
+        return bannerShown(shot, window, isWarningOrange);
+    };
+    const QImage screen = app.waitForScreen(showsNotice);
+    if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT"); !out.isEmpty())
+        screen.save(out + QStringLiteral("/blackbox-microphone-lost.png"));
+    EXPECT_TRUE(showsNotice(screen)) << "the notice over the picture";
+
+    const auto back = app.waitForLog(QStringLiteral("Mikrofon wieder verbunden: OSTREL Mikrofon"));
+    ASSERT_TRUE(back) << app.describe().toStdString();
+    EXPECT_TRUE(back->contains(QStringLiteral(" INFO "))) << back->toStdString();
+    EXPECT_FALSE(showsNotice(app.waitForScreen([&](const QImage& shot) {
+        return !showsNotice(shot);
+    }))) << "the notice went with the loss";
+    const auto goneAgain = app.waitForLog(pulled, 30000, lineOf(app.logLines(), *back));
+    ASSERT_TRUE(goneAgain) << app.describe().toStdString();
+    recordFor(2); // silence to the end
+
+    const QString file = stopAndSave(app);
+    const QStringList lines = app.logLines();
+    const int started = lineOf(lines, QStringLiteral("Aufnahme läuft"));
+    EXPECT_LT(started, lineOf(lines, pulled)) << "pulled while recording";
+    EXPECT_EQ(lines.filter(pulled).size(), 2) << "each loss once: its stream end and its notice";
+    EXPECT_LT(lineOf(lines, QStringLiteral("Kamera-Sessions gestoppt")), 0);
+    EXPECT_EQ(lines.filter(QStringLiteral("2 Kameras live")).size(), 1) << "cameras untouched";
+
+    const Tracks tracks = tracksOf(file);
+    report("Microphone pulled and back", tracks);
+    EXPECT_EQ(tracks.pictures, writtenPictures(app));
+    EXPECT_GT(tracks.videoSeconds, tracks.duration - 1.0) << "the picture went on";
+    // Even with no restart, a machine too busy for the encoder leaves a gap of up to two.
+    EXPECT_LT(tracks.longestGap, 3.0) << "the picture went on";
+    EXPECT_GT(tracks.audioSeconds, tracks.duration - 0.5) << "one sound track to the end";
+
+    // The sound ends in the silence of the last loss; before it, the gap is the longest silence
+    // (the microphone was gone for 5 s). A machine too busy for the encoder drops sound it
+    // cannot queue, so around the gap the tone is asked for most of the time, not all of it.
+    const std::vector<SoundStretch> sound = soundStretches(file);
+    for (const SoundStretch& stretch : sound)
+        std::printf("sound %s %.1f–%.1f s\n", stretch.heard ? "heard " : "silent", stretch.from,
+                    stretch.to);
+    ASSERT_GE(sound.size(), 4u) << "tone, silence, tone, silence";
+    const SoundStretch last = sound.back();
+    EXPECT_FALSE(last.heard) << "silence after the last loss";
+    SoundStretch gap;
+    for (std::size_t i = 0; i + 1 < sound.size(); ++i)
+        if (!sound[i].heard && sound[i].to - sound[i].from > gap.to - gap.from)
+            gap = sound[i];
+    EXPECT_GT(gap.to - gap.from, 3.5) << "silence while it was gone";
+    // The log's times are whole seconds.
+    const auto startTime = timeOf(lines[started]);
+    const auto lossTime = timeOf(*gone);
+    const auto backTime = timeOf(*back);
+    const auto lastLossTime = timeOf(*goneAgain);
+    ASSERT_TRUE(startTime && lossTime && backTime && lastLossTime);
+    EXPECT_NEAR(gap.from, startTime->secsTo(*lossTime), 2.0) << "the sound up to the loss";
+    EXPECT_NEAR(gap.to, startTime->secsTo(*backTime), 2.0) << "back at the right time";
+    EXPECT_NEAR(last.from, startTime->secsTo(*lastLossTime), 2.0) << "up to the last loss";
+    EXPECT_GT(heardShare(sound, 0, gap.from), 0.6) << "the sound before the loss is kept";
+    EXPECT_GT(heardShare(sound, gap.to, last.from), 0.6) << "the sound is back";
+
     ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+q")));
     EXPECT_EQ(app.waitForExit(30000), 0);
 }

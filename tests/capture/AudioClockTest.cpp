@@ -1,4 +1,5 @@
 #include "capture/AudioClock.h"
+#include "capture/SilenceSource.h"
 
 #include <gtest/gtest.h>
 
@@ -58,4 +59,32 @@ TEST(AudioClock, SamplesTheDeviceLostMoveTheTimeLineWithinASecond) {
     // Never two buffers over each other: the time line only moves on.
     for (std::size_t i = 1; i < placed.size(); ++i)
         EXPECT_GE(placed[i] - placed[i - 1], 10ms - 1ns) << "buffer " << i;
+}
+
+// Silence for a lost microphone, fetched at uneven moments (a busy main thread, a stall of a
+// minute): each buffer begins where the last one ended, holds only zeros, and together
+// they hold exactly the samples of the time gone by.
+TEST(SilenceSource, BuffersFollowEachOtherWithoutGapOrDrift) {
+    SilenceSource silence(start);
+    EXPECT_FALSE(silence.until(start)) << "no time, no sample";
+    EXPECT_FALSE(silence.until(start - 5ms)) << "nor before the start";
+    const MediaTime moments[] = {start + 100ms, start + 100ms,     start + 133'333'333ns,
+                                 start + 1s,    start + 1s + 10us, start + 1s + 40us,
+                                 start + 61s,   start + 61s + 1ms};
+    MediaTime end = start;
+    std::int64_t samples = 0;
+    for (const MediaTime now : moments) {
+        const std::optional<AudioBuffer> buffer = silence.until(now);
+        if (!buffer)
+            continue;
+        EXPECT_EQ(buffer->pts, end);
+        EXPECT_EQ(buffer->format, (AudioFormat{true, 32, 1, SilenceSource::sampleRate}));
+        for (const std::uint8_t byte : *buffer->bytes)
+            ASSERT_EQ(byte, 0);
+        samples += buffer->frameCount();
+        end = silence.end();
+        EXPECT_LE(end, now);
+        EXPECT_GE(end + MediaTime(1s) / SilenceSource::sampleRate + 1ns, now) << "within a sample";
+    }
+    EXPECT_EQ(samples, 61 * SilenceSource::sampleRate + 44);
 }

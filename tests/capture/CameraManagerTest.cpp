@@ -20,6 +20,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 
 #include <sys/stat.h>
@@ -763,6 +764,50 @@ TEST_F(CameraManagerTest, UnplugSeenByTheStreamAndTheNoticeCountsOnce) {
                   "Kamera getrennt: OSTREL Kamera (Makro) — USB-Verbindung/Hub prüfen")),
               1);
     EXPECT_FALSE(cam.userAlert()) << "the status and the banner say it";
+}
+
+// A microphone whose stream ends comes back in place by itself; one that is pulled is said once
+// as a warning and shown, the meter reads nothing while it is gone, and it is taken back when it
+// is plugged in again. The cameras go on throughout.
+TEST_F(CameraManagerTest, LostMicrophoneIsSaidShownAndTakenBackWhileTheCamerasGoOn) {
+    settings->setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
+    const QString mic = VirtualDevices::microphoneID;
+    EXPECT_TRUE(backend.devices().applyFaults(QStringLiteral("end=%1@300ms").arg(mic)).isEmpty());
+    CameraManager& cam = live();
+    const QString back = QStringLiteral("Mikrofon wieder verbunden: OSTREL Mikrofon");
+    ASSERT_TRUE(pumpUntil([&] { return log.messages().contains(back); }));
+    EXPECT_TRUE(log.messages().contains(QStringLiteral(
+        "Tonstrom des Mikrofons (OSTREL Mikrofon) abgebrochen — wird neu gestartet")));
+    EXPECT_TRUE(cam.micActive());
+    EXPECT_FALSE(cam.microphoneMissing());
+    ASSERT_TRUE(pumpUntil([&] { return cam.audioLevel() > 0; })) << "the tone again";
+
+    QSignalSpy shown(&cam, &CameraManager::microphoneMissingChanged);
+    backend.devices().unplug(mic);
+    ASSERT_TRUE(pumpUntil([&] { return cam.microphoneMissing(); }));
+    settle(); // the stream end and the notice have both arrived
+    const auto pulled = std::make_pair(
+        LogLevel::warn, QStringLiteral("Mikrofon getrennt: OSTREL Mikrofon — Anschluss prüfen"));
+    const auto entries = log.entries();
+    EXPECT_EQ(std::count(entries.begin(), entries.end(), pulled), 1);
+    EXPECT_EQ(shown.count(), 1);
+    EXPECT_EQ(cam.missingMicrophoneText(), QStringLiteral("Mikrofon fehlt — Anschluss prüfen."));
+    EXPECT_FALSE(cam.micActive());
+    EXPECT_EQ(cam.audioLevel(), 0.0f);
+    EXPECT_FALSE(pumpUntil([&] { return cam.audioLevel() > 0; }, 300)) << "no level while gone";
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+    EXPECT_EQ(cam.connectedCount(), 2);
+    EXPECT_FALSE(cam.cameraMissing());
+
+    backend.devices().replug(mic);
+    pumpPosted();
+    settle();
+    EXPECT_FALSE(cam.microphoneMissing());
+    EXPECT_TRUE(cam.missingMicrophoneText().isEmpty());
+    EXPECT_TRUE(cam.micActive());
+    EXPECT_EQ(log.entries().back(), std::make_pair(LogLevel::info, back));
+    ASSERT_TRUE(pumpUntil([&] { return cam.audioLevel() > 0; })) << "the meter moves again";
+    EXPECT_FALSE(log.messages().contains(QStringLiteral("Kamera-Sessions gestoppt")));
 }
 
 // Two cameras on one USB 2 hub: not "cameras not found" after 60 attempts, but the bandwidth

@@ -6,6 +6,9 @@
 #include <QRegularExpression>
 #include <QStandardPaths>
 
+#include <algorithm>
+#include <cmath>
+
 namespace {
 QJsonObject runProbe(const QStringList& arguments) {
     QProcess process;
@@ -59,6 +62,27 @@ int decodedVideoFrames(const QString& path) {
     if (streams.isEmpty())
         return -1;
     return streams.first().toObject().value("nb_read_frames").toString().toInt();
+}
+
+std::vector<double> audioLevels(const QString& path, double windowSeconds) {
+    constexpr int rate = 8000; // plenty for a level, and for the 440 Hz tone
+    QProcess process;
+    process.start(QStringLiteral("ffmpeg"), {"-v", "error", "-i", path, "-map", "0:a:0", "-ac", "1",
+                                             "-ar", QString::number(rate), "-f", "f32le", "-"});
+    if (!process.waitForFinished(120000) || process.exitCode() != 0)
+        return {};
+    const QByteArray raw = process.readAllStandardOutput();
+    const auto* samples = reinterpret_cast<const float*>(raw.constData());
+    const qsizetype count = raw.size() / qsizetype(sizeof(float));
+    const qsizetype window = std::max<qsizetype>(1, qsizetype(windowSeconds * rate));
+    std::vector<double> levels;
+    for (qsizetype start = 0; start + window <= count; start += window) {
+        double sum = 0;
+        for (qsizetype i = start; i < start + window; ++i)
+            sum += double(samples[i]) * samples[i];
+        levels.push_back(std::sqrt(sum / double(window)));
+    }
+    return levels;
 }
 
 QImage firstVideoFrame(const QString& path) {

@@ -36,6 +36,11 @@ std::vector<ProbedPacket> probePackets(const QString& path, const QString& strea
 // Decodes the video stream and returns how many pictures came out (-1 when ffprobe fails).
 int decodedVideoFrames(const QString& path);
 
+// The sound of the first audio stream, decoded by ffmpeg as mono: its RMS level (full scale
+// 1.0) in consecutive windows of `windowSeconds` from the stream's start; empty when the file
+// has no sound or ffmpeg fails.
+std::vector<double> audioLevels(const QString& path, double windowSeconds = 0.1);
+
 // The first picture of the file, decoded by ffmpeg (null when that fails).
 QImage firstVideoFrame(const QString& path);
 // The picture shown at `seconds` into the file.

@@ -71,16 +71,19 @@ Rectangle {
             font.pixelSize: 13
             color: Theme.text
         }
+        // Muted, or the microphone is gone: off, and the meter shows no level.
         SymbolIcon {
-            name: bar.viewState.micMuted ? "mic.slash" : "mic"
-            color: bar.viewState.micMuted ? Theme.alert : Theme.text
+            objectName: "micSymbol"
+            readonly property bool off: bar.viewState.micMuted || bar.cam.microphoneMissing
+            name: off ? "mic.slash" : "mic"
+            color: off ? Theme.alert : Theme.text
             size: 20
             Layout.leftMargin: 12
         }
         AudioMeter {
             objectName: "audioMeter"
             level: bar.visible ? bar.cam.audioLevel : 0 // no frames for a hidden meter
-            muted: bar.viewState.micMuted
+            muted: bar.viewState.micMuted || bar.cam.microphoneMissing
             animated: !bar.sparingRedraws
             bars: 8
             Layout.leftMargin: -10

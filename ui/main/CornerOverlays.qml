@@ -78,51 +78,76 @@ Item {
         }
     }
 
-    // An assigned camera is gone: stays up until it is back, bars shown or not.
-    Rectangle {
-        id: missingBanner
-        objectName: "missingCameraBanner"
-        visible: overlays.cam.cameraMissing
+    // What is missing or held back, one notice under the other at the top middle; a missing
+    // camera or microphone stays up until it is back, bars shown or not.
+    Column {
         anchors.horizontalCenter: parent.horizontalCenter
         anchors.top: parent.top
         anchors.topMargin: 64
-        width: Math.min(parent.width - 36, missingText.implicitWidth + 28)
-        height: missingText.implicitHeight + 16
-        radius: 8
-        color: Theme.alert
-        Text {
-            id: missingText
-            anchors.centerIn: parent
-            width: Math.min(implicitWidth, overlays.width - 64)
-            text: overlays.cam.missingCameraText
-            wrapMode: Text.WordWrap
-            horizontalAlignment: Text.AlignHCenter
-            font.pixelSize: 14
-            font.bold: true
-            color: "white"
-        }
-    }
+        spacing: 8
 
-    // This machine cannot record the chosen resolution at the camera rate: say so plainly.
-    Rectangle {
-        objectName: "recordingNotice"
-        visible: overlays.cam.isRecording && (overlays.cam.recordingNotice || "") !== ""
-        anchors.horizontalCenter: parent.horizontalCenter
-        anchors.top: parent.top
-        anchors.topMargin: missingBanner.visible ? 72 + missingBanner.height : 64
-        width: Math.min(parent.width - 36, noticeText.implicitWidth + 28)
-        height: noticeText.implicitHeight + 16
-        radius: 8
-        color: Qt.rgba(0, 0, 0, 0.62)
-        Text {
-            id: noticeText
-            anchors.centerIn: parent
-            width: Math.min(implicitWidth, overlays.width - 64)
-            text: overlays.cam.recordingNotice || ""
-            wrapMode: Text.WordWrap
-            horizontalAlignment: Text.AlignHCenter
-            font.pixelSize: 13
-            color: "white"
+        Rectangle {
+            objectName: "missingCameraBanner"
+            visible: overlays.cam.cameraMissing
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: Math.min(overlays.width - 36, missingText.implicitWidth + 28)
+            height: missingText.implicitHeight + 16
+            radius: 8
+            color: Theme.alert
+            Text {
+                id: missingText
+                anchors.centerIn: parent
+                width: Math.min(implicitWidth, overlays.width - 64)
+                text: overlays.cam.missingCameraText
+                wrapMode: Text.WordWrap
+                horizontalAlignment: Text.AlignHCenter
+                font.pixelSize: 14
+                font.bold: true
+                color: "white"
+            }
+        }
+
+        // Less than a lost camera: the picture is recorded, only the sound is not.
+        Rectangle {
+            objectName: "missingMicrophoneBanner"
+            visible: overlays.cam.microphoneMissing
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: Math.min(overlays.width - 36, micText.implicitWidth + 28)
+            height: micText.implicitHeight + 16
+            radius: 8
+            color: Theme.warning
+            Text {
+                id: micText
+                anchors.centerIn: parent
+                width: Math.min(implicitWidth, overlays.width - 64)
+                text: overlays.cam.missingMicrophoneText
+                wrapMode: Text.WordWrap
+                horizontalAlignment: Text.AlignHCenter
+                font.pixelSize: 14
+                font.bold: true
+                color: Theme.ink
+            }
+        }
+
+        // This machine cannot record the chosen resolution at the camera rate: say so plainly.
+        Rectangle {
+            objectName: "recordingNotice"
+            visible: overlays.cam.isRecording && (overlays.cam.recordingNotice || "") !== ""
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: Math.min(overlays.width - 36, noticeText.implicitWidth + 28)
+            height: noticeText.implicitHeight + 16
+            radius: 8
+            color: Qt.rgba(0, 0, 0, 0.62)
+            Text {
+                id: noticeText
+                anchors.centerIn: parent
+                width: Math.min(implicitWidth, overlays.width - 64)
+                text: overlays.cam.recordingNotice || ""
+                wrapMode: Text.WordWrap
+                horizontalAlignment: Text.AlignHCenter
+                font.pixelSize: 13
+                color: "white"
+            }
         }
     }
 

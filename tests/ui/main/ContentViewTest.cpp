@@ -398,6 +398,34 @@ TEST_F(ContentViewTest, AudioMeterLightsRoundedBarsAndNoneWhenMuted) {
     EXPECT_EQ(meter->property("lit").toInt(), 0);
 }
 
+// The meter of a pulled microphone goes dark and a notice says it is missing, over the live
+// pictures; both are undone when it is plugged in again.
+TEST_F(ContentViewTest, PulledMicrophoneDarkensTheMeterAndShowsANoticeUntilItIsBack) {
+    settings->setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
+    openLive();
+    auto* meter = find("audioMeter");
+    auto* symbol = find("micSymbol");
+    auto* banner = find("missingMicrophoneBanner");
+    ASSERT_TRUE(meter && symbol && banner);
+    ASSERT_TRUE(pumpUntil([&] { return meter->property("lit").toInt() > 0; })) << "the tone";
+    EXPECT_FALSE(banner->isVisible());
+
+    backend.devices().unplug(VirtualDevices::microphoneID);
+    ASSERT_TRUE(pumpUntil([&] { return banner->isVisible(); }));
+    EXPECT_EQ(meter->property("lit").toInt(), 0);
+    EXPECT_EQ(symbol->property("name").toString(), QStringLiteral("mic.slash"));
+    EXPECT_GT(banner->width(), 100);
+    EXPECT_LT(banner->width(), root->width());
+    EXPECT_TRUE(find("wideView")->isVisible()) << "the pictures stay";
+
+    backend.devices().replug(VirtualDevices::microphoneID);
+    pumpPosted();
+    cam->drainConfigurationQueue();
+    ASSERT_TRUE(pumpUntil([&] { return !banner->isVisible(); }));
+    EXPECT_EQ(symbol->property("name").toString(), QStringLiteral("mic"));
+    ASSERT_TRUE(pumpUntil([&] { return meter->property("lit").toInt() > 0; })) << "the tone again";
+}
+
 TEST(MainViewState, CorrectionTextShowsSignedPercentages) {
     MainViewState state;
     EXPECT_EQ(state.correctionText(QPointF(0.0123, -0.004)),

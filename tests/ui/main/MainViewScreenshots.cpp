@@ -1,5 +1,6 @@
 // Renders the main view on the virtual cameras into the folder given as the first argument
-// (docs/screenshots): controls shown, controls hidden, stabiliser overlay on, recording running.
+// (docs/screenshots): controls shown, controls hidden, stabiliser overlay on, recording running,
+// and the microphone pulled during it.
 #include "capture/CameraManager.h"
 #include "capture/virtual/VirtualBackend.h"
 #include "capture/virtual/VirtualDevices.h"
@@ -41,6 +42,7 @@ int main(int argc, char** argv) {
     SettingsStore settings(home.filePath(QStringLiteral("ostrel.conf")));
     settings.setValue(Setting::wideDeviceUID, VirtualDevices::camera1ID);
     settings.setValue(Setting::macroDeviceUID, VirtualDevices::camera2ID);
+    settings.setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
     settings.setPraxisText(QStringLiteral("Zahnarztpraxis Dr. Muster"));
     VirtualBackend backend;
     DeviceStore devices(backend.discovery(), settings);
@@ -114,6 +116,10 @@ int main(int argc, char** argv) {
     }
     state->bumpActivity();
     save("recording");
+    backend.devices().unplug(VirtualDevices::microphoneID);
+    pumpUntil([&] { return cam.microphoneMissing(); }, 5000);
+    state->bumpActivity();
+    save("microphone-missing");
     cam.stopRecording();
     pumpUntil([&] { return !cam.isRecording(); }, 10000);
     return 0;
