@@ -1,5 +1,6 @@
 #include "app/AppController.h"
 #include "app/AppShell.h"
+#include "app/ApplicationIdentity.h"
 #include "app/CommandLine.h"
 #include "app/Localisation.h"
 #include "app/TerminationSignals.h"
@@ -18,8 +19,7 @@ int main(int argc, char* argv[]) {
     if (const std::optional<int> code = answerCommandLine(argc, argv))
         return *code;
     QGuiApplication app(argc, argv);
-    QGuiApplication::setOrganizationName(QStringLiteral("ostrel"));
-    QGuiApplication::setApplicationName(QStringLiteral("ostrel"));
+    nameApplication();
     QGuiApplication::setApplicationDisplayName(QStringLiteral("OSTREL"));
     // Closing a window goes through the quit request, which may have to wait for a recording.
     QGuiApplication::setQuitOnLastWindowClosed(false);

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QMap>
 #include <QThread>
 
@@ -113,7 +114,10 @@ QString AppRun::recordingFolder() const {
 }
 
 QString AppRun::logPath() const {
-    return QDir(m_home.path()).filePath(QStringLiteral("Documents/ostrel-diagnose.log"));
+    const QDir home(m_home.path());
+    if (QFileInfo(home.filePath(QStringLiteral("Documents"))).isDir())
+        return home.filePath(QStringLiteral("Documents/ostrel-diagnose.log"));
+    return home.filePath(QStringLiteral(".local/share/ostrel/ostrel/ostrel-diagnose.log"));
 }
 
 namespace {

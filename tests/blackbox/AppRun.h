@@ -41,7 +41,9 @@ public:
 
     QString home() const;
     QString recordingFolder() const; // HOME/Aufnahmen, created
-    QString logPath() const;         // the diagnostic log file
+    // The diagnostic log file: in HOME/Documents, or in the app's data folder when Documents
+    // is not a folder.
+    QString logPath() const;
 
     // Starts the app (again, after an exit or kill: same HOME) and waits until its window is
     // on screen. Returns an error text.
