@@ -1,8 +1,9 @@
 #include "app/CommandLine.h"
 
+#include "app/ApplicationIdentity.h"
 #include "app/Localisation.h"
 #include "capture/v4l2/CameraStreamSaver.h"
-#include "diagnostics/OstrelLog.h"
+#include "diagnostics/LogLocation.h"
 #include "diagnostics/VersionText.h"
 
 #include <QCoreApplication>
@@ -70,7 +71,7 @@ QString helpAnswer() {
             CommandLine::tr("Anzeigesystem, z. B. „wayland“ oder „xcb“") + u'\n';
     text += u'\n';
     text += CommandLine::tr("Einstellungen: %1").arg(settingsFile) + u'\n';
-    text += CommandLine::tr("Diagnoseprotokoll: %1").arg(OstrelLog::defaultFilePath()) + u'\n';
+    text += CommandLine::tr("Diagnoseprotokoll: %1").arg(logLocation().filePath) + u'\n';
     return text;
 }
 
@@ -150,6 +151,7 @@ std::optional<int> answerCommandLine(int& argc, char** argv) {
     if (!request)
         return std::nullopt;
     QCoreApplication core(argc, argv);
+    nameApplication(); // the data folder named in --help is the app's
     QTranslator translator;
     installTranslation(core, translator, QLocale::system());
     if (*request == CommandLineRequest::saveCameraStream)

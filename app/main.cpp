@@ -1,7 +1,10 @@
 #include "app/AppController.h"
 #include "app/AppShell.h"
+#include "app/ApplicationIdentity.h"
 #include "app/CommandLine.h"
+#include "app/InstanceLock.h"
 #include "app/Localisation.h"
+#include "app/RunningInstance.h"
 #include "app/TerminationSignals.h"
 #include "capture/SystemBackend.h"
 #include "diagnostics/OstrelLog.h"
@@ -12,14 +15,20 @@
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
 #include <QTranslator>
+#include <QWindow>
 
 int main(int argc, char* argv[]) {
     // --help and --version answer without a window, a log entry or a camera.
     if (const std::optional<int> code = answerCommandLine(argc, argv))
         return *code;
+    // One instance per user: a later start brings the running one's window to the front and
+    // ends, with no window and no log entry of its own.
+    const InstanceLock instance(InstanceLock::defaultPath());
+    if (instance.state() == InstanceLock::State::heldElsewhere)
+        return handOverToRunningInstance(argc, argv);
+
     QGuiApplication app(argc, argv);
-    QGuiApplication::setOrganizationName(QStringLiteral("ostrel"));
-    QGuiApplication::setApplicationName(QStringLiteral("ostrel"));
+    nameApplication();
     QGuiApplication::setApplicationDisplayName(QStringLiteral("OSTREL"));
     // Closing a window goes through the quit request, which may have to wait for a recording.
     QGuiApplication::setQuitOnLastWindowClosed(false);
@@ -31,6 +40,15 @@ int main(int argc, char* argv[]) {
     installTranslation(app, translator, QLocale::system());
 
     OstrelLog& log = OstrelLog::shared(); // writes the start-up entry
+    if (instance.state() == InstanceLock::State::unavailable)
+        log.log(LogLevel::warn,
+                QStringLiteral("Sperre gegen einen zweiten Start nicht möglich (%1)")
+                    .arg(instance.error()));
+    ApplicationService service;
+    if (const auto error = service.registerOn(QDBusConnection::sessionBus()))
+        log.log(LogLevel::warn,
+                QStringLiteral("Ein weiterer Start kann dieses Fenster nicht nach vorne holen: ") +
+                    *error);
     SettingsStore settings;
     // Only the virtual devices with OSTREL_VIRTUAL_DEVICES=1, else the real ones.
     const std::unique_ptr<CaptureBackend> capture = makeCaptureBackend();
@@ -45,6 +63,15 @@ int main(int argc, char* argv[]) {
         log.log(LogLevel::error, *error);
         return 1;
     }
+    QObject::connect(&service, &ApplicationService::activationRequested, &app,
+                     [&engine, &log](const QVariantMap& platformData) {
+                         auto* window = qobject_cast<QWindow*>(engine.rootObjects().value(0));
+                         if (!window)
+                             return;
+                         log.log(LogLevel::info,
+                                 QStringLiteral("Erneuter Start: Fenster nach vorne geholt"));
+                         bringToFront(*window, platformData);
+                     });
     const int code = app.exec();
     log.flush();
     return code;

@@ -4,6 +4,7 @@
 
 #include <QClipboard>
 #include <QDir>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QSaveFile>
 #include <QStandardPaths>
@@ -37,8 +38,12 @@ QString DiagnosticsActions::saveExport(const QUrl& file) const {
 }
 
 QUrl DiagnosticsActions::suggestedExportFile() const {
-    const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
-    return QUrl::fromLocalFile(QDir(documents).filePath(QStringLiteral("OSTREL-Diagnose.txt")));
+    // Beside the log file: the documents folder, or the folder the log had to move to when
+    // that cannot be written.
+    const QString folder =
+        m_log ? QFileInfo(m_log->filePath()).absolutePath()
+              : QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    return QUrl::fromLocalFile(QDir(folder).filePath(QStringLiteral("OSTREL-Diagnose.txt")));
 }
 
 void DiagnosticsActions::clearLog() {

@@ -1,21 +1,31 @@
 #include "diagnostics/OstrelLog.h"
 
 #include "diagnostics/LogFormat.h"
+#include "diagnostics/LogLocation.h"
 #include "diagnostics/VersionText.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QStandardPaths>
+
+namespace {
+
+// The process's log in its file's place, saying once when that is not where it belongs.
+struct SharedLog {
+    LogLocation location = logLocation();
+    OstrelLog log{location.filePath, versionText()};
+
+    SharedLog() {
+        if (!location.warning.isEmpty())
+            log.log(LogLevel::warn, location.warning);
+    }
+};
+
+} // namespace
 
 OstrelLog& OstrelLog::shared() {
-    static OstrelLog instance(defaultFilePath(), ::versionText());
-    return instance;
-}
-
-QString OstrelLog::defaultFilePath() {
-    return QDir(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation))
-        .filePath(QStringLiteral("ostrel-diagnose.log"));
+    static SharedLog instance;
+    return instance.log;
 }
 
 OstrelLog::OstrelLog(const QString& filePath, const QString& versionText, QObject* parent)

@@ -19,7 +19,8 @@ class OstrelLog : public QObject {
 public:
     static constexpr int maxEntries = 1000;
 
-    // The single instance, made on first use, which must happen on the main thread.
+    // The single instance, made on first use, which must happen on the main thread. Its file is
+    // in the documents folder, or where logLocation() says when that cannot take it.
     static OstrelLog& shared();
 
     // Reads back the tail of `filePath` and records the start-up entry. `versionText` is the
@@ -42,8 +43,6 @@ public:
 
     // Waits until every queued file write has happened (tests and shutdown).
     void flush() { m_fileQueue->drain(); }
-
-    static QString defaultFilePath();
 
 signals:
     void entriesChanged();

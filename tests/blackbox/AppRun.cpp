@@ -9,15 +9,18 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QMap>
 #include <QThread>
 
 #include <csignal>
+#include <cstdlib>
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <unistd.h>
+#include <xcb/xcb.h>
 
 #ifndef OSTREL_APP_BINARY
 #error "OSTREL_APP_BINARY must name the built app"
@@ -113,7 +116,10 @@ QString AppRun::recordingFolder() const {
 }
 
 QString AppRun::logPath() const {
-    return QDir(m_home.path()).filePath(QStringLiteral("Documents/ostrel-diagnose.log"));
+    const QDir home(m_home.path());
+    if (QFileInfo(home.filePath(QStringLiteral("Documents"))).isDir())
+        return home.filePath(QStringLiteral("Documents/ostrel-diagnose.log"));
+    return home.filePath(QStringLiteral(".local/share/ostrel/ostrel/ostrel-diagnose.log"));
 }
 
 namespace {
@@ -362,6 +368,22 @@ AppRun::Output AppRun::runToExit(const QStringList& arguments, int timeoutMs) {
     return out;
 }
 
+AppRun::Output AppRun::startAgain(int timeoutMs) {
+    QProcess process;
+    process.setProcessEnvironment(appEnvironment());
+    process.start(ostrelBinary(), m_options.arguments);
+    Output out;
+    if (!process.waitForFinished(timeoutMs)) {
+        process.kill();
+        process.waitForFinished(1000);
+        return out;
+    }
+    out.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    out.standardOutput = QString::fromUtf8(process.readAllStandardOutput());
+    out.standardError = QString::fromUtf8(process.readAllStandardError());
+    return out;
+}
+
 QStringList AppRun::logLines() const {
     QFile file(logPath());
     if (!file.open(QIODevice::ReadOnly))
@@ -417,6 +439,53 @@ QRect AppRun::windowGeometry(const QString& windowTitle) const {
     }
     return QRect(values.value(QStringLiteral("X")), values.value(QStringLiteral("Y")),
                  values.value(QStringLiteral("WIDTH")), values.value(QStringLiteral("HEIGHT")));
+}
+
+bool AppRun::minimise(const QString& windowTitle) {
+    const QStringList ids = windowIds(windowTitle);
+    if (ids.isEmpty())
+        return false;
+    const auto window = xcb_window_t(ids.last().toULong());
+    xcb_connection_t* connection = xcb_connect(m_display.toLocal8Bit().constData(), nullptr);
+    bool done = !xcb_connection_has_error(connection);
+    const QByteArray name("WM_STATE");
+    xcb_intern_atom_reply_t* atom =
+        done ? xcb_intern_atom_reply(
+                   connection,
+                   xcb_intern_atom(connection, 0, uint16_t(name.size()), name.constData()), nullptr)
+             : nullptr;
+    if (atom) {
+        // Each request is checked, which also waits until the server has carried it out: a
+        // connection closed right after sending may lose them.
+        const uint32_t iconic[2] = {3, 0}; // IconicState, no icon window
+        for (const xcb_void_cookie_t cookie :
+             {xcb_unmap_window_checked(connection, window),
+              xcb_change_property_checked(connection, XCB_PROP_MODE_REPLACE, window, atom->atom,
+                                          atom->atom, 32, 2, iconic)}) {
+            if (xcb_generic_error_t* error = xcb_request_check(connection, cookie)) {
+                done = false;
+                std::free(error);
+            }
+        }
+        std::free(atom);
+    } else {
+        done = false;
+    }
+    xcb_disconnect(connection);
+    return done && pumpUntil([&] { return windowIds(windowTitle).isEmpty(); }, 15000);
+}
+
+bool AppRun::waitForFront(const QString& windowTitle, int timeoutMs) const {
+    return pumpUntil(
+        [&] {
+            const QStringList ids = windowIds(windowTitle);
+            QString focused;
+            return !ids.isEmpty() &&
+                   run(QStringLiteral("xdotool"), {QStringLiteral("getwindowfocus")}, 5000,
+                       &focused) &&
+                   focused.trimmed() == ids.last();
+        },
+        timeoutMs);
 }
 
 std::optional<QString> AppRun::focusWindow(const QString& id) {

@@ -41,7 +41,9 @@ public:
 
     QString home() const;
     QString recordingFolder() const; // HOME/Aufnahmen, created
-    QString logPath() const;         // the diagnostic log file
+    // The diagnostic log file: in HOME/Documents, or in the app's data folder when Documents
+    // is not a folder.
+    QString logPath() const;
 
     // Starts the app (again, after an exit or kill: same HOME) and waits until its window is
     // on screen. Returns an error text.
@@ -56,6 +58,9 @@ public:
         QString standardError;
     };
     Output runToExit(const QStringList& arguments, int timeoutMs = 30000);
+    // Starts the app once more beside the running one, as from the launcher (same display,
+    // HOME, runtime folder and session bus), and waits for it to end.
+    Output startAgain(int timeoutMs = 30000);
 
     // Lines of the diagnostic log file as written so far.
     QStringList logLines() const;
@@ -79,6 +84,13 @@ public:
     // none does); returns whether one is up. The screen is saved as blackbox-alert.png in
     // OSTREL_TEST_OUTPUT when it is.
     bool waitForAlert(bool shown = true) const;
+    // Minimises the window as a window manager does (it unmaps it and marks it iconic in
+    // WM_STATE, which is how the app learns it is minimised); false when it was not on screen.
+    bool minimise(const QString& windowTitle = QStringLiteral("^OSTREL$"));
+    // Waits until the window is on screen and holds the keyboard focus (with no window manager
+    // running, that is the active window).
+    bool waitForFront(const QString& windowTitle = QStringLiteral("^OSTREL$"),
+                      int timeoutMs = 15000) const;
     // Where the app's window matching `windowTitle` sits on the screen (empty if none).
     QRect windowGeometry(const QString& windowTitle = QStringLiteral("^OSTREL$")) const;
 

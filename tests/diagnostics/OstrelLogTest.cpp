@@ -1,13 +1,18 @@
 #include "diagnostics/OstrelLog.h"
 #include "diagnostics/LogFormat.h"
+#include "diagnostics/LogLocation.h"
 #include "runtime/SerialQueue.h"
 #include "support/EventLoop.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <unistd.h>
 
 namespace {
 
@@ -185,4 +190,71 @@ TEST_F(OstrelLogTest, SharedInstanceWritesIntoTheDocumentsFolder) {
     EXPECT_EQ(OstrelLog::shared().filePath(), expected);
     OstrelLog::shared().flush();
     EXPECT_TRUE(QFile::exists(expected)); // the start-up entry created folder and file
+}
+
+namespace {
+
+// What stands where a folder is expected.
+enum class Place { folder, missing, file, readOnlyFolder };
+
+void make(const QString& path, Place place) {
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    if (place == Place::file) {
+        QFile file(path);
+        file.open(QIODevice::WriteOnly);
+    } else if (place != Place::missing) {
+        QDir().mkpath(path);
+        if (place == Place::readOnlyFolder)
+            QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+    }
+}
+
+} // namespace
+
+TEST(LogLocation, DocumentsUnlessTheyCannotTakeTheLogThenTheDataFolderWithAWarning) {
+    enum class Expect { documents, data, nowhere };
+    const struct {
+        const char* name;
+        Place documents;
+        Place data;
+        Expect expect;
+    } cases[] = {
+        {"documents folder", Place::folder, Place::folder, Expect::documents},
+        {"documents still to be made", Place::missing, Place::missing, Expect::documents},
+        {"a file named like the documents folder", Place::file, Place::missing, Expect::data},
+        {"read-only documents folder", Place::readOnlyFolder, Place::folder, Expect::data},
+        {"neither can take it", Place::file, Place::file, Expect::nowhere},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        if (c.documents == Place::readOnlyFolder && ::geteuid() == 0)
+            continue; // root writes into read-only folders
+        QTemporaryDir home;
+        const QString documents = home.filePath(QStringLiteral("Dokumente"));
+        const QString data = home.filePath(QStringLiteral(".local/share/ostrel/ostrel"));
+        make(documents, c.documents);
+        make(data, c.data);
+        const LogLocation where = chooseLogLocation(documents, data);
+        const QString documentsFile = documents + QStringLiteral("/ostrel-diagnose.log");
+        const QString dataFile = data + QStringLiteral("/ostrel-diagnose.log");
+        switch (c.expect) {
+        case Expect::documents:
+            EXPECT_EQ(where.filePath, documentsFile);
+            EXPECT_EQ(where.warning, QString());
+            break;
+        case Expect::data:
+            EXPECT_EQ(where.filePath, dataFile);
+            EXPECT_EQ(where.warning, QStringLiteral("Diagnoseprotokoll: %1 ist kein beschreibbarer "
+                                                    "Ordner, das Protokoll steht jetzt in %2")
+                                         .arg(documents, dataFile));
+            break;
+        case Expect::nowhere:
+            EXPECT_EQ(where.filePath, documentsFile);
+            EXPECT_TRUE(where.warning.contains(documents) && where.warning.contains(data))
+                << where.warning.toStdString();
+            break;
+        }
+        QFile::setPermissions(documents, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                             QFileDevice::ExeOwner);
+    }
 }

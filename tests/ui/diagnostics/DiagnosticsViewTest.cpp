@@ -151,6 +151,9 @@ TEST_F(DiagnosticsViewTest, ShareSavesTheExportAsATextFile) {
     EXPECT_TRUE(saved.startsWith(QStringLiteral("OSTREL Diagnose-Protokoll\n") + kVersion));
     EXPECT_TRUE(saved.endsWith(QStringLiteral("EVENT   Aufnahme gespeichert: OSTREL-1.mp4")));
     EXPECT_FALSE(actions->saveExport(QUrl::fromLocalFile(dir.filePath("fehlt/x.txt"))).isEmpty());
+    // Offered beside the log file, which is where the log could be written.
+    EXPECT_EQ(actions->suggestedExportFile(),
+              QUrl::fromLocalFile(dir.filePath(QStringLiteral("OSTREL-Diagnose.txt"))));
 }
 
 namespace {
