@@ -123,10 +123,6 @@
         <translation>Recording failed — drive disconnected or write error. The file is probably unusable.</translation>
     </message>
     <message>
-        <source>Aufnahme konnte nicht in den Aufnahmeordner verschoben werden (Laufwerk voll oder getrennt?). Die Datei liegt weiterhin im temporären Ordner.</source>
-        <translation>The recording could not be moved into the recording folder (drive full or disconnected?). The file is still in the temporary folder.</translation>
-    </message>
-    <message>
         <source>Aufnahme automatisch beendet: Der Speicherplatz am Ziel ist fast voll. Die Aufnahme wurde gespeichert.</source>
         <translation>Recording stopped automatically: the destination is almost full. The recording has been saved.</translation>
     </message>
@@ -161,6 +157,42 @@
     <message>
         <source>Makro-Kamera fehlt — USB-Verbindung/Hub prüfen.</source>
         <translation>Macro camera missing — check the USB connection/hub.</translation>
+    </message>
+    <message>
+        <source>Mikrofon fehlt — die Aufnahme läuft ohne Ton weiter. Anschluss prüfen.</source>
+        <translation>Microphone missing — the recording continues without sound. Check the connection.</translation>
+    </message>
+    <message>
+        <source>Mikrofon fehlt — Anschluss prüfen.</source>
+        <translation>Microphone missing — check the connection.</translation>
+    </message>
+    <message>
+        <source>Der Aufnahmeordner ist während der Aufnahme verschwunden, und es gibt keinen Ort, an dem sie weiterlaufen kann. Die Aufnahme wird beim Beenden gerettet, soweit möglich.</source>
+        <translation>The recording folder disappeared during the recording, and there is no place where it can continue. The recording will be rescued as far as possible when it is stopped.</translation>
+    </message>
+    <message>
+        <source>Der Aufnahmeordner ist während der Aufnahme verschwunden (gelöscht, umbenannt oder Laufwerk getrennt). Die Aufnahme läuft weiter in „%1“ und wird beim Beenden gespeichert.</source>
+        <translation>The recording folder disappeared during the recording (deleted, renamed or drive disconnected). The recording continues in “%1” and will be saved when it is stopped.</translation>
+    </message>
+    <message>
+        <source>Die Aufnahme konnte nicht abgeschlossen werden: Das Laufwerk reagiert nicht. Sie bleibt als versteckte Teilaufnahme in „%1“ erhalten und wird gespeichert, sobald das Laufwerk wieder antwortet.</source>
+        <translation>The recording could not be finished: the drive is not responding. It is kept as a hidden partial recording in “%1” and will be saved as soon as the drive responds again.</translation>
+    </message>
+    <message>
+        <source>Der Aufnahmeordner war nicht erreichbar. Die Aufnahme wurde in „%1“ gespeichert.</source>
+        <translation>The recording folder could not be reached. The recording was saved in “%1”.</translation>
+    </message>
+    <message>
+        <source>Die Aufnahme konnte nicht gespeichert werden: Ihr Ordner ist verschwunden, und es gibt keinen beschreibbaren Ort für sie.</source>
+        <translation>The recording could not be saved: its folder has disappeared, and there is no writable place for it.</translation>
+    </message>
+    <message>
+        <source>Aufnahme konnte nicht in den Aufnahmeordner verschoben werden (Laufwerk voll oder getrennt?). Sie liegt als versteckte Teilaufnahme in „%1“ und wird gespeichert, sobald der Aufnahmeordner wieder erreichbar ist.</source>
+        <translation>The recording could not be moved into the recording folder (drive full or disconnected?). It is kept as a hidden partial recording in “%1” and will be saved as soon as the recording folder can be reached again.</translation>
+    </message>
+    <message>
+        <source>Laufwerk reagiert nicht. Die Aufnahme läuft weiter und wird im Arbeitsspeicher gehalten, bis das Laufwerk wieder schreibt.</source>
+        <translation>The drive is not responding. The recording continues and is held in memory until the drive writes again.</translation>
     </message>
 </context>
 <context>
@@ -920,6 +952,21 @@
     <message>
         <source>Im Dateimanager öffnen</source>
         <translation>Show in file manager</translation>
+    </message>
+</context>
+<context>
+    <name>RunningInstance</name>
+    <message>
+        <source>keine D-Bus-Sitzung (%1)</source>
+        <translation>no D-Bus session (%1)</translation>
+    </message>
+    <message>
+        <source>keine Antwort auf dem Sitzungsbus (%1)</source>
+        <translation>no answer on the session bus (%1)</translation>
+    </message>
+    <message>
+        <source>OSTREL läuft bereits. Sein Fenster konnte nicht nach vorne geholt werden: %1</source>
+        <translation>OSTREL is already running. Its window could not be brought to the front: %1</translation>
     </message>
 </context>
 <context>
