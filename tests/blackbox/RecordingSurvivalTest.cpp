@@ -206,6 +206,33 @@ TEST(RecordingSurvival, DriveFillingUpDuringARecordingKeepsWhatWasWritten) {
     EXPECT_TRUE(app.isRunning()) << "a full drive never takes the app down";
 }
 
+// The recording folder is deleted while a recording is written into it: the app notices, says
+// so, goes on in the folder made anew, and saves the whole recording there at the stop.
+TEST(RecordingSurvival, FolderDeletedDuringARecordingIsMadeAnewAndTheWholeRecordingSaved) {
+    AppRun app;
+    startLive(app);
+    const int before = int(app.logLines().size());
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft"), 10000, before));
+    recordFor(3);
+    ASSERT_TRUE(QDir(app.recordingFolder()).removeRecursively());
+    const auto noticed = app.waitForLog(
+        QStringLiteral("Aufnahmedatei nicht mehr erreichbar (Ordner gelöscht"), 20000, before);
+    ASSERT_TRUE(noticed) << app.describe().toStdString();
+    EXPECT_TRUE(noticed->endsWith(app.recordingFolder()));
+    EXPECT_TRUE(app.waitForAlert());
+    EXPECT_EQ(partialFiles(app.recordingFolder()).size(), 1);
+    recordFor(3);
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: OSTREL-"), 30000, before))
+        << app.describe().toStdString();
+    const QStringList movies = app.recordingFiles(QStringLiteral("OSTREL-*.mp4"));
+    ASSERT_EQ(movies.size(), 1);
+    EXPECT_TRUE(partialFiles(app.recordingFolder()).isEmpty());
+    // From the press to the stop: the seconds before the deletion are there too.
+    expectPlayable(QDir(app.recordingFolder()).filePath(movies[0]), 6.5, 60);
+}
+
 TEST(RecordingSurvival, FolderThatCannotBeWrittenIsReportedBeforeAnythingIsRecorded) {
     AppRun app;
     const QString folder = app.recordingFolder();
