@@ -106,6 +106,8 @@ bool CameraManager::checkDrive(int waitingMs, std::int64_t backlogBytes) {
 }
 
 void CameraManager::pressureTick(int width, int height) {
+    if (m_stoppingRecording)
+        return; // a finishing recording takes no frames: nothing to judge
     const RecordingEngine::Counters c = m_recorder->counters();
     const RecordingPressure::Sample totals{c.framesAppended, c.droppedBusy + c.droppedNotReady,
                                            c.backlogged};
