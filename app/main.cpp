@@ -74,5 +74,10 @@ int main(int argc, char* argv[]) {
                      });
     const int code = app.exec();
     log.flush();
+    // Gone from the screen at once: tearing down may still wait for a drive that does not
+    // answer, to write what a recording left in memory.
+    for (QWindow* window : QGuiApplication::allWindows())
+        window->hide();
+    QCoreApplication::processEvents();
     return code;
 }

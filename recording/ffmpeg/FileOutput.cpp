@@ -217,8 +217,6 @@ std::variant<std::unique_ptr<FileOutput>, int> FileOutput::create(const QString&
         ::close(fd);
         return AVERROR(ENOMEM);
     }
-    // The thread owns the state too: left alone on a drive that never answers, it finishes
-    // by itself.
     disk->thread = std::thread([disk] { disk->run(); });
     return output;
 }
@@ -233,19 +231,16 @@ FileOutput::FileOutput(std::shared_ptr<Disk> disk) : m_disk(std::move(disk)) {
         av_free(buffer);
 }
 
+// Waits for the disk thread even when the drive was given up on: only then has everything
+// handed over reached the file. The writer is destroyed when the recording is over or the app
+// goes away with its windows already closed, so nobody waits in sight; a process can only
+// end once the drive answers anyway.
 FileOutput::~FileOutput() {
     if (!m_io)
         return;
     close();
-    if (!m_disk->thread.joinable())
-        return;
-    std::unique_lock lock(m_disk->mutex);
-    if (m_disk->closed) {
-        lock.unlock();
+    if (m_disk->thread.joinable())
         m_disk->thread.join();
-    } else {
-        m_disk->thread.detach();
-    }
 }
 
 int FileOutput::fd() const {

@@ -26,8 +26,7 @@ public:
     // Creates (or truncates) the file; an FFmpeg error code when that fails.
     static std::variant<std::unique_ptr<FileOutput>, int> create(const QString& path,
                                                                  std::int64_t maxBacklogBytes);
-    // Closes the file; when the drive does not answer, the disk thread is left to finish on
-    // its own rather than holding up the caller.
+    // Closes the file once everything handed over is written, however long the drive takes.
     ~FileOutput();
 
     FileOutput(const FileOutput&) = delete;
@@ -43,9 +42,9 @@ public:
     // Flushes, writes what waits, syncs and closes; 0 or the first error seen on this file.
     int close();
     // Stops waiting for a drive that does not answer: a write, drain or close that has waited
-    // a second for it returns AVERROR_EXIT (one that progresses is still waited for). What
-    // was handed over is still written by the disk thread, which closes the file once the
-    // drive answers. Any thread.
+    // a second for it returns AVERROR_EXIT (one that progresses is still waited for), so the
+    // muxer's thread can end. What was handed over is still written by the disk thread, which
+    // closes the file once the drive answers. Any thread.
     void abandon();
 
     // Continues the file at `path` (a new, empty file): what was written so far is copied
@@ -69,7 +68,7 @@ private:
     static int writePacket(void* opaque, std::uint8_t* data, int size);
     static std::int64_t seek(void* opaque, std::int64_t offset, int whence);
 
-    std::shared_ptr<Disk> m_disk; // shared with the disk thread, which may outlive this object
+    std::shared_ptr<Disk> m_disk; // shared with the disk thread
     IOContextPtr m_io;
     std::int64_t m_position = 0; // the muxer's position in the file
     std::int64_t m_size = 0;
