@@ -102,6 +102,7 @@ private:
     void finish(Completion completion);
     void logSummary();
     void resetWriter();
+    void releaseMemoryWhenIdle();
     double now() const;
 
     // Recording queue only.
