@@ -5,16 +5,20 @@
 // "long" instead records once for S seconds and prints the resident memory every 10 s.
 //
 //   xvfb-run -a -s "-screen 0 1920x1080x24" build/bench/recording_memory_bench
-//       [recordings=30] [seconds per recording=3]
+//       [recordings=30] [seconds per recording=3] [default-arenas]
 //   xvfb-run -a -s "-screen 0 1920x1080x24" build/bench/recording_memory_bench long [seconds=60]
 //
 // Runs as well with QT_QPA_PLATFORM=offscreen (no live-view rendering through X then).
+// "default-arenas" leaves glibc's default of up to eight heaps per core instead of the app's
+// limit, for comparison.
 
 #include "app/AppShell.h"
 #include "bench/BenchWait.h"
 #include "capture/CameraManager.h"
 #include "capture/virtual/VirtualBackend.h"
+#include "diagnostics/OstrelLog.h"
 #include "recording/RecordingEngine.h"
+#include "runtime/HeapMemory.h"
 #include "settings/SettingsStore.h"
 
 #include <QDir>
@@ -33,8 +37,8 @@
 
 namespace {
 
-// A value of /proc/self/status in kB ("VmRSS", "VmHWM").
-long statusKilobytes(const char* key) {
+// A number of /proc/self/status: kB for "VmRSS", "VmHWM", "RssAnon"; a count for "Threads".
+long statusValue(const char* key) {
     QFile status(QStringLiteral("/proc/self/status"));
     if (!status.open(QIODevice::ReadOnly))
         return -1;
@@ -66,11 +70,21 @@ double megabytes(long kilobytes) {
 
 void printMemory(const char* label, int recordings) {
     const struct mallinfo2 info = mallinfo2();
-    std::printf("  %-16s %3d recordings  RSS %7.1f MB  heap in use %7.1f MB, free in heap "
-                "%7.1f MB, mmapped %6.1f MB, %d arenas\n",
-                label, recordings, megabytes(statusKilobytes("VmRSS")),
-                double(info.uordblks) / 1048576.0, double(info.fordblks) / 1048576.0,
-                double(info.hblkhd) / 1048576.0, arenaCount());
+    std::printf("  %-16s %3d recordings  RSS %7.1f MB (anonymous %7.1f)  heap in use %6.1f MB, "
+                "free in heap %7.1f MB, mmapped %6.1f MB, %d arenas, %ld threads\n",
+                label, recordings, megabytes(statusValue("VmRSS")),
+                megabytes(statusValue("RssAnon")), double(info.uordblks) / 1048576.0,
+                double(info.fordblks) / 1048576.0, double(info.hblkhd) / 1048576.0, arenaCount(),
+                statusValue("Threads"));
+    std::fflush(stdout);
+}
+
+// The newest entries of the app's log, to tell why a recording did not start or end.
+void printLogTail() {
+    const auto& entries = OstrelLog::shared().entries();
+    const std::size_t from = entries.size() > 8 ? entries.size() - 8 : 0;
+    for (std::size_t i = from; i < entries.size(); ++i)
+        std::printf("    log: %s\n", qPrintable(entries[i].message));
     std::fflush(stdout);
 }
 
@@ -79,6 +93,7 @@ bool recordOnce(CameraManager& cam, int seconds, const std::function<void(int)>&
     cam.startRecordingWith(false, true, true, QStringLiteral("Praxis Dr. Muster"), 0.3);
     if (!waitFor([&] { return cam.recorder().active(); }, 20000)) {
         std::printf("recording did not start\n");
+        printLogTail();
         return false;
     }
     QElapsedTimer clock;
@@ -93,6 +108,7 @@ bool recordOnce(CameraManager& cam, int seconds, const std::function<void(int)>&
     cam.stopRecording();
     if (!waitFor([&] { return finished; }, 120000)) {
         std::printf("recording did not end\n");
+        printLogTail();
         return false;
     }
     return true;
@@ -101,6 +117,9 @@ bool recordOnce(CameraManager& cam, int seconds, const std::function<void(int)>&
 } // namespace
 
 int main(int argc, char** argv) {
+    const bool defaultArenas = argc > 3 && QByteArray(argv[3]) == "default-arenas";
+    if (!defaultArenas)
+        limitHeapArenas(); // as the app does
     const bool longRun = argc > 1 && QByteArray(argv[1]) == "long";
     const int count = longRun ? 1 : (argc > 1 ? std::max(1, std::atoi(argv[1])) : 30);
     const int seconds = longRun ? (argc > 2 ? std::max(10, std::atoi(argv[2])) : 60)
@@ -136,18 +155,20 @@ int main(int argc, char** argv) {
     }
     waitFor([] { return false; }, 3000); // the stabiliser's plans and the first frames settle
 
-    const char* arenaLimit = std::getenv("MALLOC_ARENA_MAX");
-    std::printf(
-        "recording memory, 1920x1080 with sound, %s, MALLOC_ARENA_MAX %s\n",
-        longRun ? qPrintable(QStringLiteral("one recording of %1 s").arg(seconds))
-                : qPrintable(
-                      QStringLiteral("%1 recordings of %2 s, 1 s apart").arg(count).arg(seconds)),
-        arenaLimit ? arenaLimit : "not set");
+    const char* arenaVariable = std::getenv("MALLOC_ARENA_MAX");
+    const QString arenas = defaultArenas ? QStringLiteral("glibc's default (MALLOC_ARENA_MAX %1)")
+                                               .arg(arenaVariable ? arenaVariable : "not set")
+                                         : QStringLiteral("at most %1 (the app's)").arg(heapArenas);
+    const QString run =
+        longRun ? QStringLiteral("one recording of %1 s").arg(seconds)
+                : QStringLiteral("%1 recordings of %2 s, 1 s apart").arg(count).arg(seconds);
+    std::printf("recording memory, 1920x1080 with sound, %s, heap arenas %s\n", qPrintable(run),
+                qPrintable(arenas));
     printMemory("live, idle", 0);
 
     int result = 0;
     if (longRun) {
-        const long before = statusKilobytes("VmRSS");
+        const long before = statusValue("VmRSS");
         const bool ok = recordOnce(cam, seconds, [](int s) {
             if (s % 10 == 0)
                 printMemory(qPrintable(QStringLiteral("recording %1 s").arg(s)), 0);
@@ -155,7 +176,7 @@ int main(int argc, char** argv) {
         waitFor([] { return false; }, 1000);
         printMemory("ended", 1);
         std::printf("  growth over the recording: %+.1f MB\n",
-                    megabytes(statusKilobytes("VmRSS") - before));
+                    megabytes(statusValue("VmRSS") - before));
         result = ok ? 0 : 1;
     } else {
         long afterFirst = 0;
@@ -166,15 +187,16 @@ int main(int argc, char** argv) {
             }
             waitFor([] { return false; }, 1000); // idle between two recordings
             if (i == 1) {
-                afterFirst = statusKilobytes("VmRSS");
+                afterFirst = statusValue("VmRSS");
                 printMemory("after first", i);
             } else if (i % 10 == 0 || i == count) {
                 printMemory(i == count ? "at the end" : "after", i);
             }
         }
-        std::printf("  growth since the first recording: %+.1f MB (peak RSS %.1f MB)\n",
-                    megabytes(statusKilobytes("VmRSS") - afterFirst),
-                    megabytes(statusKilobytes("VmHWM")));
+        if (afterFirst > 0)
+            std::printf("  growth since the first recording: %+.1f MB (peak RSS %.1f MB)\n",
+                        megabytes(statusValue("VmRSS") - afterFirst),
+                        megabytes(statusValue("VmHWM")));
     }
     std::printf("  files saved: %d\n",
                 int(QDir(folder).entryList({QStringLiteral("*.mp4")}, QDir::Files).size()));

@@ -6,6 +6,12 @@
 #include <malloc.h>
 #endif
 
+void limitHeapArenas() {
+#if defined(__GLIBC__)
+    mallopt(M_ARENA_MAX, heapArenas);
+#endif
+}
+
 void releaseFreeHeapPages() {
 #if defined(__GLIBC__)
     malloc_trim(0);
