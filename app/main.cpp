@@ -9,6 +9,7 @@
 #include "capture/SystemBackend.h"
 #include "diagnostics/OstrelLog.h"
 #include "resources/Fonts.h"
+#include "runtime/HeapMemory.h"
 #include "settings/SettingsStore.h"
 
 #include <QGuiApplication>
@@ -18,6 +19,8 @@
 #include <QWindow>
 
 int main(int argc, char* argv[]) {
+    // Before any thread starts: every recording starts new encoder threads (see HeapMemory.h).
+    limitHeapArenas();
     // --help and --version answer without a window, a log entry or a camera.
     if (const std::optional<int> code = answerCommandLine(argc, argv))
         return *code;

@@ -7,7 +7,7 @@ AudioClock::AudioClock(int sampleRate, MediaTime tolerance)
 }
 
 MediaTime AudioClock::samplesTime(std::int64_t samples) const {
-    return MediaTime(samples * 1'000'000'000LL / m_sampleRate);
+    return samplesDuration(samples, m_sampleRate);
 }
 
 MediaTime AudioClock::place(std::int64_t frames, MediaTime arrival) {

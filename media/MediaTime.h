@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 
 // Presentation time of a frame or audio buffer on the capture clock (monotonic).
 using MediaTime = std::chrono::nanoseconds;
@@ -10,4 +11,12 @@ inline double mediaSeconds(MediaTime t) {
 }
 inline MediaTime mediaTimeFromSeconds(double seconds) {
     return std::chrono::duration_cast<MediaTime>(std::chrono::duration<double>(seconds));
+}
+
+// How long `samples` last at `rate` per second, in whole nanoseconds (truncated toward zero, as
+// samples × 10⁹ / rate). Whole seconds and the rest are scaled apart: the product itself leaves
+// 64 bits after about 53 hours of sound at 48 kHz, which a capture left running reaches.
+inline MediaTime samplesDuration(std::int64_t samples, int rate) {
+    const std::int64_t rest = samples % rate;
+    return std::chrono::seconds(samples / rate) + MediaTime(rest * 1'000'000'000 / rate);
 }

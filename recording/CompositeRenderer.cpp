@@ -38,6 +38,10 @@ CompositeRenderer::CompositeRenderer() : m_caches(std::make_unique<Caches>()) {
 }
 CompositeRenderer::~CompositeRenderer() = default;
 
+void CompositeRenderer::releaseCaches() {
+    m_caches = std::make_unique<Caches>();
+}
+
 bool CompositeRenderer::render(const CompositePlan& plan, const CompositeSources& sources,
                                const PixelBuffer& canvas) {
     if (canvas.isNull())

@@ -61,6 +61,10 @@ public:
     // A new BGRA canvas of the plan's size (rounded), rendered; null for an empty plan.
     PixelBuffer renderImage(const CompositePlan& plan, const CompositeSources& sources);
 
+    // Drops what it keeps between frames (the prepared watermark, scratch images), e.g. while
+    // no recording runs; the next frame prepares them again.
+    void releaseCaches();
+
 private:
     struct Caches;
     std::unique_ptr<Caches> m_caches;

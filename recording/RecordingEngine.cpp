@@ -1,6 +1,7 @@
 #include "recording/RecordingEngine.h"
 
 #include "diagnostics/OstrelLog.h"
+#include "runtime/HeapMemory.h"
 #include "runtime/MainThread.h"
 
 #include <algorithm>
@@ -339,6 +340,7 @@ void RecordingEngine::finish(Completion completion) {
     if (!m_sessionStarted) {
         m_writer->cancel();
         resetWriter();
+        releaseMemoryWhenIdle();
         complete(std::nullopt, QStringLiteral("Keine Bilddaten aufgenommen"));
         return;
     }
@@ -356,6 +358,7 @@ void RecordingEngine::finish(Completion completion) {
         m_recordQueue->async([this, writer, failed, error, file, completion] {
             std::erase_if(m_finishingWriters,
                           [writer](const auto& w) { return w.get() == writer; });
+            releaseMemoryWhenIdle();
             if (!completion)
                 return;
             if (failed)
@@ -389,8 +392,18 @@ void RecordingEngine::logSummary() {
 void RecordingEngine::resetWriter() {
     m_writer.reset();
     m_overlay = PixelBuffer();
+    m_renderer.releaseCaches(); // the watermark prepared for this recording, scratch images
     m_sessionStarted = false;
     m_finishing = false;
+}
+
+// The encoder of a finished recording has freed its buffers, but they stay resident in the
+// heaps of the threads that used them (see runtime/HeapMemory.h). Handed back only when no
+// recording runs, so the walk over the heaps never delays a frame.
+void RecordingEngine::releaseMemoryWhenIdle() {
+    if (m_writer || !m_finishingWriters.empty())
+        return;
+    releaseFreeHeapPages();
 }
 
 void RecordingEngine::waitUntilIdle() {

@@ -112,6 +112,7 @@ private:
     void finish(Completion completion);
     void logSummary();
     void resetWriter();
+    void releaseMemoryWhenIdle();
     double now() const;
 
     // Recording queue only.

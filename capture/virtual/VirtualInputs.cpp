@@ -152,8 +152,7 @@ std::optional<QString> VirtualMicrophoneInput::start(SessionPreset, CaptureSink&
         return initial->startError;
 
     const QString id = device().uniqueID;
-    const auto period =
-        std::chrono::nanoseconds(std::int64_t(samplesPerBuffer) * 1'000'000'000 / sampleRate);
+    const MediaTime period = samplesDuration(samplesPerBuffer, sampleRate);
     const MediaTime begin = captureClockNow();
     m_stream.start(period, [this, id, &sink, begin](std::int64_t n) {
         m_devices->streamTick(id);
@@ -178,7 +177,7 @@ std::optional<QString> VirtualMicrophoneInput::start(SessionPreset, CaptureSink&
         }
         AudioBuffer buffer;
         buffer.format = AudioFormat{true, 32, 1, sampleRate};
-        buffer.pts = begin + mediaTimeFromSeconds(double(first) / sampleRate);
+        buffer.pts = begin + samplesDuration(first, sampleRate);
         buffer.bytes = std::move(bytes);
         sink.pushAudio(std::move(buffer));
         return true;

@@ -88,3 +88,32 @@ TEST(SilenceSource, BuffersFollowEachOtherWithoutGapOrDrift) {
     }
     EXPECT_EQ(samples, 61 * SilenceSource::sampleRate + 44);
 }
+
+// A clinic PC left capturing over a weekend: the count of samples grows past what its product
+// with a second's nanoseconds holds in 64 bits (about 53 hours at 48 kHz). Every buffer keeps
+// its exact place all the way. To keep the run short, most of each minute comes as one buffer
+// and the rest as five buffers of a tenth of a second.
+TEST(AudioClock, DaysOfCaptureKeepEveryBufferInItsPlace) {
+    struct Case {
+        int rate;
+        std::chrono::hours length;
+    };
+    const Case cases[] = {{48000, 60h}, {44100, 60h}, {48000, 168h}, {44100, 168h}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.rate << " Hz, " << c.length.count() << " h");
+        AudioClock clock(c.rate);
+        std::int64_t misplaced = 0;
+        MediaTime recorded = start;
+        for (int i = 0; recorded < start + c.length; ++i) {
+            const MediaTime length = i % 6 == 0 ? 59500ms : 100ms;
+            const MediaTime delay = i % 7 == 3 ? 35ms : 0ms; // scheduling jitter
+            const MediaTime placed =
+                clock.place(length / 100ms * (c.rate / 10), recorded + length + delay);
+            if (placed != recorded && misplaced++ < 3)
+                ADD_FAILURE() << "buffer at " << mediaSeconds(recorded - start) << " s placed "
+                              << mediaSeconds(placed - recorded) << " s off";
+            recorded += length;
+        }
+        EXPECT_EQ(misplaced, 0);
+    }
+}
