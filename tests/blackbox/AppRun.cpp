@@ -348,14 +348,8 @@ std::optional<QString> AppRun::startOnce(int timeoutMs) {
     return std::nullopt;
 }
 
-AppRun::Output AppRun::runToExit(const QStringList& arguments, int timeoutMs) {
-    QProcess process;
-    QProcessEnvironment env = appEnvironment();
-    env.remove(QStringLiteral("DISPLAY"));
-    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    env.insert(m_options.environment); // e.g. xcb with no display: a window would fail at once
-    process.setProcessEnvironment(env);
-    process.start(ostrelBinary(), arguments);
+// What a started app printed and how it ended; a run over `timeoutMs` is killed.
+AppRun::Output AppRun::waitForExit(QProcess& process, int timeoutMs) {
     Output out;
     if (!process.waitForFinished(timeoutMs)) {
         process.kill();
@@ -368,20 +362,22 @@ AppRun::Output AppRun::runToExit(const QStringList& arguments, int timeoutMs) {
     return out;
 }
 
+AppRun::Output AppRun::runToExit(const QStringList& arguments, int timeoutMs) {
+    QProcess process;
+    QProcessEnvironment env = appEnvironment();
+    env.remove(QStringLiteral("DISPLAY"));
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    env.insert(m_options.environment); // e.g. xcb with no display: a window would fail at once
+    process.setProcessEnvironment(env);
+    process.start(ostrelBinary(), arguments);
+    return waitForExit(process, timeoutMs);
+}
+
 AppRun::Output AppRun::startAgain(int timeoutMs) {
     QProcess process;
     process.setProcessEnvironment(appEnvironment());
     process.start(ostrelBinary(), m_options.arguments);
-    Output out;
-    if (!process.waitForFinished(timeoutMs)) {
-        process.kill();
-        process.waitForFinished(1000);
-        return out;
-    }
-    out.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    out.standardOutput = QString::fromUtf8(process.readAllStandardOutput());
-    out.standardError = QString::fromUtf8(process.readAllStandardError());
-    return out;
+    return waitForExit(process, timeoutMs);
 }
 
 QStringList AppRun::logLines() const {

@@ -105,6 +105,7 @@ public:
     QString describe() const;
 
 private:
+    static Output waitForExit(QProcess& process, int timeoutMs);
     std::optional<QString> startDisplay();
     std::optional<QString> startServer(int number);
     std::optional<QString> startUsableDisplay();
