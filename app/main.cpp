@@ -3,6 +3,7 @@
 #include "app/ApplicationIdentity.h"
 #include "app/CommandLine.h"
 #include "app/InstanceLock.h"
+#include "app/KeyRepeatFilter.h"
 #include "app/Localisation.h"
 #include "app/RunningInstance.h"
 #include "app/TerminationSignals.h"
@@ -31,6 +32,8 @@ int main(int argc, char* argv[]) {
         return handOverToRunningInstance(argc, argv);
 
     QGuiApplication app(argc, argv);
+    KeyRepeatFilter keyRepeat;
+    app.installEventFilter(&keyRepeat);
     nameApplication();
     QGuiApplication::setApplicationDisplayName(QStringLiteral("OSTREL"));
     // Closing a window goes through the quit request, which may have to wait for a recording.

@@ -349,7 +349,7 @@ std::optional<QString> AppRun::startOnce(int timeoutMs) {
 }
 
 // What a started app printed and how it ended; a run over `timeoutMs` is killed.
-AppRun::Output AppRun::waitForExit(QProcess& process, int timeoutMs) {
+AppRun::Output AppRun::collectOutput(QProcess& process, int timeoutMs) {
     Output out;
     if (!process.waitForFinished(timeoutMs)) {
         process.kill();
@@ -370,14 +370,14 @@ AppRun::Output AppRun::runToExit(const QStringList& arguments, int timeoutMs) {
     env.insert(m_options.environment); // e.g. xcb with no display: a window would fail at once
     process.setProcessEnvironment(env);
     process.start(ostrelBinary(), arguments);
-    return waitForExit(process, timeoutMs);
+    return collectOutput(process, timeoutMs);
 }
 
 AppRun::Output AppRun::startAgain(int timeoutMs) {
     QProcess process;
     process.setProcessEnvironment(appEnvironment());
     process.start(ostrelBinary(), m_options.arguments);
-    return waitForExit(process, timeoutMs);
+    return collectOutput(process, timeoutMs);
 }
 
 QStringList AppRun::logLines() const {
@@ -506,7 +506,7 @@ std::optional<QString> AppRun::focusWindow(const QString& id) {
         .arg(id, focused.trimmed());
 }
 
-bool AppRun::pressKeys(const QString& keys, const QString& windowTitle) {
+bool AppRun::pressKeys(const QString& keys, const QString& windowTitle, int holdMs) {
     const auto fail = [&](const QString& why) {
         qWarning("pressKeys(%s) into \"%s\": %s", qPrintable(keys), qPrintable(windowTitle),
                  qPrintable(why));
@@ -524,9 +524,18 @@ bool AppRun::pressKeys(const QString& keys, const QString& windowTitle) {
     const QString id = ids.last();
     if (const auto error = focusWindow(id))
         return fail(*error);
-    if (!run(QStringLiteral("xdotool"),
-             {QStringLiteral("key"), QStringLiteral("--clearmodifiers"), keys}))
-        return fail(QStringLiteral("xdotool could not type"));
+    if (holdMs <= 0) {
+        if (!run(QStringLiteral("xdotool"),
+                 {QStringLiteral("key"), QStringLiteral("--clearmodifiers"), keys}))
+            return fail(QStringLiteral("xdotool could not type"));
+    } else {
+        // Through the server's own key path, which repeats a held key as a keyboard does.
+        if (!run(QStringLiteral("xdotool"), {QStringLiteral("keydown"), keys}))
+            return fail(QStringLiteral("xdotool could not press"));
+        QThread::msleep(unsigned(holdMs));
+        if (!run(QStringLiteral("xdotool"), {QStringLiteral("keyup"), keys}))
+            return fail(QStringLiteral("xdotool could not release"));
+    }
     // The keys went to the window only if it still had the focus afterwards.
     QString focused;
     run(QStringLiteral("xdotool"), {QStringLiteral("getwindowfocus")}, 5000, &focused);

@@ -69,8 +69,10 @@ public:
                                       int fromLine = 0) const;
     // Waits until the app's window whose title matches `windowTitle` (a regular expression) is
     // on screen and holds the keyboard focus, then types the key combination, e.g. "ctrl+r",
-    // "ctrl+shift+o". False, with the reason on stderr, when any of it did not happen.
-    bool pressKeys(const QString& keys, const QString& windowTitle = QStringLiteral("^OSTREL$"));
+    // "ctrl+shift+o"; with `holdMs`, holds them down that long, so the server repeats them as
+    // it does a held key. False, with the reason on stderr, when any of it did not happen.
+    bool pressKeys(const QString& keys, const QString& windowTitle = QStringLiteral("^OSTREL$"),
+                   int holdMs = 0);
     // Files in the recording folder matching `pattern`, sorted.
     QStringList recordingFiles(const QString& pattern = QStringLiteral("OSTREL-*")) const;
     // Waits until at least `count` files match `pattern` in the recording folder.
@@ -105,7 +107,7 @@ public:
     QString describe() const;
 
 private:
-    static Output waitForExit(QProcess& process, int timeoutMs);
+    static Output collectOutput(QProcess& process, int timeoutMs);
     std::optional<QString> startDisplay();
     std::optional<QString> startServer(int number);
     std::optional<QString> startUsableDisplay();

@@ -6,8 +6,11 @@
 #include "support/EventLoop.h"
 
 #include <QColor>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -51,10 +54,23 @@ void expectOneSavedRecording(const AppRun& app) {
 }
 
 // Records for a moment with Ctrl+R; returns the log line count before the recording.
+// Starts a recording and waits until pictures of it are on disk (its first fragment), so that
+// ending it at once saves a file however busy the machine is.
 int startRecording(AppRun& app) {
     const int from = int(app.logLines().size());
     EXPECT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
     EXPECT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft"), 30000, from));
+    EXPECT_TRUE(pumpUntil(
+        [&] {
+            for (const QFileInfo& file :
+                 QDir(app.recordingFolder())
+                     .entryInfoList({QStringLiteral(".ostrel-*")}, QDir::Files | QDir::Hidden))
+                if (file.size() > 0)
+                    return true;
+            QThread::msleep(50);
+            return false;
+        },
+        30000));
     return from;
 }
 
@@ -164,4 +180,27 @@ TEST(MenuShortcuts, PhotosAndRecordingsWithinOneSecondAreAllKept) {
     const QStringList saved = app.logLines().filter(QStringLiteral("Aufnahme gespeichert: "));
     ASSERT_EQ(saved.size(), 2);
     EXPECT_NE(saved[0].section(u':', -1), saved[1].section(u':', -1)) << "two names";
+}
+
+// A gloved finger resting on a key: held R, Space and Ctrl+R act once each, however often the
+// keyboard repeats them.
+TEST(MenuShortcuts, HeldKeysActOnce) {
+    AppRun app;
+    startLive(app);
+    const int from = int(app.logLines().size());
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("r"), QStringLiteral("^OSTREL$"), 1500));
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft"), 30000, from));
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("space"), QStringLiteral("^OSTREL$"), 1500));
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("Fotos gespeichert"), 30000, from));
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r"), QStringLiteral("^OSTREL$"), 1500));
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: "), 30000, from));
+    // A photo set and a stop more would have come by now, had a repeat got through.
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+p")));
+    ASSERT_TRUE(app.waitForFiles(QStringLiteral("OSTREL-*.jpg"), 6));
+    const QStringList lines = app.logLines().mid(from);
+    EXPECT_EQ(lines.filter(QStringLiteral("Aufnahme läuft")).size(), 1)
+        << app.describe().toStdString();
+    EXPECT_EQ(lines.filter(QStringLiteral("Aufnahme gespeichert")).size(), 1);
+    EXPECT_EQ(app.recordingFiles(QStringLiteral("OSTREL-*.jpg")).size(), 6);
+    EXPECT_EQ(app.recordingFiles(QStringLiteral("OSTREL-*.mp4")).size(), 1);
 }
