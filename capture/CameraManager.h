@@ -139,6 +139,9 @@ public:
     void startRecording(int width, int height, bool withAudio, const QImage& overlay,
                         double macroFraction);
     // For QML: the canvas and the watermark follow from the resolution and the practice name.
+    // Silence instead of the microphone's sound in the recording, from now on (also in one
+    // that runs).
+    Q_INVOKABLE void setRecordingSoundMuted(bool muted);
     Q_INVOKABLE void startRecordingWith(bool high, bool withAudio, bool watermarkOn,
                                         const QString& praxisText, double macroFraction);
     Q_INVOKABLE void stopRecording();

@@ -86,6 +86,8 @@ void CameraManager::startRecording(int width, int height, bool withAudio, const 
                           .arg(width)
                           .arg(height)
                           .arg(sound ? QStringLiteral("an") : QStringLiteral("aus")));
+            if (sound && weak->m_recorder->soundMuted())
+                ostrelLog(LogLevel::event, QStringLiteral("Ton der Aufnahme stumm geschaltet"));
         });
     });
 }
@@ -104,6 +106,15 @@ void CameraManager::recordingStartFailed(const QString& folderError, bool folder
         m_folderReachable = false;
         scheduleFolderCheck();
     }
+}
+
+void CameraManager::setRecordingSoundMuted(bool muted) {
+    if (m_recorder->soundMuted() == muted)
+        return;
+    m_recorder->setSoundMuted(muted);
+    if (m_isRecording)
+        ostrelLog(LogLevel::event, muted ? QStringLiteral("Ton der Aufnahme stumm geschaltet")
+                                         : QStringLiteral("Ton der Aufnahme wieder eingeschaltet"));
 }
 
 void CameraManager::startRecordingWith(bool high, bool withAudio, bool watermarkOn,

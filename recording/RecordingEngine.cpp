@@ -285,14 +285,29 @@ void RecordingEngine::checkDropWindow() {
     m_winDropsBase = drops;
 }
 
+void RecordingEngine::setSoundMuted(bool muted) {
+    std::lock_guard lock(m_lock);
+    m_soundMuted = muted;
+}
+
+bool RecordingEngine::soundMuted() const {
+    std::lock_guard lock(m_lock);
+    return m_soundMuted;
+}
+
 void RecordingEngine::appendAudio(const AudioBuffer& buffer) {
+    bool muted = false;
     {
         std::lock_guard lock(m_lock);
         if (!m_active)
             return;
+        muted = m_soundMuted;
     }
+    AudioBuffer taken = buffer;
+    if (muted && buffer.bytes) // zero bytes are silence in every sample format we take
+        taken.bytes = std::make_shared<const std::vector<std::uint8_t>>(buffer.bytes->size(), 0);
     // Queued work runs before the queue goes away with the engine, so `this` outlives it.
-    m_recordQueue->async([this, buffer] { appendAudioOnQueue(buffer); });
+    m_recordQueue->async([this, taken] { appendAudioOnQueue(taken); });
 }
 
 void RecordingEngine::appendAudioOnQueue(const AudioBuffer& buffer) {

@@ -51,6 +51,9 @@ public:
                                  const PixelBuffer& overlay, double macroFraction);
     void enqueueFrame(FrameJob job);
     void appendAudio(const AudioBuffer& buffer);
+    // While muted, the sound track gets silence in place of each buffer.
+    void setSoundMuted(bool muted);
+    bool soundMuted() const;
     int takeAppendedThisSecond();
     void stop(Completion completion);
 
@@ -148,6 +151,7 @@ private:
     int m_backlogged = 0;
     int m_skippedPaced = 0;
     int m_diskWaitingMs = 0;
+    bool m_soundMuted = false;
     std::int64_t m_diskBacklogBytes = 0;
     int m_rateLimit = 0;
     int m_paceCredit = 0;

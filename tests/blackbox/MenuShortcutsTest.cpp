@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 
 namespace {
@@ -203,4 +204,46 @@ TEST(MenuShortcuts, HeldKeysActOnce) {
     EXPECT_EQ(lines.filter(QStringLiteral("Aufnahme gespeichert")).size(), 1);
     EXPECT_EQ(app.recordingFiles(QStringLiteral("OSTREL-*.jpg")).size(), 6);
     EXPECT_EQ(app.recordingFiles(QStringLiteral("OSTREL-*.mp4")).size(), 1);
+}
+
+// M mutes a running recording at once, and M again brings its sound back: the file's sound is
+// the microphone's tone, then a silence as long as the mute, then the tone again.
+TEST(MenuShortcuts, MuteActsAtOnceInsideARecording) {
+    AppRun app;
+    startLive(app);
+    const int from = startRecording(app);
+    recordFor(1);
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("m")));
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("Ton der Aufnahme stumm geschaltet"), 10000, from));
+    recordFor(4);
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("m")));
+    ASSERT_TRUE(
+        app.waitForLog(QStringLiteral("Ton der Aufnahme wieder eingeschaltet"), 10000, from));
+    recordFor(3);
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: "), 30000, from));
+    const QStringList movies = app.recordingFiles(QStringLiteral("OSTREL-*.mp4"));
+    ASSERT_EQ(movies.size(), 1);
+
+    // Runs of 0.1 s windows with and without the tone (about 0.18 against 0).
+    const std::vector<double> levels = audioLevels(app.recordingFolder() + u'/' + movies[0]);
+    ASSERT_FALSE(levels.empty());
+    std::size_t longestSilence = 0, silenceEnd = 0, run = 0;
+    for (std::size_t i = 0; i < levels.size(); ++i) {
+        run = levels[i] > 0.03 ? 0 : run + 1;
+        if (run > longestSilence) {
+            longestSilence = run;
+            silenceEnd = i + 1;
+        }
+    }
+    const auto heardWindows = [&](std::size_t begin, std::size_t end) {
+        return std::count_if(levels.begin() + std::ptrdiff_t(begin),
+                             levels.begin() + std::ptrdiff_t(end),
+                             [](double level) { return level > 0.03; });
+    };
+    // A busy machine may lose a moment of sound, never four seconds.
+    EXPECT_GE(longestSilence, 35u) << "the mute";
+    EXPECT_LE(longestSilence, 50u);
+    EXPECT_GE(heardWindows(0, silenceEnd - longestSilence), 5) << "the tone before the mute";
+    EXPECT_GE(heardWindows(silenceEnd, levels.size()), 10) << "the tone after it";
 }

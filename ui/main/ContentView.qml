@@ -63,7 +63,9 @@ FocusScope {
             return
         if (!cam.isRecording) {
             mainState.recordSeconds = 0
-            cam.startRecordingWith(settings.resolutionHigh, !mainState.micMuted,
+            // The sound track is always there, so that M can mute and unmute it at once.
+            cam.setRecordingSoundMuted(mainState.micMuted)
+            cam.startRecordingWith(settings.resolutionHigh, true,
                                    settings.watermarkOn, settings.praxisText,
                                    mainState.macroFraction)
         } else {
@@ -85,6 +87,11 @@ FocusScope {
     function openFolder() { recordings.revealInFileManager() }
     function changeMacroSize(amount) { mainState.changeMacroSize(amount) }
     function refreshStorage() { mainState.refreshStorage(recordings, settings.resolutionHigh) }
+
+    Connections {
+        target: mainState
+        function onMicMutedChanged() { view.cam.setRecordingSoundMuted(mainState.micMuted) }
+    }
 
     Keys.onPressed: (event) => {
         event.accepted = mainState.handleKey(event.key, event.modifiers)
