@@ -172,7 +172,7 @@ void CameraManager::resetMicrophone() {
 void CameraManager::startSilence() {
     if (!m_isRecording || m_mic.silence.isActive())
         return;
-    m_mic.silent.emplace(SilenceSource::captureClockNow());
+    m_mic.silent.emplace(captureClockNow());
     m_mic.silence = m_scheduler.every(silencePeriod, this, [this] {
         if (m_isRecording && m_mic.missing)
             fillSilence();
@@ -184,7 +184,7 @@ void CameraManager::startSilence() {
 void CameraManager::fillSilence() {
     if (!m_mic.silent)
         return;
-    std::optional<AudioBuffer> buffer = m_mic.silent->until(SilenceSource::captureClockNow());
+    std::optional<AudioBuffer> buffer = m_mic.silent->until(captureClockNow());
     if (!buffer)
         return;
     // Through the frame queue, behind the microphone's last buffers.

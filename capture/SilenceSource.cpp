@@ -1,30 +1,14 @@
 #include "capture/SilenceSource.h"
 
-#include <chrono>
 #include <vector>
 
-namespace {
-
-constexpr std::int64_t nanosPerSecond = 1'000'000'000;
-
-} // namespace
-
-MediaTime SilenceSource::captureClockNow() {
-    return std::chrono::duration_cast<MediaTime>(
-        std::chrono::steady_clock::now().time_since_epoch());
-}
-
 MediaTime SilenceSource::end() const {
-    // In whole seconds and the rest, so that a long gap cannot overflow.
-    return m_start + MediaTime(m_samples / sampleRate * nanosPerSecond +
-                               m_samples % sampleRate * nanosPerSecond / sampleRate);
+    return m_start + samplesDuration(m_samples, sampleRate);
 }
 
 std::optional<AudioBuffer> SilenceSource::until(MediaTime now) {
     // Counted from the start, not from the last buffer, so rounding never adds up.
-    const std::int64_t nanos = (now - m_start).count();
-    const std::int64_t total =
-        nanos / nanosPerSecond * sampleRate + nanos % nanosPerSecond * sampleRate / nanosPerSecond;
+    const std::int64_t total = samplesIn(now - m_start, sampleRate);
     if (total <= m_samples)
         return std::nullopt;
     AudioBuffer buffer;

@@ -21,9 +21,6 @@ public:
     // Where the next buffer begins.
     MediaTime end() const;
 
-    // The capture clock (monotonic), which cameras and microphones stamp their data with.
-    static MediaTime captureClockNow();
-
 private:
     MediaTime m_start;
     std::int64_t m_samples = 0; // handed out since `m_start`

@@ -24,11 +24,6 @@ std::optional<AudioFormat> toAudioFormat(const QAudioFormat& format) {
     }
 }
 
-MediaTime captureClockNow() {
-    return std::chrono::duration_cast<MediaTime>(
-        std::chrono::steady_clock::now().time_since_epoch());
-}
-
 } // namespace
 
 // Owns the QAudioSource on the audio thread and pushes what it reads into the sink.

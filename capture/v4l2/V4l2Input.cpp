@@ -17,11 +17,6 @@
 
 namespace {
 
-MediaTime captureClockNow() {
-    return std::chrono::duration_cast<MediaTime>(
-        std::chrono::steady_clock::now().time_since_epoch());
-}
-
 QString formatText(const V4l2StreamFormat& format) {
     const QString name =
         format.pixelFormat == V4L2_PIX_FMT_MJPEG ? QStringLiteral("MJPEG") : QStringLiteral("YUYV");

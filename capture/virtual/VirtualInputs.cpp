@@ -12,11 +12,6 @@
 
 namespace {
 
-MediaTime captureClockNow() {
-    return std::chrono::duration_cast<MediaTime>(
-        std::chrono::steady_clock::now().time_since_epoch());
-}
-
 QSize presetSize(SessionPreset preset) {
     return preset == SessionPreset::high ? QSize(1920, 1080) : QSize(1280, 720);
 }
