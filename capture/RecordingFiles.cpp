@@ -1,6 +1,7 @@
 #include "capture/RecordingFiles.h"
 
 #include "recording/Photos.h"
+#include "runtime/FileCopy.h"
 
 #include <QDir>
 #include <QFile>
@@ -46,6 +47,10 @@ void syncFolder(const QString& folder) {
         ::fsync(fd);
         ::close(fd);
     }
+}
+
+bool sameFile(const struct stat& a, const struct stat& b) {
+    return a.st_ino == b.st_ino && a.st_dev == b.st_dev;
 }
 
 const QRegularExpression& partialPattern() {
@@ -134,8 +139,7 @@ std::unique_ptr<PartialRecording> PartialRecording::adopt(const QString& path, R
         return refuse(Refusal::held);
     }
     // The owner may have renamed or removed it just before it let go.
-    if (::stat(name.constData(), &named) != 0 || opened.st_ino != named.st_ino ||
-        opened.st_dev != named.st_dev) {
+    if (::stat(name.constData(), &named) != 0 || !sameFile(opened, named)) {
         ::close(fd);
         return refuse(Refusal::gone);
     }
@@ -170,8 +174,7 @@ bool PartialRecording::reachable() const {
     struct stat opened {
     }, named{};
     return ::fstat(m_fd, &opened) == 0 &&
-           ::stat(QFile::encodeName(m_path).constData(), &named) == 0 &&
-           opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
+           ::stat(QFile::encodeName(m_path).constData(), &named) == 0 && sameFile(opened, named);
 }
 
 void PartialRecording::discardLeftover() {
@@ -182,7 +185,7 @@ void PartialRecording::discardLeftover() {
     }, left{};
     // Only our own file: the name may have been taken by another one meanwhile.
     if (::fstat(m_fd, &opened) == 0 && ::fstatat(m_folderFd, name.constData(), &left, 0) == 0 &&
-        opened.st_ino == left.st_ino && opened.st_dev == left.st_dev)
+        sameFile(opened, left))
         ::unlinkat(m_folderFd, name.constData(), 0);
 }
 
@@ -198,24 +201,7 @@ std::optional<QString> PartialRecording::rescueInto(const QString& folder) {
     if (const QString* error = std::get_if<QString>(&created))
         return *error;
     PartialRecording& copy = *std::get<std::unique_ptr<PartialRecording>>(created);
-    struct stat info {};
-    if (::fstat(m_fd, &info) != 0)
-        return fileErrorText(lastError());
-    loff_t in = 0, out = 0;
-    while (in < info.st_size) {
-        const ssize_t n =
-            ::copy_file_range(m_fd, &in, copy.m_fd, &out, std::size_t(info.st_size - in), 0);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0) {
-            const std::error_code error =
-                n < 0 ? lastError() : std::make_error_code(std::errc::io_error);
-            copy.discard();
-            return fileErrorText(error);
-        }
-    }
-    if (::fsync(copy.m_fd) != 0) {
-        const std::error_code error = lastError();
+    if (const std::error_code error = copyFileContents(m_fd, copy.m_fd)) {
         copy.discard();
         return fileErrorText(error);
     }

@@ -1,5 +1,7 @@
 #include "recording/ffmpeg/FileOutput.h"
 
+#include "runtime/FileCopy.h"
+
 #include <QFile>
 
 #include <atomic>
@@ -21,53 +23,6 @@ namespace {
 
 constexpr int ioBufferSize = 256 * 1024;
 constexpr auto syncInterval = std::chrono::seconds(1);
-
-int writeAll(int fd, const std::uint8_t* data, std::size_t size, std::int64_t offset) {
-    while (size > 0) {
-        const ssize_t n = ::pwrite(fd, data, size, off_t(offset));
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            return AVERROR(errno);
-        }
-        data += n;
-        size -= std::size_t(n);
-        offset += n;
-    }
-    return 0;
-}
-
-// Copies the whole of `from` into `to`, in the kernel where the file systems allow it.
-int copyAll(int from, int to) {
-    struct stat info {};
-    if (::fstat(from, &info) != 0)
-        return AVERROR(errno);
-    loff_t in = 0, out = 0;
-    while (in < info.st_size) {
-        const ssize_t n = ::copy_file_range(from, &in, to, &out, std::size_t(info.st_size - in), 0);
-        if (n > 0)
-            continue;
-        if (n == 0)
-            break;
-        if (errno == EINTR)
-            continue;
-        if (errno != EXDEV && errno != ENOSYS && errno != EINVAL && errno != EOPNOTSUPP)
-            return AVERROR(errno);
-        std::vector<std::uint8_t> buffer(1 << 20);
-        while (in < info.st_size) {
-            const ssize_t r = ::pread(from, buffer.data(), buffer.size(), in);
-            if (r < 0 && errno == EINTR)
-                continue;
-            if (r <= 0)
-                return r < 0 ? AVERROR(errno) : AVERROR(EIO);
-            if (const int w = writeAll(to, buffer.data(), std::size_t(r), in); w < 0)
-                return w;
-            in += r;
-        }
-        break;
-    }
-    return ::fdatasync(to) == 0 || errno == EINVAL ? 0 : AVERROR(errno);
-}
 
 } // namespace
 
@@ -140,7 +95,9 @@ void FileOutput::Disk::run() {
             if (!chunk.relocateTo.isEmpty())
                 relocate(chunk);
             else if (!skip)
-                result = writeAll(fd, chunk.bytes.data(), chunk.bytes.size(), chunk.offset);
+                result = AVERROR(
+                    writeAllAt(fd, chunk.bytes.data(), chunk.bytes.size(), off_t(chunk.offset))
+                        .value());
             lock.lock();
             busyWith.reset();
             backlog -= std::int64_t(chunk.bytes.size());
@@ -186,7 +143,7 @@ void FileOutput::Disk::run() {
 void FileOutput::Disk::relocate(Chunk& chunk) {
     const QByteArray name = QFile::encodeName(chunk.relocateTo);
     const int target = ::open(name.constData(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    int result = target < 0 ? AVERROR(errno) : copyAll(fd, target);
+    int result = target < 0 ? AVERROR(errno) : AVERROR(copyFileContents(fd, target).value());
     if (result < 0) {
         if (target >= 0)
             ::close(target);
