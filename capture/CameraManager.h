@@ -271,6 +271,7 @@ private:
     // counts as ended, so that the user (and quitting) can go on. Its file stays for later.
     void finishOverdue(std::uint64_t generation);
     void lateFinish(std::uint64_t generation, bool finished);
+    void consumeRecordingFinished();
     void recordingStartFailed(const QString& folderError, bool folderMissing);
     void saveRecording(std::shared_ptr<PartialRecording> partial, bool finished, bool late = false);
     // The file being recorded lost its name (folder deleted or renamed, drive unmounted): the

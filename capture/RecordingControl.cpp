@@ -259,6 +259,11 @@ void CameraManager::finishOverdue(std::uint64_t generation) {
     m_activeTempFile.reset();
     ++m_recordingGeneration;
     recordingEnded();
+    consumeRecordingFinished();
+}
+
+// The one-shot callback is taken before it runs: it may set the next one.
+void CameraManager::consumeRecordingFinished() {
     std::function<void()> callback = std::move(onRecordingFinished);
     onRecordingFinished = nullptr;
     if (callback)
@@ -335,12 +340,8 @@ SaveResult saveFile(PartialRecording& partial, const std::optional<QString>& fol
 void CameraManager::saveRecording(std::shared_ptr<PartialRecording> partial, bool finished,
                                   bool late) {
     const auto done = [this, late] {
-        if (late)
-            return; // the recording that quitting may wait for is another one
-        std::function<void()> callback = std::move(onRecordingFinished);
-        onRecordingFinished = nullptr;
-        if (callback)
-            callback();
+        if (!late) // else the recording that quitting may wait for is another one
+            consumeRecordingFinished();
     };
     if (!partial) {
         done();
