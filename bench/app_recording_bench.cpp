@@ -11,6 +11,7 @@
 // view at full rate, render threads at normal priority, recording unpaced.
 
 #include "app/AppShell.h"
+#include "bench/BenchApp.h"
 #include "bench/BenchWait.h"
 #include "capture/CameraManager.h"
 #include "capture/FrameStore.h"
@@ -277,27 +278,14 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
 
     SettingsStore settings(home.filePath(QStringLiteral("ostrel.ini")));
-    settings.setValue(Setting::didCompleteOnboarding, true);
-    settings.setValue(Setting::wideDeviceUID, VirtualDevices::camera1ID);
-    settings.setValue(Setting::macroDeviceUID, VirtualDevices::camera2ID);
-    settings.setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
-    settings.setValue(Setting::stabilizeMacro, true);
-    settings.setValue(Setting::recordingFolderPath, home.path().toUtf8());
+    onboardVirtualPair(settings, home.path(), true);
     VirtualBackend backend;
     AppShell shell(settings, backend);
     shell.camera().setLiveViewYields(!run.baseline);
     QQmlApplicationEngine engine;
-    if (shell.load(engine)) {
-        std::printf("main window did not load\n");
+    QQuickWindow* window = loadMainWindow(shell, engine);
+    if (!window || !waitUntilSettled(shell.camera()))
         return 1;
-    }
-    auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());
-    window->resize(1920, 1080);
-    if (!waitFor([&] { return shell.camera().status() == CameraStatus::live; }, 30000)) {
-        std::printf("cameras did not go live\n");
-        return 1;
-    }
-    waitFor([] { return false; }, 3000); // the stabiliser's plans and the first frames settle
     const auto api = window->rendererInterface()->graphicsApi();
     std::printf("render nice %d, window %dx%d, scene graph on %s\n",
                 run.baseline ? 0 : renderPriority::chosenNice(), window->width(), window->height(),

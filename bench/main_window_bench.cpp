@@ -5,6 +5,7 @@
 //   xvfb-run -a -s "-screen 0 1920x1080x24" build/bench/main_window_bench [seconds=10]
 
 #include "app/AppShell.h"
+#include "bench/BenchApp.h"
 #include "capture/virtual/VirtualBackend.h"
 #include "settings/SettingsStore.h"
 #include "ui/main/LiveCameraView.h"
@@ -41,19 +42,13 @@ int main(int argc, char** argv) {
     const int seconds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 10;
 
     SettingsStore settings(home.filePath(QStringLiteral("ostrel.ini")));
-    settings.setValue(Setting::didCompleteOnboarding, true);
-    settings.setValue(Setting::wideDeviceUID, VirtualDevices::camera1ID);
-    settings.setValue(Setting::macroDeviceUID, VirtualDevices::camera2ID);
-    settings.setValue(Setting::recordingFolderPath, home.path().toUtf8());
+    onboardVirtualPair(settings, home.path(), false);
     VirtualBackend backend;
     AppShell shell(settings, backend);
     QQmlApplicationEngine engine;
-    if (shell.load(engine)) {
-        std::printf("main window did not load\n");
+    QQuickWindow* window = loadMainWindow(shell, engine);
+    if (!window)
         return 1;
-    }
-    auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());
-    window->resize(1920, 1080);
 
     LiveCameraView* wide = nullptr;
     LiveCameraView* macro = nullptr;

@@ -13,6 +13,7 @@
 // limit, for comparison.
 
 #include "app/AppShell.h"
+#include "bench/BenchApp.h"
 #include "bench/BenchWait.h"
 #include "capture/CameraManager.h"
 #include "capture/virtual/VirtualBackend.h"
@@ -133,27 +134,13 @@ int main(int argc, char** argv) {
     const QString folder = home.filePath(QStringLiteral("Aufnahmen"));
     QDir().mkpath(folder);
     SettingsStore settings(home.filePath(QStringLiteral("ostrel.ini")));
-    settings.setValue(Setting::didCompleteOnboarding, true);
-    settings.setValue(Setting::wideDeviceUID, VirtualDevices::camera1ID);
-    settings.setValue(Setting::macroDeviceUID, VirtualDevices::camera2ID);
-    settings.setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
-    settings.setValue(Setting::stabilizeMacro, true);
-    settings.setValue(Setting::recordingFolderPath, folder.toUtf8());
+    onboardVirtualPair(settings, folder, true);
     VirtualBackend backend;
     AppShell shell(settings, backend);
     QQmlApplicationEngine engine;
-    if (shell.load(engine)) {
-        std::printf("main window did not load\n");
-        return 1;
-    }
-    auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());
-    window->resize(1920, 1080);
     CameraManager& cam = shell.camera();
-    if (!waitFor([&] { return cam.status() == CameraStatus::live; }, 30000)) {
-        std::printf("cameras did not go live\n");
+    if (!loadMainWindow(shell, engine) || !waitUntilSettled(cam))
         return 1;
-    }
-    waitFor([] { return false; }, 3000); // the stabiliser's plans and the first frames settle
 
     const char* arenaVariable = std::getenv("MALLOC_ARENA_MAX");
     const QString arenas = defaultArenas ? QStringLiteral("glibc's default (MALLOC_ARENA_MAX %1)")
