@@ -41,6 +41,8 @@ class CameraManager : public QObject {
     Q_OBJECT
     Q_PROPERTY(int status READ statusCode NOTIFY statusChanged)
     Q_PROPERTY(QString statusText READ statusText NOTIFY statusChanged)
+    // Every camera delivers: the status is "Live".
+    Q_PROPERTY(bool statusLive READ statusLive NOTIFY statusChanged)
     Q_PROPERTY(bool running READ running NOTIFY runningChanged)
     Q_PROPERTY(int connectedCount READ connectedCount NOTIFY connectedCountChanged)
     Q_PROPERTY(bool isRecording READ isRecording NOTIFY isRecordingChanged)
@@ -102,6 +104,7 @@ public:
     CameraStatus status() const { return m_status; }
     int statusCode() const { return int(m_status); }
     QString statusText() const { return cameraStatusLabel(m_status); }
+    bool statusLive() const { return m_status == CameraStatus::live; }
     bool running() const { return m_running; }
     int connectedCount() const { return m_connectedCount; }
     bool isRecording() const { return m_isRecording; }
@@ -128,7 +131,8 @@ public:
     bool wideLive() const { return cameraLive(0); }
     bool macroLive() const { return cameraLive(1); }
     bool cameraLive(int index) const {
-        return (m_running || degradedRecording()) && !m_recovery[index].missing;
+        return (m_running || degradedRecording()) && !m_recovery[index].missing &&
+               !m_recovery[index].pictureless;
     }
 
     // Start-up, polling, watchdog and hot-plug.
@@ -194,6 +198,8 @@ signals:
     void microphoneMissingChanged();
     void liveCamerasChanged();
     void savingRecordingChanged();
+    // A recording or a photo set reached the recording folder (or another place it was saved).
+    void filesSaved(const QStringList& paths, bool recording);
     void leftoversRecovered(int saved);
 
 private:
@@ -373,6 +379,7 @@ private:
         int tries = 0;           // restarts since it last delivered
         bool restarting = false; // a restart or its check is under way
         bool missing = false;    // gone from the run until it streams again
+        bool pictureless = false; // streams, but the watchdog gave up waiting for a picture
         ScheduledTask task;      // the next try, or the check of the last one
     };
     CameraRecovery m_recovery[2];

@@ -62,6 +62,7 @@ void CameraManager::resetRecovery() {
         camera.task.cancel();
         camera.tries = 0;
         camera.restarting = false;
+        camera.pictureless = false;
     }
     // A restart in flight belongs to the run that ends; a new start looks for the microphone.
     m_mic.restarting = false;

@@ -241,6 +241,9 @@ void CameraManager::checkWatchdog(std::uint64_t generation) {
     const QString results = QStringLiteral("(Wide:") + boolText(wide) + QStringLiteral(" Macro:") +
                             boolText(macro) + QStringLiteral(")");
     if (m_watchdogRetries > maxRestarts - 1) {
+        m_recovery[0].pictureless = !wide;
+        m_recovery[1].pictureless = !macro;
+        emit liveCamerasChanged();
         setStatus(CameraStatus::noImage);
         ostrelLog(LogLevel::error,
                   QStringLiteral("Kamera liefert kein Bild ") + results +

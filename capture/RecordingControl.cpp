@@ -289,7 +289,7 @@ struct SaveResult {
     enum class Kind { nothing, saved, savedElsewhere, unsaved, moveFailed, rescued, lost };
     Kind kind = Kind::nothing;
     QString name;  // the saved or kept file's name
-    QString path;  // unsaved, savedElsewhere: the file now; moveFailed: the folder it is in
+    QString path;  // the file now; moveFailed: the folder it is in
     QString error; // moveFailed, lost: why
 };
 
@@ -318,13 +318,14 @@ SaveResult saveFile(PartialRecording& partial, const std::optional<QString>& fol
     if (!finished) {
         const RecoveryOutcome outcome = recoverPartial(partial, *folder);
         if (outcome.kind == RecoveryOutcome::Kind::saved)
-            return {SaveResult::Kind::rescued, outcome.name, {}, {}};
+            return {SaveResult::Kind::rescued, outcome.name, QDir(*folder).filePath(outcome.name),
+                    {}};
         return {};
     }
     const QString name = freeRecordingName(QDir(*folder), photoTimestamp());
     const std::optional<QString> error = partial.moveTo(QDir(*folder).filePath(name));
     if (!error)
-        return {SaveResult::Kind::saved, name, {}, {}};
+        return {SaveResult::Kind::saved, name, QDir(*folder).filePath(name), {}};
     // Written elsewhere because the folder was gone: saved where it is rather than hidden.
     const QDir here(QFileInfo(partial.path()).absolutePath());
     if (here != QDir(*folder)) {
@@ -376,6 +377,7 @@ void CameraManager::saveRecording(std::shared_ptr<PartialRecording> partial, boo
             case SaveResult::Kind::saved:
                 ostrelLog(LogLevel::event, QStringLiteral("Aufnahme gespeichert: ") + result.name);
                 activeTempFile.reset();
+                emit weak->filesSaved({result.path}, true);
                 break;
             case SaveResult::Kind::savedElsewhere:
                 ostrelLog(LogLevel::warn,
@@ -386,6 +388,7 @@ void CameraManager::saveRecording(std::shared_ptr<PartialRecording> partial, boo
                                       "wurde in „%1“ gespeichert.")
                                        .arg(QDir::toNativeSeparators(result.path)));
                 activeTempFile.reset();
+                emit weak->filesSaved({result.path}, true);
                 break;
             case SaveResult::Kind::lost:
                 ostrelLog(LogLevel::error,
@@ -402,6 +405,7 @@ void CameraManager::saveRecording(std::shared_ptr<PartialRecording> partial, boo
                           QStringLiteral("Aufnahme bis zum Schreibfehler gespeichert: ") +
                               result.name);
                 activeTempFile.reset();
+                emit weak->filesSaved({result.path}, true);
                 break;
             case SaveResult::Kind::moveFailed:
                 ostrelLog(LogLevel::error,
@@ -452,7 +456,14 @@ void CameraManager::takeSnapshot(bool high, bool watermarkOn, const QString& pra
     job.macroFraction = macroFraction;
     if (!m_saveURL.isEmpty())
         job.folder = m_saveURL.toLocalFile();
-    m_snapshotQueue->async([job = std::move(job)] { renderPhotos(job); });
+    QPointer<CameraManager> weak(this);
+    m_snapshotQueue->async([weak, job = std::move(job)] {
+        const QStringList saved = renderPhotos(job);
+        runOn(weak.data(), [weak, saved] {
+            if (weak && !saved.isEmpty())
+                emit weak->filesSaved(saved, false);
+        });
+    });
 }
 
 void CameraManager::recoverLeftoverRecordings(RecoveryCause cause) {

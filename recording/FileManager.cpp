@@ -1,5 +1,6 @@
 #include "recording/FileManager.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -22,12 +23,31 @@ QUrl folderOf(const QUrl& item) {
 
 } // namespace
 
-void openFolderExternally(const QUrl& folder) {
+void openFolderExternally(const QUrl& folder, std::function<void()> failed) {
     const QString xdgOpen = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
-    if (!xdgOpen.isEmpty() &&
-        QProcess::startDetached(xdgOpen, {folder.toString(QUrl::PreferLocalFile)}))
+    if (xdgOpen.isEmpty()) {
+        if (!QDesktopServices::openUrl(folder) && failed)
+            QMetaObject::invokeMethod(QCoreApplication::instance(), failed, Qt::QueuedConnection);
         return;
-    QDesktopServices::openUrl(folder);
+    }
+    // Not detached: only its exit says whether a file manager took the folder. Unowned, so that
+    // quitting the app never ends a file manager that xdg-open waits for.
+    auto* open = new QProcess;
+    QObject::connect(open, &QProcess::finished, open,
+                     [open, failed](int code, QProcess::ExitStatus status) {
+                         if ((status != QProcess::NormalExit || code != 0) && failed)
+                             failed();
+                         open->deleteLater();
+                     });
+    QObject::connect(open, &QProcess::errorOccurred, open,
+                     [open, failed](QProcess::ProcessError error) {
+                         if (error != QProcess::FailedToStart)
+                             return;
+                         if (failed)
+                             failed();
+                         open->deleteLater();
+                     });
+    open->start(xdgOpen, {folder.toString(QUrl::PreferLocalFile)});
 }
 
 void revealInFileManager(const QUrl& item, const QDBusConnection& bus, FolderOpener openFolder) {
@@ -50,8 +70,9 @@ void revealInFileManager(const QUrl& item, const QDBusConnection& bus, FolderOpe
                      });
 }
 
-void revealInFileManager(const QUrl& item) {
-    revealInFileManager(item, QDBusConnection::sessionBus(), openFolderExternally);
+void revealInFileManager(const QUrl& item, std::function<void()> failed) {
+    revealInFileManager(item, QDBusConnection::sessionBus(),
+                        [failed](const QUrl& folder) { openFolderExternally(folder, failed); });
 }
 
 std::optional<qint64> volumeFreeBytes(const QString& path) {

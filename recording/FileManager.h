@@ -9,8 +9,9 @@
 class QDBusConnection;
 
 // Opens a folder in the desktop's default file manager without waiting for it: xdg-open, or
-// QDesktopServices where xdg-open is missing.
-void openFolderExternally(const QUrl& folder);
+// QDesktopServices where xdg-open is missing. `failed` runs (later, on this thread) when
+// neither could open it: no file manager on this desktop.
+void openFolderExternally(const QUrl& folder, std::function<void()> failed = {});
 
 using FolderOpener = std::function<void(const QUrl& folder)>;
 
@@ -18,8 +19,9 @@ using FolderOpener = std::function<void(const QUrl& folder)>;
 // waiting for the answer: when no file manager answers, or with it an error, `openFolder` gets
 // the folder instead (the item itself when it is a folder, else the folder holding it).
 void revealInFileManager(const QUrl& item, const QDBusConnection& bus, FolderOpener openFolder);
-// The same on the session bus, with openFolderExternally as the fallback.
-void revealInFileManager(const QUrl& item);
+// The same on the session bus, with openFolderExternally as the fallback; `failed` runs when
+// nothing could show it.
+void revealInFileManager(const QUrl& item, std::function<void()> failed = {});
 
 // Free bytes the user may write on the volume holding `path`; none when it cannot be read.
 std::optional<qint64> volumeFreeBytes(const QString& path);

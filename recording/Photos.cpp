@@ -53,7 +53,7 @@ QString freeTimestamp(const QString& stamp, const std::function<bool(const QStri
     return free;
 }
 
-int renderPhotos(const SnapshotJob& job) {
+QStringList renderPhotos(const SnapshotJob& job) {
     CompositeRenderer renderer; // one per job: jobs share nothing
     const double W = job.canvas.width;
     const double H = job.canvas.height;
@@ -92,12 +92,12 @@ int renderPhotos(const SnapshotJob& job) {
     return writePhotos(images, renderer, job.folder);
 }
 
-int writePhotos(const std::vector<PhotoImage>& images, CompositeRenderer& renderer,
-                const std::optional<QString>& folder) {
+QStringList writePhotos(const std::vector<PhotoImage>& images, CompositeRenderer& renderer,
+                        const std::optional<QString>& folder) {
     if (!folder) {
         ostrelPost(LogLevel::warn,
                    QStringLiteral("Kein Aufnahmeordner gewählt — Fotos nicht gespeichert"));
-        return 0;
+        return {};
     }
     const QDir dir(*folder);
     // Every press keeps its set: a second one within the same second gets "-2", and so on.
@@ -111,7 +111,8 @@ int writePhotos(const std::vector<PhotoImage>& images, CompositeRenderer& render
         return false;
     };
     const QString timestamp = freeTimestamp(stamp, taken);
-    int count = 0;
+    QStringList saved;
+    QStringList kinds;
     for (const PhotoImage& image : images) {
         const PixelBuffer pixels = renderer.renderImage(image.plan, image.sources);
         if (!pixels)
@@ -127,13 +128,18 @@ int writePhotos(const std::vector<PhotoImage>& images, CompositeRenderer& render
                            (error->isEmpty() ? QStringLiteral("unbekannt") : *error));
             continue;
         }
-        ++count;
+        saved.append(dir.filePath(name));
+        kinds.append(image.kind);
     }
-    if (count < 1)
+    if (saved.isEmpty()) {
         ostrelPost(LogLevel::error, QStringLiteral("Keine Fotos gespeichert"));
-    else
-        ostrelPost(LogLevel::event,
-                   QString::number(count) +
-                       QStringLiteral(" Fotos gespeichert (Wide, Macro, Ansicht)"));
-    return count;
+        return saved;
+    }
+    ostrelPost(LogLevel::event, QString::number(saved.size()) +
+                                    QStringLiteral(" Fotos gespeichert (Wide, Macro, Ansicht)"));
+    // The line above names all three kinds whatever was written; a short set says what it holds.
+    if (saved.size() < 3)
+        ostrelPost(LogLevel::info, QStringLiteral("Gespeicherte Fotos: ") +
+                                       kinds.join(QStringLiteral(", ")));
+    return saved;
 }

@@ -6,6 +6,7 @@
 
 #include <QImage>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 
@@ -32,13 +33,14 @@ struct PhotoImage {
 };
 
 // Runs on the photo queue: builds the Wide, Macro (if present) and composite pictures at
-// canvas size, each with the watermark, and writes them. Returns the number of files written.
-int renderPhotos(const SnapshotJob& job);
+// canvas size, each with the watermark, and writes them. Returns the paths of the files written.
+QStringList renderPhotos(const SnapshotJob& job);
 
 // Renders, encodes (JPEG, quality 95) and writes each image as
 // folder/"OSTREL-<timestamp>-<kind>.jpg", replacing a file of that name; each file appears
-// complete or not at all. Reports the outcome to the diagnostic log. Returns the count written.
-int writePhotos(const std::vector<PhotoImage>& images, CompositeRenderer& renderer,
+// complete or not at all. Reports the outcome to the diagnostic log, naming the kinds saved
+// when not all were. Returns the paths written.
+QStringList writePhotos(const std::vector<PhotoImage>& images, CompositeRenderer& renderer,
                 const std::optional<QString>& folder);
 
 // The local time now as "yyyy-MM-dd_HH-mm-ss", used in the names of photos and recordings.

@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QPointer>
 #include <QStandardPaths>
 #include <QStorageInfo>
 
@@ -73,9 +74,15 @@ QUrl RecordingsStore::chooserStartFolder(const QUrl& suggested) const {
     return QUrl::fromLocalFile(QFileInfo(folder.toLocalFile()).absolutePath());
 }
 
-void RecordingsStore::revealInFileManager() const {
-    if (!m_folderURL.isEmpty())
-        ::revealInFileManager(m_folderURL);
+void RecordingsStore::revealInFileManager(const QString& path) {
+    const QUrl item = path.isEmpty() ? m_folderURL : QUrl::fromLocalFile(path);
+    if (item.isEmpty())
+        return;
+    QPointer<RecordingsStore> weak(this);
+    ::revealInFileManager(item, [weak, item] {
+        if (weak)
+            emit weak->fileManagerMissing(item.toLocalFile());
+    });
 }
 
 std::optional<qint64> RecordingsStore::availableCapacity() const {

@@ -35,12 +35,16 @@ public:
     Q_INVOKABLE QUrl chooserStartFolder(const QUrl& suggested = QUrl()) const;
 
     // Selects the folder in the file manager; nothing without a folder.
-    Q_INVOKABLE void revealInFileManager() const;
+    // Shows the folder, or with a path that file in it, in the file manager; emits
+    // `fileManagerMissing` when none could.
+    Q_INVOKABLE void revealInFileManager(const QString& path = {});
     std::optional<qint64> availableCapacity() const;
     Q_INVOKABLE bool isReachable() const;
 
 signals:
     void folderURLChanged();
+    // Nothing on this desktop could show `path`.
+    void fileManagerMissing(const QString& path);
 
 private:
     void setFolderURL(const QUrl& url);

@@ -338,7 +338,7 @@ std::optional<QString> AppRun::startOnce(int timeoutMs) {
                 return true;
             // The main window, by its title and with its size: it maps before QML has set
             // the title, and at first without a size.
-            return !windowGeometry(QStringLiteral("^OSTREL$")).isEmpty();
+            return !windowGeometry(mainWindowTitle()).isEmpty();
         },
         timeoutMs);
     if (!isRunning())
@@ -412,7 +412,9 @@ QStringList AppRun::windowIds(const QString& windowTitle) const {
     QString windows;
     if (!isRunning() ||
         !run(QStringLiteral("xdotool"),
-             {QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--pid"),
+             // --all: without it, xdotool takes any window of the process, whatever its title.
+             {QStringLiteral("search"), QStringLiteral("--all"), QStringLiteral("--onlyvisible"),
+              QStringLiteral("--pid"),
               QString::number(pid()), QStringLiteral("--name"), windowTitle},
              5000, &windows))
         return {};

@@ -18,6 +18,10 @@
 #include <memory>
 #include <optional>
 
+// The main window's title as a pattern: "OSTREL", with "● REC – " before it while recording
+// (ASCII only: xdotool's patterns do not take UTF-8).
+inline QString mainWindowTitle() { return QStringLiteral("^(.* REC .* )?OSTREL$"); }
+
 struct AppRunOptions {
     bool onboarded = true;           // setup done, the virtual pair and microphone assigned
     bool microphone = true;          // assign the virtual microphone (else "Kein Ton")
@@ -71,7 +75,7 @@ public:
     // on screen and holds the keyboard focus, then types the key combination, e.g. "ctrl+r",
     // "ctrl+shift+o"; with `holdMs`, holds them down that long, so the server repeats them as
     // it does a held key. False, with the reason on stderr, when any of it did not happen.
-    bool pressKeys(const QString& keys, const QString& windowTitle = QStringLiteral("^OSTREL$"),
+    bool pressKeys(const QString& keys, const QString& windowTitle = mainWindowTitle(),
                    int holdMs = 0);
     // Files in the recording folder matching `pattern`, sorted.
     QStringList recordingFiles(const QString& pattern = QStringLiteral("OSTREL-*")) const;
@@ -88,13 +92,13 @@ public:
     bool waitForAlert(bool shown = true) const;
     // Minimises the window as a window manager does (it unmaps it and marks it iconic in
     // WM_STATE, which is how the app learns it is minimised); false when it was not on screen.
-    bool minimise(const QString& windowTitle = QStringLiteral("^OSTREL$"));
+    bool minimise(const QString& windowTitle = mainWindowTitle());
     // Waits until the window is on screen and holds the keyboard focus (with no window manager
     // running, that is the active window).
-    bool waitForFront(const QString& windowTitle = QStringLiteral("^OSTREL$"),
+    bool waitForFront(const QString& windowTitle = mainWindowTitle(),
                       int timeoutMs = 15000) const;
     // Where the app's window matching `windowTitle` sits on the screen (empty if none).
-    QRect windowGeometry(const QString& windowTitle = QStringLiteral("^OSTREL$")) const;
+    QRect windowGeometry(const QString& windowTitle = mainWindowTitle()) const;
 
     qint64 pid() const;
     bool isRunning() const;

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QThread>
 
@@ -189,11 +190,11 @@ TEST(MenuShortcuts, HeldKeysActOnce) {
     AppRun app;
     startLive(app);
     const int from = int(app.logLines().size());
-    ASSERT_TRUE(app.pressKeys(QStringLiteral("r"), QStringLiteral("^OSTREL$"), 1500));
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("r"), mainWindowTitle(), 1500));
     ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft"), 30000, from));
-    ASSERT_TRUE(app.pressKeys(QStringLiteral("space"), QStringLiteral("^OSTREL$"), 1500));
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("space"), mainWindowTitle(), 1500));
     ASSERT_TRUE(app.waitForLog(QStringLiteral("Fotos gespeichert"), 30000, from));
-    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r"), QStringLiteral("^OSTREL$"), 1500));
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r"), mainWindowTitle(), 1500));
     ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: "), 30000, from));
     // A photo set and a stop more would have come by now, had a repeat got through.
     ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+p")));
@@ -204,6 +205,50 @@ TEST(MenuShortcuts, HeldKeysActOnce) {
     EXPECT_EQ(lines.filter(QStringLiteral("Aufnahme gespeichert")).size(), 1);
     EXPECT_EQ(app.recordingFiles(QStringLiteral("OSTREL-*.jpg")).size(), 6);
     EXPECT_EQ(app.recordingFiles(QStringLiteral("OSTREL-*.mp4")).size(), 1);
+}
+
+// A recording is seen in the window whatever else happens, and the cameras stay as they are
+// inside it: W swaps them only once it is saved.
+TEST(MenuShortcuts, ARecordingShowsAndKeepsItsCamerasToTheEnd) {
+    AppRun app;
+    startLive(app);
+    const int from = int(app.logLines().size());
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("r")));
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft"), 30000, from));
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("w")));
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("Kamerawechsel wartet"), 10000, from));
+    EXPECT_FALSE(app.windowGeometry(QStringLiteral(" REC .* OSTREL$")).isEmpty())
+        << "the title says so";
+
+    // With the bars hidden (6 s after the last key), the corner mark stays: red pixels.
+    const QRect window = app.windowGeometry();
+    // Where the mark sits below the menu bar; the top bar covers it while shown.
+    const QRect corner(window.left() + 16, window.top() + 40, 100, 20);
+    const auto redCorner = [&](const QImage& screen) {
+        int red = 0;
+        for (int y = corner.top(); y <= corner.bottom(); ++y)
+            for (int x = corner.left(); x <= corner.right(); ++x) {
+                const QColor c = screen.pixelColor(x, y);
+                red += c.red() > 200 && c.green() < 90 && c.blue() < 90;
+            }
+        return red > corner.width() * corner.height() * 2 / 5; // white text on red
+    };
+    ASSERT_FALSE(redCorner(app.screenshot())) << "the top bar covers the corner at first";
+    EXPECT_TRUE(redCorner(app.waitForScreen(redCorner, 20000))) << app.describe().toStdString();
+
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("r")));
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("2 Kameras live"), 30000, from));
+    const QStringList lines = app.logLines().mid(from);
+    const auto at = [&](const QString& text) {
+        for (int i = 0; i < lines.size(); ++i)
+            if (lines[i].contains(text))
+                return i;
+        return -1;
+    };
+    EXPECT_LT(at(QStringLiteral("Aufnahme beendet: ")),
+              at(QStringLiteral("Kamera-Sessions gestoppt")))
+        << lines.join(u'\n').toStdString();
+    EXPECT_TRUE(app.windowGeometry(QStringLiteral(" REC .* OSTREL$")).isEmpty());
 }
 
 // M mutes a running recording at once, and M again brings its sound back: the file's sound is

@@ -127,11 +127,21 @@ TEST_F(RevealTest, TheFallbackStartsXdgOpenWithTheFolder) {
     const QByteArray path = qgetenv("PATH");
     qputenv("PATH", bin.toUtf8() + ':' + path);
 
-    revealInFileManager(QUrl::fromLocalFile(folder), client, openFolderExternally);
+    bool failed = false;
+    const auto open = [&](const QUrl& url) { openFolderExternally(url, [&] { failed = true; }); };
+    revealInFileManager(QUrl::fromLocalFile(folder), client, open);
     const bool written = pumpUntil([&] { return QFile::exists(asked); });
-    qputenv("PATH", path);
     ASSERT_TRUE(written);
     QFile result(asked);
     ASSERT_TRUE(result.open(QIODevice::ReadOnly));
     EXPECT_EQ(QString::fromUtf8(result.readAll()), folder + u'\n');
+
+    // xdg-open finds nothing to open a folder with (its exit code 3): that is said, not lost.
+    ASSERT_TRUE(script.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    script.write("#!/bin/sh\nexit 3\n");
+    script.close();
+    revealInFileManager(QUrl::fromLocalFile(folder), client, open);
+    const bool reported = pumpUntil([&] { return failed; });
+    qputenv("PATH", path);
+    EXPECT_TRUE(reported);
 }

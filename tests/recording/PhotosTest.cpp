@@ -53,7 +53,7 @@ TEST(Photos, ThreeJpegsWithOneTimestampAndTheEventEntry) {
     const QString folder = testOutputFolder() + QStringLiteral("/photos");
     QDir(folder).removeRecursively();
     QDir().mkpath(folder);
-    EXPECT_EQ(renderPhotos(jobFor(folder, true)), 3);
+    EXPECT_EQ(renderPhotos(jobFor(folder, true)).size(), 3);
     const QStringList files = QDir(folder).entryList(QDir::Files, QDir::Name);
     ASSERT_EQ(files.size(), 3) << files.join(' ').toStdString();
     const QRegularExpression name(QStringLiteral(
@@ -81,7 +81,7 @@ TEST(Photos, ThreeJpegsWithOneTimestampAndTheEventEntry) {
 TEST(Photos, WithoutMacroTwoFilesAndTheCompositeShowsOnlyWide) {
     QTemporaryDir dir;
     const int before = logCount();
-    EXPECT_EQ(renderPhotos(jobFor(dir.path(), false)), 2);
+    EXPECT_EQ(renderPhotos(jobFor(dir.path(), false)).size(), 2);
     const QStringList files = QDir(dir.path()).entryList(QDir::Files, QDir::Name);
     ASSERT_EQ(files.size(), 2);
     EXPECT_TRUE(files[0].endsWith("-Ansicht.jpg") && files[1].endsWith("-Wide.jpg"));
@@ -91,6 +91,7 @@ TEST(Photos, WithoutMacroTwoFilesAndTheCompositeShowsOnlyWide) {
     EXPECT_LT(qRed(atInset), 50);
     EXPECT_TRUE(messagesSince(before).contains(
         QStringLiteral("2 Fotos gespeichert (Wide, Macro, Ansicht)")));
+    EXPECT_TRUE(messagesSince(before).contains(QStringLiteral("Gespeicherte Fotos: Wide, Ansicht")));
     // A second press in the same second replaces the files (here: written again, still two).
     renderPhotos(jobFor(dir.path(), false));
     EXPECT_LE(QDir(dir.path()).entryList(QDir::Files).size(), 4);
@@ -100,7 +101,7 @@ TEST(Photos, MissingOrUnwritableFolderIsReported) {
     int before = logCount();
     SnapshotJob job = jobFor(QString(), true);
     job.folder.reset();
-    EXPECT_EQ(renderPhotos(job), 0);
+    EXPECT_TRUE(renderPhotos(job).isEmpty());
     EXPECT_EQ(messagesSince(before),
               QStringList{QStringLiteral("Kein Aufnahmeordner gewählt — Fotos nicht gespeichert")});
 
@@ -111,7 +112,7 @@ TEST(Photos, MissingOrUnwritableFolderIsReported) {
     plain.close();
     for (const QString& folder : {dir.filePath("gone"), dir.filePath("file/sub")}) {
         before = logCount();
-        EXPECT_EQ(renderPhotos(jobFor(folder, true)), 0);
+        EXPECT_TRUE(renderPhotos(jobFor(folder, true)).isEmpty());
         const QStringList messages = messagesSince(before);
         ASSERT_EQ(messages.size(), 4) << messages.join('\n').toStdString();
         for (int i = 0; i < 3; ++i)

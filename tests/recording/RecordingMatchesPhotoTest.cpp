@@ -130,7 +130,7 @@ QImage ansichtPhoto(const QTemporaryDir& dir, const Inputs& in, const PixelBuffe
     job.macroZoom = in.zoom;
     job.macroOffset = in.offset;
     job.folder = folder;
-    EXPECT_EQ(renderPhotos(job), 3);
+    EXPECT_EQ(renderPhotos(job).size(), 3);
     const QStringList found = QDir(folder).entryList({QStringLiteral("*-Ansicht.jpg")});
     if (found.size() != 1)
         return {};

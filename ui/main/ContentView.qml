@@ -92,6 +92,10 @@ FocusScope {
         target: mainState
         function onMicMutedChanged() { view.cam.setRecordingSoundMuted(mainState.micMuted) }
     }
+    Connections {
+        target: view.cam
+        function onFilesSaved(paths, recording) { mainState.noteSaved(paths, recording) }
+    }
 
     Keys.onPressed: (event) => {
         event.accepted = mainState.handleKey(event.key, event.modifiers)
@@ -112,6 +116,10 @@ FocusScope {
         function onFolderURLChanged() {
             view.cam.saveURL = view.recordings.folderURL
             view.refreshStorage()
+        }
+        function onFileManagerMissing(path) {
+            mainState.showNotice(qsTr("Kein Dateimanager gefunden"),
+                                 qsTr("Die Datei liegt in %1").arg(path), "", 10000)
         }
     }
     Connections {
@@ -142,6 +150,7 @@ FocusScope {
         settings: view.settings
         viewState: mainState
         barsShown: topBar.visible
+        onRevealRequested: (path) => view.recordings.revealInFileManager(path)
     }
 
     // 3. The control bars.

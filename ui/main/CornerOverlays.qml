@@ -13,6 +13,26 @@ Item {
     required property var viewState  // MainViewState
     property bool barsShown: true // the top bar shows the storage warning itself
 
+    signal revealRequested(string path)
+
+    // A running recording is never a secret: with the bars gone, the mark and its time stay in
+    // the top left corner, far from the inset at the bottom.
+    Label {
+        objectName: "recordingMark"
+        visible: overlays.cam.isRecording && !overlays.barsShown
+        text: "● REC  " + overlays.viewState.recordTimeText
+        anchors.left: parent.left
+        anchors.leftMargin: 14
+        anchors.top: parent.top
+        anchors.topMargin: 14
+        leftPadding: 10; rightPadding: 10; topPadding: 5; bottomPadding: 5
+        font.family: Theme.monoFamily
+        font.pixelSize: 15
+        font.bold: true
+        color: "white"
+        background: Rectangle { radius: 6; color: Theme.alert }
+    }
+
     Text {
         objectName: "praxisPreview"
         visible: overlays.settings.watermarkOn && overlays.settings.praxisText !== ""
@@ -35,7 +55,7 @@ Item {
         spacing: 8
         OstrelMark {
             height: 26
-            width: 26 * 2
+            width: height * 180 / 160
             ringColor: Theme.paper
             anchors.verticalCenter: parent.verticalCenter
         }
@@ -126,6 +146,54 @@ Item {
                 font.pixelSize: 14
                 font.bold: true
                 color: Theme.ink
+            }
+        }
+
+        // A file just saved, or a change held back; a click on a saved file shows it.
+        Rectangle {
+            objectName: "notice"
+            visible: overlays.viewState.noticeText !== ""
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: Math.min(overlays.width - 36, noticeColumn.implicitWidth + 28)
+            height: noticeColumn.implicitHeight + 16
+            radius: 8
+            color: Qt.rgba(0, 0, 0, 0.72)
+            Column {
+                id: noticeColumn
+                anchors.centerIn: parent
+                spacing: 2
+                Text {
+                    anchors.horizontalCenter: parent.horizontalCenter
+                    text: overlays.viewState.noticeText
+                    font.pixelSize: 14
+                    font.bold: true
+                    color: "white"
+                }
+                Text {
+                    anchors.horizontalCenter: parent.horizontalCenter
+                    visible: text !== ""
+                    text: overlays.viewState.noticeDetail
+                    horizontalAlignment: Text.AlignHCenter
+                    font.family: Theme.monoFamily
+                    font.pixelSize: 12
+                    color: "white"
+                }
+                Text {
+                    anchors.horizontalCenter: parent.horizontalCenter
+                    visible: overlays.viewState.noticePath !== ""
+                    text: qsTr("Klicken, um die Datei im Dateimanager zu zeigen")
+                    font.pixelSize: 11
+                    color: Qt.rgba(1, 1, 1, 0.7)
+                }
+            }
+            MouseArea {
+                anchors.fill: parent
+                enabled: overlays.viewState.noticePath !== ""
+                cursorShape: enabled ? Qt.PointingHandCursor : Qt.ArrowCursor
+                onClicked: {
+                    overlays.revealRequested(overlays.viewState.noticePath)
+                    overlays.viewState.dismissNotice()
+                }
             }
         }
 

@@ -38,6 +38,7 @@ Item {
         anchors.bottom: parent.bottom
 
         RoundedTopClip {
+            id: macroClip
             objectName: "macroClip"
             anchors.fill: parent
             radius: 8
@@ -82,17 +83,20 @@ Item {
             opacity: 0.85
         }
 
+        // The outline follows the clip: square corners while the clip is square.
         Shape {
+            readonly property real r: macroClip.rounded ? 8 : 1
+            id: outline
             anchors.fill: parent
             ShapePath {
                 strokeColor: "white"
                 strokeWidth: 2
                 fillColor: "transparent"
                 startX: 1; startY: inset.height
-                PathLine { x: 1; y: 8 }
-                PathArc { x: 8; y: 1; radiusX: 7; radiusY: 7 }
-                PathLine { x: inset.width - 8; y: 1 }
-                PathArc { x: inset.width - 1; y: 8; radiusX: 7; radiusY: 7 }
+                PathLine { x: 1; y: outline.r }
+                PathArc { x: outline.r; y: 1; radiusX: outline.r - 1; radiusY: outline.r - 1 }
+                PathLine { x: inset.width - outline.r; y: 1 }
+                PathArc { x: inset.width - 1; y: outline.r; radiusX: outline.r - 1; radiusY: outline.r - 1 }
                 PathLine { x: inset.width - 1; y: inset.height }
                 PathLine { x: 1; y: inset.height }
             }

@@ -10,7 +10,8 @@ import Ostrel
 ApplicationWindow {
     id: window
     objectName: "mainWindow"
-    title: "OSTREL"
+    // The taskbar shows a running recording too.
+    title: cam.isRecording ? "● REC – OSTREL" : "OSTREL"
     width: 1280
     height: 800
     minimumWidth: settings.didCompleteOnboarding ? 900 : 720

@@ -21,6 +21,7 @@ MainViewState::~MainViewState() = default;
 
 void MainViewState::setScheduler(Scheduler& scheduler) {
     m_hideWork.cancel();
+    m_noticeWork.cancel();
     m_restartWork.cancel();
     stopTimers();
     m_scheduler = &scheduler;
@@ -60,6 +61,10 @@ void MainViewState::setRecording(bool recording) {
         return;
     m_recording = recording;
     emit recordingChanged();
+    if (!recording && m_restartAfterRecording) {
+        m_restartAfterRecording = false;
+        restartCapture();
+    }
 }
 
 void MainViewState::setRecordSeconds(int seconds) {
@@ -175,12 +180,51 @@ void MainViewState::checkFolder(RecordingsStore* recordings) {
 void MainViewState::restartCapture() {
     if (!m_camera)
         return;
+    if (m_recording) {
+        if (!m_restartAfterRecording)
+            ostrelLog(LogLevel::info,
+                      QStringLiteral("Kamerawechsel wartet bis zum Ende der Aufnahme"));
+        m_restartAfterRecording = true;
+        showNotice(tr("Während der Aufnahme nicht möglich"),
+                   tr("Der Kamerawechsel folgt, sobald die Aufnahme endet."));
+        return;
+    }
     QMetaObject::invokeMethod(m_camera, "stopCapture");
     m_restartWork.cancel();
     m_restartWork = m_scheduler->after(restartDelay, this, [this] {
         if (m_camera)
             QMetaObject::invokeMethod(m_camera, "startCapture");
     });
+}
+
+void MainViewState::showNotice(const QString& text, const QString& detail, const QString& path,
+                               int durationMs) {
+    m_notice = {text, detail, path};
+    emit noticeChanged();
+    m_noticeWork.cancel();
+    const auto duration =
+        durationMs > 0 ? std::chrono::milliseconds(durationMs) : noticeDuration;
+    m_noticeWork = m_scheduler->after(duration, this, [this] { dismissNotice(); });
+}
+
+void MainViewState::dismissNotice() {
+    m_noticeWork.cancel();
+    if (m_notice.text.isEmpty())
+        return;
+    m_notice = {};
+    emit noticeChanged();
+}
+
+void MainViewState::noteSaved(const QStringList& paths, bool recording) {
+    if (paths.isEmpty())
+        return;
+    QStringList names;
+    for (const QString& path : paths)
+        names.append(QFileInfo(path).fileName());
+    const QString text = recording            ? tr("Aufnahme gespeichert")
+                         : paths.size() == 1 ? tr("Foto gespeichert")
+                                             : tr("%1 Fotos gespeichert").arg(paths.size());
+    showNotice(text, names.join(QLatin1Char('\n')), paths.front());
 }
 
 void MainViewState::logFolderMissing() const {

@@ -31,6 +31,11 @@ class MainViewState : public QObject {
     Q_PROPERTY(
         double flashOpacity READ flashOpacity WRITE setFlashOpacity NOTIFY flashOpacityChanged)
     Q_PROPERTY(QString storageText READ storageText NOTIFY storageTextChanged)
+    // A short notice over the pictures (a saved file, a change held back); empty: none. With a
+    // path, clicking it shows that file in the file manager.
+    Q_PROPERTY(QString noticeText READ noticeText NOTIFY noticeChanged)
+    Q_PROPERTY(QString noticeDetail READ noticeDetail NOTIFY noticeChanged)
+    Q_PROPERTY(QString noticePath READ noticePath NOTIFY noticeChanged)
     // The camera manager (startCapture/stopCapture are invoked by name).
     Q_PROPERTY(QObject* camera READ camera WRITE setCamera NOTIFY cameraChanged)
 
@@ -43,6 +48,7 @@ public:
     static constexpr std::chrono::milliseconds restartDelay{300};
     static constexpr std::chrono::milliseconds recordTick{1000};
     static constexpr std::chrono::milliseconds storageTick{15000};
+    static constexpr std::chrono::milliseconds noticeDuration{5000};
 
     explicit MainViewState(QObject* parent = nullptr);
     ~MainViewState() override;
@@ -65,6 +71,9 @@ public:
     double flashOpacity() const { return m_flashOpacity; }
     void setFlashOpacity(double opacity);
     QString storageText() const { return m_storageText; }
+    QString noticeText() const { return m_notice.text; }
+    QString noticeDetail() const { return m_notice.detail; }
+    QString noticePath() const { return m_notice.path; }
     QObject* camera() const { return m_camera; }
     void setCamera(QObject* camera);
 
@@ -84,8 +93,15 @@ public:
     // the window); emits `folderMissing` when it cannot be reached.
     Q_INVOKABLE void checkFolder(RecordingsStore* recordings);
     // Stops the capture sessions now and starts them again 0.3 s later; a change within that
-    // time moves the start.
+    // time moves the start. During a recording the restart waits until it ends, so that the
+    // cameras never change inside a file.
     Q_INVOKABLE void restartCapture();
+    // Shows the notice for 5 s (`durationMs` when given), replacing the one shown.
+    Q_INVOKABLE void showNotice(const QString& text, const QString& detail = {},
+                                const QString& path = {}, int durationMs = 0);
+    Q_INVOKABLE void dismissNotice();
+    // The notice for files just saved: a recording, or the photos of one press.
+    Q_INVOKABLE void noteSaved(const QStringList& paths, bool recording);
     Q_INVOKABLE void logFolderMissing() const;
     // "Korrektur  x +1.2%  y -0.4%" from the published offset.
     Q_INVOKABLE QString correctionText(QPointF offset) const;
@@ -98,6 +114,7 @@ signals:
     void recordSecondsChanged();
     void flashOpacityChanged();
     void storageTextChanged();
+    void noticeChanged();
     void cameraChanged();
     // Key actions the view carries out with its stores.
     void photoRequested();
@@ -123,6 +140,14 @@ private:
     int m_recordSeconds = 0;
     double m_flashOpacity = 0;
     QString m_storageText;
+    struct Notice {
+        QString text;
+        QString detail;
+        QString path;
+    };
+    Notice m_notice;
+    ScheduledTask m_noticeWork;
+    bool m_restartAfterRecording = false;
     QPointer<QObject> m_camera;
     ScheduledTask m_hideWork;
     ScheduledTask m_restartWork;

@@ -41,11 +41,11 @@ Rectangle {
         }
         Rectangle {
             width: 7; height: 7; radius: 3.5
-            color: bar.cam.isRecording ? Theme.alert : bar.cam.running ? "#30d158" : Theme.warning
+            color: bar.cam.isRecording ? Theme.alert : bar.cam.statusLive ? "#30d158" : Theme.warning
         }
         Text {
             objectName: "statusText"
-            text: bar.cam.statusText
+            text: bar.cam.isRecording ? qsTr("Aufnahme") : bar.cam.statusText
             font.family: Theme.monoFamily
             font.pixelSize: 12
             color: Theme.text
