@@ -116,6 +116,45 @@ std::optional<CameraStreamArguments> cameraStreamArguments(const QStringList& ar
     return CameraStreamArguments{arguments.at(at + 1), arguments.at(at + 2), seconds};
 }
 
+namespace {
+
+// The options QGuiApplication takes itself, with one dash or two; the first group takes a value
+// (as the next argument, or after "=").
+const QStringList qtOptionsWithValue{
+    QStringLiteral("platform"),        QStringLiteral("platformpluginpath"),
+    QStringLiteral("platformtheme"),   QStringLiteral("plugin"),
+    QStringLiteral("qwindowgeometry"), QStringLiteral("qwindowtitle"),
+    QStringLiteral("qwindowicon"),     QStringLiteral("style"),
+    QStringLiteral("stylesheet"),      QStringLiteral("session"),
+    QStringLiteral("display"),         QStringLiteral("name"),
+    QStringLiteral("title"),           QStringLiteral("geometry"),
+    QStringLiteral("fontengine")};
+const QStringList qtFlags{QStringLiteral("reverse"), QStringLiteral("nograb"),
+                          QStringLiteral("dograb"), QStringLiteral("widgetcount"),
+                          QStringLiteral("qmljsdebugger")};
+
+} // namespace
+
+// The first option that is neither ours nor Qt's.
+std::optional<QString> unknownOption(const QStringList& arguments) {
+    for (qsizetype i = 1; i < arguments.size(); ++i) {
+        const QString& argument = arguments.at(i);
+        if (argument == u"--")
+            break;
+        if (!argument.startsWith(u'-') || argument.size() < 2)
+            continue;
+        const QString name =
+            argument.mid(argument.startsWith(QStringLiteral("--")) ? 2 : 1).section(u'=', 0, 0);
+        if (qtOptionsWithValue.contains(name)) {
+            if (!argument.contains(u'='))
+                ++i;
+        } else if (!qtFlags.contains(name)) {
+            return argument;
+        }
+    }
+    return std::nullopt;
+}
+
 std::optional<CommandLineRequest> commandLineRequest(const QStringList& arguments) {
     for (qsizetype i = 1; i < arguments.size(); ++i) {
         const QString& argument = arguments.at(i);
@@ -128,6 +167,8 @@ std::optional<CommandLineRequest> commandLineRequest(const QStringList& argument
         if (argument == u"--")
             break;
     }
+    if (unknownOption(arguments))
+        return CommandLineRequest::unknownOption;
     return std::nullopt;
 }
 
@@ -138,7 +179,8 @@ QString commandLineText(CommandLineRequest request) {
     case CommandLineRequest::version:
         return versionAnswer();
     case CommandLineRequest::saveCameraStream:
-        break; // answered by doing it
+    case CommandLineRequest::unknownOption:
+        break; // answered by doing it, or on standard error
     }
     return {};
 }
@@ -156,6 +198,11 @@ std::optional<int> answerCommandLine(int& argc, char** argv) {
     installTranslation(core, translator, QLocale::system());
     if (*request == CommandLineRequest::saveCameraStream)
         return saveCameraStreamAnswer(arguments);
+    if (*request == CommandLineRequest::unknownOption) {
+        print(stderr, CommandLine::tr("Unbekannte Option: %1").arg(*unknownOption(arguments)));
+        print(stderr, helpAnswer());
+        return 2;
+    }
     const QByteArray text = commandLineText(*request).toLocal8Bit();
     std::fwrite(text.constData(), 1, size_t(text.size()), stdout);
     return std::fflush(stdout) == 0 ? 0 : 1;

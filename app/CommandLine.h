@@ -6,11 +6,13 @@
 #include <optional>
 
 // What `ostrel` is asked on its command line before any window exists.
-enum class CommandLineRequest { help, version, saveCameraStream };
+enum class CommandLineRequest { help, version, saveCameraStream, unknownOption };
 
-// The request among the arguments (argv[0] first); none starts the application. Any other
-// argument is left to Qt (e.g. -platform).
+// The request among the arguments (argv[0] first); none starts the application. Qt's own
+// options (-platform xcb, --style=fusion …) are left to Qt; any other option is unknown.
 std::optional<CommandLineRequest> commandLineRequest(const QStringList& arguments);
+// The first option among the arguments that is neither the program's nor Qt's.
+std::optional<QString> unknownOption(const QStringList& arguments);
 
 // `--save-camera-stream DEVICE FILE SECONDS`: a camera's stream saved to a file for support.
 struct CameraStreamArguments {

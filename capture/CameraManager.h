@@ -375,12 +375,12 @@ private:
     CaptureDevice m_runCameras[2];
     bool m_lost[2] = {false, false};
     struct CameraRecovery {
-        std::uint64_t epoch = 0; // each start of the camera's stream; older ends are stale
-        int tries = 0;           // restarts since it last delivered
-        bool restarting = false; // a restart or its check is under way
-        bool missing = false;    // gone from the run until it streams again
+        std::uint64_t epoch = 0;  // each start of the camera's stream; older ends are stale
+        int tries = 0;            // restarts since it last delivered
+        bool restarting = false;  // a restart or its check is under way
+        bool missing = false;     // gone from the run until it streams again
         bool pictureless = false; // streams, but the watchdog gave up waiting for a picture
-        ScheduledTask task;      // the next try, or the check of the last one
+        ScheduledTask task;       // the next try, or the check of the last one
     };
     CameraRecovery m_recovery[2];
     struct MicrophoneRecovery {

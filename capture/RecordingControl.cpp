@@ -318,8 +318,8 @@ SaveResult saveFile(PartialRecording& partial, const std::optional<QString>& fol
     if (!finished) {
         const RecoveryOutcome outcome = recoverPartial(partial, *folder);
         if (outcome.kind == RecoveryOutcome::Kind::saved)
-            return {SaveResult::Kind::rescued, outcome.name, QDir(*folder).filePath(outcome.name),
-                    {}};
+            return {
+                SaveResult::Kind::rescued, outcome.name, QDir(*folder).filePath(outcome.name), {}};
         return {};
     }
     const QString name = freeRecordingName(QDir(*folder), photoTimestamp());

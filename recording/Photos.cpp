@@ -139,7 +139,7 @@ QStringList writePhotos(const std::vector<PhotoImage>& images, CompositeRenderer
                                     QStringLiteral(" Fotos gespeichert (Wide, Macro, Ansicht)"));
     // The line above names all three kinds whatever was written; a short set says what it holds.
     if (saved.size() < 3)
-        ostrelPost(LogLevel::info, QStringLiteral("Gespeicherte Fotos: ") +
-                                       kinds.join(QStringLiteral(", ")));
+        ostrelPost(LogLevel::info,
+                   QStringLiteral("Gespeicherte Fotos: ") + kinds.join(QStringLiteral(", ")));
     return saved;
 }

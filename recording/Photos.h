@@ -41,7 +41,7 @@ QStringList renderPhotos(const SnapshotJob& job);
 // complete or not at all. Reports the outcome to the diagnostic log, naming the kinds saved
 // when not all were. Returns the paths written.
 QStringList writePhotos(const std::vector<PhotoImage>& images, CompositeRenderer& renderer,
-                const std::optional<QString>& folder);
+                        const std::optional<QString>& folder);
 
 // The local time now as "yyyy-MM-dd_HH-mm-ss", used in the names of photos and recordings.
 QString photoTimestamp();

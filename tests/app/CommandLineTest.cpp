@@ -16,8 +16,30 @@ TEST(CommandLine, HelpAndVersionAreFoundAmongQtOptionsButNotAfterTheEndMarker) {
               std::nullopt);
     // The program's own name is never read as a request.
     EXPECT_EQ(commandLineRequest({QStringLiteral("--help")}), std::nullopt);
-    EXPECT_EQ(commandLineRequest({QStringLiteral("ostrel"), QStringLiteral("--helpme")}),
-              std::nullopt);
+}
+
+// Qt's own options pass, with their values; anything else is an unknown option.
+TEST(CommandLine, QtOptionsPassAndOthersAreUnknown) {
+    const struct {
+        QStringList tail;
+        std::optional<QString> unknown;
+    } cases[] = {
+        {{"-platform", "offscreen"}, std::nullopt},
+        {{"--platform", "xcb", "-reverse"}, std::nullopt},
+        {{"--style=fusion", "-qwindowgeometry", "800x600+0+0"}, std::nullopt},
+        {{"-platform", "--bogus"}, std::nullopt}, // a value, however it looks
+        {{"--bogus"}, "--bogus"},
+        {{"-x", "--help"}, "-x"},
+        {{"--helpme"}, "--helpme"},
+        {{"--", "--bogus"}, std::nullopt},
+        {{"-"}, std::nullopt}, // a lone dash is a (file) name
+    };
+    for (const auto& c : cases) {
+        const QStringList arguments = QStringList{QStringLiteral("ostrel")} + c.tail;
+        EXPECT_EQ(unknownOption(arguments), c.unknown) << c.tail.join(u' ').toStdString();
+    }
+    EXPECT_EQ(commandLineRequest({"ostrel", "--bogus"}), CommandLineRequest::unknownOption);
+    EXPECT_EQ(commandLineRequest({"ostrel", "--bogus", "--help"}), CommandLineRequest::help);
 }
 
 TEST(CommandLine, SaveCameraStreamTakesADeviceAFileAndSeconds) {

@@ -414,8 +414,8 @@ QStringList AppRun::windowIds(const QString& windowTitle) const {
         !run(QStringLiteral("xdotool"),
              // --all: without it, xdotool takes any window of the process, whatever its title.
              {QStringLiteral("search"), QStringLiteral("--all"), QStringLiteral("--onlyvisible"),
-              QStringLiteral("--pid"),
-              QString::number(pid()), QStringLiteral("--name"), windowTitle},
+              QStringLiteral("--pid"), QString::number(pid()), QStringLiteral("--name"),
+              windowTitle},
              5000, &windows))
         return {};
     return windows.split(QLatin1Char('\n'), Qt::SkipEmptyParts);

@@ -20,7 +20,9 @@
 
 // The main window's title as a pattern: "OSTREL", with "● REC – " before it while recording
 // (ASCII only: xdotool's patterns do not take UTF-8).
-inline QString mainWindowTitle() { return QStringLiteral("^(.* REC .* )?OSTREL$"); }
+inline QString mainWindowTitle() {
+    return QStringLiteral("^(.* REC .* )?OSTREL$");
+}
 
 struct AppRunOptions {
     bool onboarded = true;           // setup done, the virtual pair and microphone assigned
@@ -95,8 +97,7 @@ public:
     bool minimise(const QString& windowTitle = mainWindowTitle());
     // Waits until the window is on screen and holds the keyboard focus (with no window manager
     // running, that is the active window).
-    bool waitForFront(const QString& windowTitle = mainWindowTitle(),
-                      int timeoutMs = 15000) const;
+    bool waitForFront(const QString& windowTitle = mainWindowTitle(), int timeoutMs = 15000) const;
     // Where the app's window matching `windowTitle` sits on the screen (empty if none).
     QRect windowGeometry(const QString& windowTitle = mainWindowTitle()) const;
 

@@ -85,6 +85,15 @@ TEST(CommandLine, SavingACameraStreamSaysWhyItCannotWithoutAWindow) {
     EXPECT_FALSE(QFile::exists(file));
 }
 
+TEST(CommandLine, AnUnknownOptionPrintsTheUsageAndExitsWithTwo) {
+    AppRun app(withoutWindowSystem(QStringLiteral("de_DE.UTF-8")));
+    const AppRun::Output result = app.runToExit({QStringLiteral("--bogus")});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(result.standardError.startsWith(QStringLiteral("Unbekannte Option: --bogus\n")))
+        << result.standardError.toStdString();
+    EXPECT_TRUE(result.standardError.contains(QStringLiteral("Aufruf: ostrel [OPTION]")));
+}
+
 TEST(CommandLine, WithoutAnOptionTheProgramTriesToOpenItsWindow) {
     // The counter-check of the tests above: with no window system the real start fails.
     AppRun app(withoutWindowSystem(QStringLiteral("de_DE.UTF-8")));

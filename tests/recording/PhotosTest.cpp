@@ -91,7 +91,8 @@ TEST(Photos, WithoutMacroTwoFilesAndTheCompositeShowsOnlyWide) {
     EXPECT_LT(qRed(atInset), 50);
     EXPECT_TRUE(messagesSince(before).contains(
         QStringLiteral("2 Fotos gespeichert (Wide, Macro, Ansicht)")));
-    EXPECT_TRUE(messagesSince(before).contains(QStringLiteral("Gespeicherte Fotos: Wide, Ansicht")));
+    EXPECT_TRUE(
+        messagesSince(before).contains(QStringLiteral("Gespeicherte Fotos: Wide, Ansicht")));
     // A second press in the same second replaces the files (here: written again, still two).
     renderPhotos(jobFor(dir.path(), false));
     EXPECT_LE(QDir(dir.path()).entryList(QDir::Files).size(), 4);

@@ -202,8 +202,7 @@ void MainViewState::showNotice(const QString& text, const QString& detail, const
     m_notice = {text, detail, path};
     emit noticeChanged();
     m_noticeWork.cancel();
-    const auto duration =
-        durationMs > 0 ? std::chrono::milliseconds(durationMs) : noticeDuration;
+    const auto duration = durationMs > 0 ? std::chrono::milliseconds(durationMs) : noticeDuration;
     m_noticeWork = m_scheduler->after(duration, this, [this] { dismissNotice(); });
 }
 
@@ -221,7 +220,7 @@ void MainViewState::noteSaved(const QStringList& paths, bool recording) {
     QStringList names;
     for (const QString& path : paths)
         names.append(QFileInfo(path).fileName());
-    const QString text = recording            ? tr("Aufnahme gespeichert")
+    const QString text = recording           ? tr("Aufnahme gespeichert")
                          : paths.size() == 1 ? tr("Foto gespeichert")
                                              : tr("%1 Fotos gespeichert").arg(paths.size());
     showNotice(text, names.join(QLatin1Char('\n')), paths.front());

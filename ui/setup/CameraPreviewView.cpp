@@ -81,9 +81,12 @@ void CameraPreviewView::release() {
     m_timer.stop();
     m_configured = false;
     m_currentUID.clear();
-    if (m_session)
-        m_session->stop();
-    // The session is dropped right away; its queue finishes the stop first.
+    if (!m_session)
+        return;
+    m_session->stop();
+    // Its teardown waits for the camera to stop: never on the GUI thread.
+    if (m_backend)
+        m_backend->releaseLater(std::move(m_session));
     m_session.reset();
 }
 

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "runtime/SerialQueue.h"
+
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
+
+#include <memory>
 
 class CaptureBackend;
 
@@ -18,6 +22,13 @@ public:
 
     CaptureBackend& backend() const { return m_backend; }
 
+    // Drops an object that closes a device off the GUI thread, since closing may wait for the
+    // camera. Whatever is still being dropped is waited for when the handle goes.
+    template <typename T> void releaseLater(std::shared_ptr<T> object) {
+        m_releaseQueue.async([object = std::move(object)]() mutable { object.reset(); });
+    }
+
 private:
     CaptureBackend& m_backend;
+    SerialQueue m_releaseQueue{"com.ostrel.preview.release"};
 };

@@ -2,11 +2,13 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 
-// Last setup page: what was chosen.
+// Last setup page: what was chosen, and the practice name that every picture will carry,
+// which can be changed or switched off here before the first recording.
 Item {
     id: page
 
     required property var controller // OnboardingController
+    required property var settings   // SettingsStore
 
     ColumnLayout {
         anchors.fill: parent
@@ -67,6 +69,45 @@ Item {
                         elide: Text.ElideMiddle
                         color: Theme.text
                     }
+                }
+            }
+        }
+        Rectangle {
+            Layout.fillWidth: true
+            Layout.topMargin: 8
+            implicitHeight: watermark.implicitHeight + 24
+            radius: 8
+            color: Theme.surface
+            ColumnLayout {
+                id: watermark
+                anchors.fill: parent
+                anchors.margins: 12
+                spacing: 8
+                Switch {
+                    objectName: "setupWatermarkSwitch"
+                    text: qsTr("Praxis-Wasserzeichen einblenden")
+                    checked: page.settings.watermarkOn
+                    onToggled: page.settings.watermarkOn = checked
+                }
+                RowLayout {
+                    visible: page.settings.watermarkOn
+                    Layout.fillWidth: true
+                    spacing: 12
+                    Label { text: qsTr("Praxisname"); color: Theme.secondaryText }
+                    TextField {
+                        objectName: "setupPraxisField"
+                        Layout.fillWidth: true
+                        text: page.settings.praxisText
+                        onTextEdited: page.settings.praxisText = text
+                    }
+                }
+                Label {
+                    Layout.fillWidth: true
+                    visible: page.settings.watermarkOn
+                    wrapMode: Text.WordWrap
+                    text: qsTr("Dieser Name wird in jede Aufnahme und jedes Foto eingebrannt.")
+                    color: Theme.secondaryText
+                    font.pixelSize: 12
                 }
             }
         }

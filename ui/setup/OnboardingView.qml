@@ -174,6 +174,6 @@ Pane {
     }
     Component {
         id: done
-        OnboardingSummary { controller: onboarding }
+        OnboardingSummary { controller: onboarding; settings: view.settings }
     }
 }
