@@ -100,10 +100,14 @@ ImageLayer macroInset(const ImageLayer& macro, double insetW, double insetH, dou
     return cropped(m, RectD{0, 0, insetW, insetH});
 }
 
+SizeD exactInsetSize(double width, double macroFraction) {
+    const double w = width * macroFraction;
+    return {w, w * 9.0 * 0.0625};
+}
+
 SizeD insetSize(double canvasWidth, double macroFraction) {
-    const double w = std::round(canvasWidth * macroFraction);
-    const double h = std::round(w * 9.0 * 0.0625);
-    return {w, h};
+    const double w = std::round(exactInsetSize(canvasWidth, macroFraction).width);
+    return {w, std::round(exactInsetSize(w, 1.0).height)};
 }
 
 namespace {

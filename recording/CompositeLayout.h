@@ -97,6 +97,9 @@ ImageLayer aspectFill(const ImageLayer& image, double width, double height);
 ImageLayer macroInset(const ImageLayer& macro, double insetW, double insetH, double zoom,
                       PointD offset);
 
+// Inset width and height for a width: the fraction of it, 16:9. The live view takes these as
+// they are; a canvas in whole pixels takes `insetSize`.
+SizeD exactInsetSize(double width, double macroFraction);
 // Inset width and height for a canvas width: 16:9, rounded half away from zero.
 SizeD insetSize(double canvasWidth, double macroFraction);
 // Where the inset lies on the canvas (bottom centre); empty without a Macro picture.

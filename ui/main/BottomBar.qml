@@ -125,8 +125,8 @@ Rectangle {
             Slider {
                 objectName: "macroSizeSlider"
                 focusPolicy: Qt.NoFocus
-                from: 0.1
-                to: 0.7
+                from: bar.viewState.minFraction
+                to: bar.viewState.maxFraction
                 value: bar.viewState.macroFraction
                 onMoved: { bar.viewState.macroFraction = value; bar.viewState.bumpActivity() }
                 Layout.preferredWidth: 200

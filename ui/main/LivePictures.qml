@@ -32,8 +32,12 @@ Item {
     Item {
         id: inset
         objectName: "macroInset"
-        width: pictures.width * pictures.viewState.macroFraction
-        height: width * 9 * 0.0625
+        readonly property size size: {
+            pictures.viewState.macroFraction
+            return pictures.viewState.insetSize(pictures.width)
+        }
+        width: size.width
+        height: size.height
         anchors.horizontalCenter: parent.horizontalCenter
         anchors.bottom: parent.bottom
 

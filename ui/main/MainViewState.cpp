@@ -231,6 +231,11 @@ void MainViewState::logFolderMissing() const {
                                              "entfernt?)"));
 }
 
+QSizeF MainViewState::insetSize(double width) const {
+    const SizeD size = exactInsetSize(width, m_macroFraction);
+    return {size.width, size.height};
+}
+
 QString MainViewState::correctionText(QPointF offset) const {
     return tr("Korrektur  x %1%  y %2%")
         .arg(QString::asprintf("%+.1f", offset.x() * 100),

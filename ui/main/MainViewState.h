@@ -5,10 +5,12 @@
 #include <QObject>
 #include <QPointF>
 #include <QPointer>
+#include <QSizeF>
 #include <QString>
 #include <QtQml/qqmlregistration.h>
 #include <memory>
 
+#include "recording/CompositeLayout.h"
 #include "recording/RecordingsStore.h"
 
 class SerialQueue;
@@ -38,11 +40,14 @@ class MainViewState : public QObject {
     Q_PROPERTY(QString noticePath READ noticePath NOTIFY noticeChanged)
     // The camera manager (startCapture/stopCapture are invoked by name).
     Q_PROPERTY(QObject* camera READ camera WRITE setCamera NOTIFY cameraChanged)
+    // The Macro size's limits, as the recording applies them.
+    Q_PROPERTY(double minFraction READ minimumFraction CONSTANT)
+    Q_PROPERTY(double maxFraction READ maximumFraction CONSTANT)
 
 public:
-    static constexpr double minFraction = 0.1;
-    static constexpr double maxFraction = 0.7;
-    static constexpr double startFraction = 0.3;
+    static constexpr double minFraction = minMacroFraction;
+    static constexpr double maxFraction = maxMacroFraction;
+    static constexpr double startFraction = defaultMacroFraction;
     static constexpr double flashStart = 0.75;
     static constexpr std::chrono::milliseconds hideDelay{6000};
     static constexpr std::chrono::milliseconds restartDelay{300};
@@ -58,6 +63,8 @@ public:
     void setScheduler(Scheduler& scheduler);
 
     double macroFraction() const { return m_macroFraction; }
+    double minimumFraction() const { return minFraction; }
+    double maximumFraction() const { return maxFraction; }
     // Limited to 0.1 … 0.7.
     void setMacroFraction(double fraction);
     bool controlsVisible() const { return m_controlsVisible; }
@@ -103,6 +110,8 @@ public:
     // The notice for files just saved: a recording, or the photos of one press.
     Q_INVOKABLE void noteSaved(const QStringList& paths, bool recording);
     Q_INVOKABLE void logFolderMissing() const;
+    // The inset's size in a view `width` wide, by the recording's own rule.
+    Q_INVOKABLE QSizeF insetSize(double width) const;
     // "Korrektur  x +1.2%  y -0.4%" from the published offset.
     Q_INVOKABLE QString correctionText(QPointF offset) const;
 
