@@ -679,7 +679,7 @@
     </message>
     <message>
         <source>Bildstabilisierung ein / aus</source>
-        <translation>Image stabilization on / off</translation>
+        <translation>Image stabilisation on / off</translation>
     </message>
     <message>
         <source>Vollbild ein / aus</source>
