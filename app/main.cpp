@@ -7,6 +7,7 @@
 #include "app/Localisation.h"
 #include "app/RunningInstance.h"
 #include "app/TerminationSignals.h"
+#include "app/UiTextDump.h"
 #include "capture/SystemBackend.h"
 #include "diagnostics/OstrelLog.h"
 #include "resources/Fonts.h"
@@ -44,6 +45,8 @@ int main(int argc, char* argv[]) {
 
     QTranslator translator;
     installTranslation(app, translator, QLocale::system());
+    QTranslator qtTranslator;
+    installQtTranslation(app, qtTranslator, QLocale::system());
 
     OstrelLog& log = OstrelLog::shared(); // writes the start-up entry
     if (instance.state() == InstanceLock::State::unavailable)
@@ -63,6 +66,8 @@ int main(int argc, char* argv[]) {
     TerminationSignals termination;
     QObject::connect(&termination, &TerminationSignals::terminationRequested, &shell.controller(),
                      &AppController::requestQuit);
+
+    const UiTextDump textDump(qEnvironmentVariable("OSTREL_UI_TEXT_DUMP"));
 
     QQmlApplicationEngine engine;
     if (const auto error = shell.load(engine)) {

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QGuiApplication>
+#include <QProcess>
 #include <QSaveFile>
 #include <QStandardPaths>
 
@@ -46,6 +47,14 @@ QUrl DiagnosticsActions::suggestedExportFile() const {
     return QUrl::fromLocalFile(QDir(folder).filePath(QStringLiteral("OSTREL-Diagnose.txt")));
 }
 
+QUrl DiagnosticsActions::exportFolder() const {
+    return suggestedExportFile().adjusted(QUrl::RemoveFilename | QUrl::StripTrailingSlash);
+}
+
+QString DiagnosticsActions::fileName(const QUrl& file) {
+    return file.fileName();
+}
+
 void DiagnosticsActions::clearLog() {
     if (m_log)
         m_log->clear();
@@ -57,4 +66,23 @@ QString DiagnosticsActions::videoGroupCommand() {
 
 void DiagnosticsActions::copyVideoGroupCommand() const {
     QGuiApplication::clipboard()->setText(videoGroupCommand());
+}
+
+QStringList DiagnosticsActions::privacySettingsCommand(const QString& desktop) {
+    // GNOME's settings refuse to run on other desktops; its camera page is "camera".
+    const bool gnome = desktop.split(u':').contains(QStringLiteral("GNOME"), Qt::CaseInsensitive);
+    const QString program = QStandardPaths::findExecutable(QStringLiteral("gnome-control-center"));
+    if (!gnome || program.isEmpty())
+        return {};
+    return {program, QStringLiteral("camera")};
+}
+
+bool DiagnosticsActions::privacySettingsAvailable() const {
+    return !privacySettingsCommand(qEnvironmentVariable("XDG_CURRENT_DESKTOP")).isEmpty();
+}
+
+void DiagnosticsActions::openPrivacySettings() const {
+    const QStringList command = privacySettingsCommand(qEnvironmentVariable("XDG_CURRENT_DESKTOP"));
+    if (!command.isEmpty())
+        QProcess::startDetached(command.first(), command.mid(1));
 }

@@ -7,18 +7,26 @@
 
 namespace {
 
+// The name of the level's symbol, drawn by the view (a font may lack such glyphs).
 QString levelSymbol(LogLevel level) {
     switch (level) {
     case LogLevel::info:
-        return QStringLiteral("ⓘ");
+        return QStringLiteral("info.circle");
     case LogLevel::event:
-        return QStringLiteral("●");
+        return QStringLiteral("circle.fill");
     case LogLevel::warn:
-        return QStringLiteral("⚠");
+        return QStringLiteral("exclamationmark.triangle");
     case LogLevel::error:
-        return QStringLiteral("⊗");
+        return QStringLiteral("xmark.octagon");
     }
     return {};
+}
+
+// The file keeps "FEHLER" in every language; the filter speaks the user's.
+QString levelLabel(LogLevel level) {
+    if (level == LogLevel::error)
+        return QCoreApplication::translate("DiagnosticsView", "FEHLER");
+    return logLevelText(level);
 }
 
 } // namespace
@@ -80,7 +88,7 @@ QString LogListModel::heading() const {
 QStringList LogListModel::filterLabels() {
     QStringList labels{QCoreApplication::translate("DiagnosticsView", "Alle")};
     for (LogLevel level : allLogLevels)
-        labels << logLevelText(level);
+        labels << levelLabel(level);
     return labels;
 }
 

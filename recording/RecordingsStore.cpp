@@ -4,6 +4,7 @@
 #include "recording/FileManager.h"
 #include "settings/SettingsStore.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QPointer>
@@ -62,16 +63,27 @@ bool RecordingsStore::setFolder(const QUrl& folder) {
     return true;
 }
 
+QString RecordingsStore::defaultFolderName() {
+    return QCoreApplication::translate("RecordingsStore", "OSTREL Aufnahmen");
+}
+
 QUrl RecordingsStore::defaultFolder() const {
     QString base = QStandardPaths::writableLocation(QStandardPaths::MoviesLocation);
     if (base.isEmpty())
         base = QDir::homePath();
-    return QUrl::fromLocalFile(QDir(base).filePath(defaultFolderName));
+    return QUrl::fromLocalFile(QDir(base).filePath(defaultFolderName()));
 }
 
 QUrl RecordingsStore::chooserStartFolder(const QUrl& suggested) const {
     const QUrl folder = suggested.isLocalFile() ? suggested : defaultFolder();
-    return QUrl::fromLocalFile(QFileInfo(folder.toLocalFile()).absolutePath());
+    const QString home = QDir::homePath();
+    QString start = QFileInfo(folder.toLocalFile()).absolutePath();
+    const bool inHome = start == home || start.startsWith(home + u'/');
+    while (!QFileInfo(start).isDir() && start != home && start != QStringLiteral("/"))
+        start = QFileInfo(start).absolutePath();
+    if (inHome && !start.startsWith(home))
+        start = home;
+    return QUrl::fromLocalFile(start);
 }
 
 void RecordingsStore::revealInFileManager(const QString& path) {

@@ -16,7 +16,8 @@ class RecordingsStore : public QObject {
     Q_PROPERTY(QUrl folderURL READ folderURL NOTIFY folderURLChanged)
     Q_PROPERTY(QString folderPath READ folderPath NOTIFY folderURLChanged)
 public:
-    static inline const QString defaultFolderName = QStringLiteral("OSTREL Aufnahmen");
+    // The suggested folder's name, in the user's language.
+    Q_INVOKABLE static QString defaultFolderName();
 
     explicit RecordingsStore(SettingsStore& settings, QObject* parent = nullptr);
 
@@ -31,7 +32,9 @@ public:
     // Where a new folder is suggested: "OSTREL Aufnahmen" in the Movies folder (or home).
     // Never created here.
     Q_INVOKABLE QUrl defaultFolder() const;
-    // The folder chooser starts in the parent of the suggestion, so never inside it.
+    // Where the folder chooser starts: the parent of the suggestion (the current folder, else
+    // the default), so never inside it; the nearest folder above that exists, and never above
+    // home when the suggestion lies in home.
     Q_INVOKABLE QUrl chooserStartFolder(const QUrl& suggested = QUrl()) const;
 
     // Selects the folder in the file manager; nothing without a folder.

@@ -94,6 +94,7 @@ set(CPACK_DEBIAN_PACKAGE_DEPENDS
 qml6-module-qtquick-controls, qml6-module-qtquick-templates, qml6-module-qtquick-layouts, \
 qml6-module-qtquick-window, qml6-module-qtquick-dialogs, qml6-module-qtquick-shapes, \
 qml6-module-qt-labs-folderlistmodel, fonts-dejavu-core")
-# Opening folders, the desktop's dark mode and Wayland sessions.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "xdg-utils, xdg-desktop-portal, qt6-wayland")
+# Opening folders, the desktop's dark mode, Wayland sessions and Qt's own German texts.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
+    "xdg-utils, xdg-desktop-portal, qt6-wayland, qt6-translations-l10n")
 include(CPack)

@@ -487,10 +487,6 @@
         <translation>Clear log</translation>
     </message>
     <message>
-        <source>Protokoll teilen</source>
-        <translation>Share log</translation>
-    </message>
-    <message>
         <source>Textdateien (*.txt)</source>
         <translation>Text files (*.txt)</translation>
     </message>
@@ -501,10 +497,6 @@
     <message>
         <source>Kein Zugriff auf die Kamera</source>
         <translation>No access to the camera</translation>
-    </message>
-    <message>
-        <source>Dein Benutzer gehört nicht zur Gruppe „video“. Im Terminal „%1“ eingeben, danach ab- und wieder anmelden.</source>
-        <translation>Your user is not in the group “video”. Enter “%1” in a terminal, then log out and back in.</translation>
     </message>
     <message>
         <source>Kamera belegt</source>
@@ -538,12 +530,59 @@
         <source>Kopiert</source>
         <translation>Copied</translation>
     </message>
+    <message>
+        <source>Protokoll als Textdatei speichern</source>
+        <translation>Save Log as Text File</translation>
+    </message>
+    <message>
+        <source>Speichern</source>
+        <translation>Save</translation>
+    </message>
+    <message>
+        <source>Gespeichert: %1</source>
+        <translation>Saved: %1</translation>
+    </message>
+    <message>
+        <source>Berechtigungen</source>
+        <translation>Permissions</translation>
+    </message>
+    <message>
+        <source>Systemeinstellungen → Datenschutz öffnen</source>
+        <translation>Open Settings → Privacy</translation>
+    </message>
+    <message>
+        <source>Dort lassen sich Kamera- und Mikrofon-Berechtigungen für OSTREL prüfen, falls das Bild schwarz bleibt.</source>
+        <translation>There you can check OSTREL’s camera and microphone permissions if the picture stays black.</translation>
+    </message>
+    <message>
+        <source>Möglicherweise gehört dein Benutzer nicht zur Gruppe „video“. Das prüft im Terminal der Befehl „groups“; fehlt „video“ dort, „%1“ eingeben, danach ab- und wieder anmelden.</source>
+        <translation>Your user may not be in the group “video”. The command “groups” in a terminal shows it; if “video” is missing there, enter “%1”, then log out and back in.</translation>
+    </message>
+    <message>
+        <source>FEHLER</source>
+        <translation>ERROR</translation>
+    </message>
 </context>
 <context>
     <name>DiagnosticsWindow</name>
     <message>
         <source>Diagnose</source>
         <translation>Diagnostics</translation>
+    </message>
+</context>
+<context>
+    <name>FolderPaths</name>
+    <message>
+        <source>Kein gültiger Ordner.</source>
+        <translation>Not a valid folder.</translation>
+    </message>
+    <message>
+        <source>„%1“ ist eine Datei, kein Ordner.</source>
+        <translation>“%1” is a file, not a folder.</translation>
+    </message>
+    <message>
+        <source>Der Ordner „%1“ konnte nicht angelegt werden.</source>
+        <translation>The folder “%1” could not be created.</translation>
     </message>
 </context>
 <context>
@@ -637,6 +676,14 @@
     <message>
         <source>Aufnahmeordner im Dateimanager öffnen</source>
         <translation>Open recording folder in the file manager</translation>
+    </message>
+    <message>
+        <source>Bildstabilisierung ein / aus</source>
+        <translation>Image stabilisation on / off</translation>
+    </message>
+    <message>
+        <source>Vollbild ein / aus</source>
+        <translation>Full screen on / off</translation>
     </message>
 </context>
 <context>
@@ -770,8 +817,8 @@
         <translation>Choose folder…</translation>
     </message>
     <message>
-        <source>Vorschlag: „OSTREL Aufnahmen“ in deinem Videos-Ordner.</source>
-        <translation>Suggestion: “OSTREL Aufnahmen” in your Videos folder.</translation>
+        <source>Vorschlag: „%1“ in deinem Videos-Ordner.</source>
+        <translation>Suggestion: “%1” in your Videos folder.</translation>
     </message>
 </context>
 <context>
@@ -922,6 +969,46 @@
         <source>Auswählen</source>
         <translation>Choose</translation>
     </message>
+    <message>
+        <source>Bitte einen vollständigen Pfad eingeben, z. B. ~/Videos.</source>
+        <translation>Please enter a full path, e.g. ~/Videos.</translation>
+    </message>
+    <message>
+        <source>Dieser Ordner kann nicht verwendet werden.</source>
+        <translation>This folder cannot be used.</translation>
+    </message>
+    <message>
+        <source>Bitte einen Namen ohne „/“ eingeben.</source>
+        <translation>Please enter a name without “/”.</translation>
+    </message>
+    <message>
+        <source>Übergeordneter Ordner</source>
+        <translation>Parent folder</translation>
+    </message>
+    <message>
+        <source>Keine Unterordner.</source>
+        <translation>No subfolders.</translation>
+    </message>
+    <message>
+        <source>Anlegen</source>
+        <translation>Create</translation>
+    </message>
+    <message>
+        <source>Neuer Ordner…</source>
+        <translation>New Folder…</translation>
+    </message>
+    <message>
+        <source>Abbrechen</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>Ordner anlegen?</source>
+        <translation>Create folder?</translation>
+    </message>
+    <message>
+        <source>Den Ordner „%1“ gibt es noch nicht. Soll OSTREL ihn anlegen?</source>
+        <translation>The folder “%1” does not exist yet. Should OSTREL create it?</translation>
+    </message>
 </context>
 <context>
     <name>RecordingSettings</name>
@@ -952,6 +1039,13 @@
     <message>
         <source>Im Dateimanager öffnen</source>
         <translation>Show in file manager</translation>
+    </message>
+</context>
+<context>
+    <name>RecordingsStore</name>
+    <message>
+        <source>OSTREL Aufnahmen</source>
+        <translation>OSTREL Recordings</translation>
     </message>
 </context>
 <context>

@@ -240,6 +240,7 @@ QProcessEnvironment AppRun::appEnvironment() const {
     env.insert(QStringLiteral("XDG_CACHE_HOME"), home + QStringLiteral("/.cache"));
     env.insert(QStringLiteral("XDG_RUNTIME_DIR"), home + QStringLiteral("/runtime"));
     env.insert(QStringLiteral("OSTREL_VIRTUAL_DEVICES"), QStringLiteral("1"));
+    env.insert(QStringLiteral("OSTREL_UI_TEXT_DUMP"), home + QStringLiteral("/shown-texts.txt"));
     // German, as the users see it.
     env.insert(QStringLiteral("LANG"), QStringLiteral("de_DE.UTF-8"));
     env.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
@@ -270,6 +271,41 @@ bool AppRun::run(const QString& program, const QStringList& arguments, int timeo
     if (output)
         *output = QString::fromUtf8(process.readAllStandardOutput());
     return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+}
+
+bool AppRun::click(QPoint at) {
+    return run(QStringLiteral("xdotool"),
+               {QStringLiteral("mousemove"), QString::number(at.x()), QString::number(at.y()),
+                QStringLiteral("click"), QStringLiteral("1")});
+}
+
+QList<AppRun::ShownText> AppRun::shownTexts(int timeoutMs) {
+    const QString path = m_home.filePath(QStringLiteral("shown-texts.txt"));
+    QFile::remove(path);
+    signal(SIGUSR1);
+    QList<ShownText> texts;
+    if (!pumpUntil(
+            [&] {
+                QThread::msleep(20);
+                return QFile::exists(path);
+            },
+            timeoutMs)) {
+        std::fprintf(stderr, "no list of shown texts came\n");
+        return texts;
+    }
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return texts;
+    for (const QString& line : QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts)) {
+        const QStringList fields = line.split(u'\t');
+        const QStringList area = fields.value(2).split(u',');
+        if (fields.size() < 4 || area.size() != 4)
+            continue;
+        texts.append({fields[0], fields[1],
+                      QRect(area[0].toInt(), area[1].toInt(), area[2].toInt(), area[3].toInt()),
+                      fields.mid(3).join(u'\t')});
+    }
+    return texts;
 }
 
 std::optional<QString> AppRun::startLive() {

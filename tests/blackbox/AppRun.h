@@ -7,6 +7,8 @@
 // stderr what it waited for when it times out.
 
 #include <QImage>
+#include <QList>
+#include <QPoint>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QRect>
@@ -79,6 +81,17 @@ public:
     // it does a held key. False, with the reason on stderr, when any of it did not happen.
     bool pressKeys(const QString& keys, const QString& windowTitle = mainWindowTitle(),
                    int holdMs = 0);
+    // Clicks the left button at a place on the screen; false when xdotool could not.
+    bool click(QPoint at);
+    // What the app's windows show, by item (see OSTREL_UI_TEXT_DUMP in app/UiTextDump.h),
+    // asked for with SIGUSR1; empty when no answer came.
+    struct ShownText {
+        QString window;
+        QString objectName;
+        QRect area; // on the screen
+        QString text;
+    };
+    QList<ShownText> shownTexts(int timeoutMs = 10000);
     // Files in the recording folder matching `pattern`, sorted.
     QStringList recordingFiles(const QString& pattern = QStringLiteral("OSTREL-*")) const;
     // Waits until at least `count` files match `pattern` in the recording folder.

@@ -76,7 +76,201 @@ int startRecording(AppRun& app) {
     return from;
 }
 
+// The first shown text of `window` (a regular expression) that `text` or the object name
+// matches exactly, waiting until one shows.
+std::optional<AppRun::ShownText> waitForText(AppRun& app, const QString& window,
+                                             const QString& text, int timeoutMs = 15000,
+                                             bool required = true) {
+    const QRegularExpression title(window);
+    std::optional<AppRun::ShownText> found;
+    pumpUntil(
+        [&] {
+            for (const AppRun::ShownText& shown : app.shownTexts())
+                if (title.match(shown.window).hasMatch() &&
+                    (shown.text == text || shown.objectName == text) && !shown.area.isEmpty()) {
+                    found = shown;
+                    return true;
+                }
+            QThread::msleep(50);
+            return false;
+        },
+        timeoutMs);
+    if (!found && required)
+        ADD_FAILURE() << "not shown in " << window.toStdString() << ": " << text.toStdString();
+    return found;
+}
+
+// Types `keys` into `window` until `text` shows in `shownIn`: a key typed while the focus is
+// still moving from a window that just closed can be lost.
+bool pressUntilShown(AppRun& app, const QString& keys, const QString& window,
+                     const QString& shownIn, const QString& text) {
+    for (int attempt = 0; attempt < 3; ++attempt)
+        if (app.pressKeys(keys, window) && waitForText(app, shownIn, text, 5000, false))
+            return true;
+    ADD_FAILURE() << keys.toStdString() << " did not show " << text.toStdString();
+    return false;
+}
+
+bool clickText(AppRun& app, const QString& window, const QString& text) {
+    const auto shown = waitForText(app, window, text);
+    return shown && app.click(shown->area.center());
+}
+
+void saveScreen(const AppRun& app, const char* name) {
+    if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT"); !out.isEmpty())
+        app.screenshot().save(out + QStringLiteral("/blackbox-") + QLatin1String(name) +
+                              QStringLiteral(".png"));
+}
+
 } // namespace
+
+// "Teilen…" (Ctrl+S) in the diagnostics window saves the whole log as a text file beside the
+// log; Escape closes the window.
+TEST(MenuShortcuts, DiagnosticsSaveWritesTheLogFile) {
+    AppRun app;
+    startLive(app);
+    ASSERT_TRUE(clickText(app, QStringLiteral("^OSTREL$"), QStringLiteral("Hilfe")));
+    ASSERT_TRUE(clickText(app, QStringLiteral("^OSTREL$"), QStringLiteral("Diagnose")));
+    ASSERT_TRUE(waitForText(app, QStringLiteral("^Diagnose$"), QStringLiteral("logHeading")));
+    ASSERT_TRUE(pressUntilShown(app, QStringLiteral("ctrl+s"), QStringLiteral("^Diagnose$"),
+                                QStringLiteral("^Diagnose$"), QStringLiteral("fileNameTextField")));
+    saveScreen(app, "diagnostics-save");
+    ASSERT_TRUE(clickText(app, QStringLiteral("^Diagnose$"), QStringLiteral("Speichern")));
+
+    const QString saved =
+        QFileInfo(app.logPath()).dir().filePath(QStringLiteral("OSTREL-Diagnose.txt"));
+    ASSERT_TRUE(pumpUntil([&] {
+        QThread::msleep(20);
+        return QFile::exists(saved);
+    })) << app.describe().toStdString();
+    QFile file(saved);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(file.readAll());
+    EXPECT_TRUE(text.startsWith(QStringLiteral("OSTREL Diagnose-Protokoll\n")))
+        << text.toStdString();
+    EXPECT_TRUE(text.contains(QStringLiteral("App gestartet")));
+    EXPECT_TRUE(text.contains(QStringLiteral("2 Kameras live")));
+
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("Escape"), QStringLiteral("^Diagnose$")));
+    const auto diagnosticsShown = [&] {
+        const QList<AppRun::ShownText> shown = app.shownTexts();
+        return std::any_of(shown.begin(), shown.end(), [](const AppRun::ShownText& text) {
+            return text.window == QStringLiteral("Diagnose");
+        });
+    };
+    EXPECT_TRUE(pumpUntil([&] { return !diagnosticsShown(); })) << "Escape closes the window";
+}
+
+namespace {
+
+// German in an English UI: umlauts, ß, and common German words of the app's texts.
+bool looksGerman(const QString& text) {
+    static const QRegularExpression german(
+        QStringLiteral("[äöüÄÖÜß]|\\b(und|der|die|das|nicht|kein|keine|oder|mit|für|dein|deine|"
+                       "Kamera|Kameras|Aufnahme|Aufnahmen|Einstellungen|Ordner|Fehler|FEHLER|"
+                       "Mikrofon|Datei|Hilfe|Bild|Ton|Protokoll|Berechtigungen|Befehl|Wähle|"
+                       "Auswählen|Abbrechen|Speichern|Schließen|Allgemein|Darstellung|Vorschlag|"
+                       "Einrichtung|Weiter|Zurück|Fertig|Größe|Makro)\\b"));
+    return german.match(text).hasMatch();
+}
+
+} // namespace
+
+// The English UI shows no German outside the log lines: every window, tab, menu, the about
+// box and the setup, in the dark appearance (each saved as a screenshot to look at).
+TEST(MenuShortcuts, EnglishUiShowsNoGermanInItsWindows) {
+    AppRunOptions options;
+    options.environment.insert(QStringLiteral("LANG"), QStringLiteral("en_US.UTF-8"));
+    options.environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("en_US.UTF-8"));
+    options.environment.insert(QStringLiteral("LANGUAGE"), QStringLiteral("en"));
+    options.settings.insert(QStringLiteral("appearanceMode"), 2);
+    QStringList german;
+    const auto scan = [&german](AppRun& app, const char* where) {
+        // Not the app's texts: log lines, device names, the default practice name, paths.
+        QStringList messages;
+        for (const QString& line : app.logLines())
+            messages << line.section(QRegularExpression(QStringLiteral("\\s{2,}")), 2).trimmed();
+        const QList<AppRun::ShownText> shown = app.shownTexts();
+        EXPECT_FALSE(shown.isEmpty()) << where;
+        for (AppRun::ShownText item : shown) {
+            if (messages.contains(item.text.trimmed()))
+                continue;
+            for (const QString& data :
+                 {QStringLiteral("OSTREL Kamera"), QStringLiteral("OSTREL Mikrofon"),
+                  QStringLiteral("Praxis Dr. Muster"), app.home(),
+                  QFileInfo(app.recordingFolder()).fileName()})
+                item.text.remove(data);
+            if (looksGerman(item.text))
+                german << QStringLiteral("%1 / %2 / %3: %4")
+                              .arg(QLatin1String(where), item.window, item.objectName, item.text);
+        }
+        saveScreen(app, (QByteArray("english-") + where).constData());
+    };
+
+    AppRun app(options);
+    startLive(app);
+    scan(app, "main");
+    // Each menu, opened, by a text of its own.
+    const std::pair<QString, QString> menus[] = {
+        {QStringLiteral("File"), QStringLiteral("Open Recording Folder")},
+        {QStringLiteral("Recording"), QStringLiteral("Take Photo")},
+        {QStringLiteral("Help"), QStringLiteral("Diagnostics")},
+        {QStringLiteral("OSTREL"), QStringLiteral("About OSTREL")}};
+    for (const auto& [menu, item] : menus) {
+        // A click that lands while the last menu is still closing only closes it.
+        bool open = false;
+        for (int attempt = 0; attempt < 3 && !open; ++attempt) {
+            ASSERT_TRUE(clickText(app, QStringLiteral("^OSTREL$"), menu));
+            open = waitForText(app, QStringLiteral("^OSTREL$"), item, 3000, false).has_value();
+        }
+        ASSERT_TRUE(open) << menu.toStdString();
+        scan(app, menu.toLatin1().constData());
+        if (menu != QStringLiteral("OSTREL")) {
+            ASSERT_TRUE(app.pressKeys(QStringLiteral("Escape")));
+        }
+    }
+    ASSERT_TRUE(clickText(app, QStringLiteral("^OSTREL$"), QStringLiteral("About OSTREL")));
+    ASSERT_TRUE(waitForText(app, QStringLiteral("^OSTREL$"), QStringLiteral("versionLabel")));
+    scan(app, "about");
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("Escape")));
+
+    ASSERT_TRUE(clickText(app, QStringLiteral("^OSTREL$"), QStringLiteral("Help")));
+    ASSERT_TRUE(clickText(app, QStringLiteral("^OSTREL$"), QStringLiteral("Diagnostics")));
+    ASSERT_TRUE(waitForText(app, QStringLiteral("^Diagnostics$"), QStringLiteral("logHeading")));
+    scan(app, "diagnostics");
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("Escape"), QStringLiteral("^Diagnostics$")));
+
+    ASSERT_TRUE(pressUntilShown(app, QStringLiteral("ctrl+comma"), QStringLiteral("^OSTREL$"),
+                                QStringLiteral("^Settings$"), QStringLiteral("tab0")));
+    for (int tab = 0; tab < 5; ++tab) {
+        ASSERT_TRUE(clickText(app, QStringLiteral("^Settings$"), QStringLiteral("tab%1").arg(tab)));
+        if (tab == 2) {
+            ASSERT_TRUE(clickText(app, QStringLiteral("^Settings$"),
+                                  QStringLiteral("developerDisclosure")));
+        }
+        scan(app, QByteArray("settings-tab").append(char('0' + tab)).constData());
+    }
+    ASSERT_TRUE(clickText(app, QStringLiteral("^Settings$"), QStringLiteral("tab1")));
+    ASSERT_TRUE(clickText(app, QStringLiteral("^Settings$"), QStringLiteral("changeFolderButton")));
+    ASSERT_TRUE(clickText(app, QStringLiteral("^Settings$"), QStringLiteral("newFolderButton")));
+    scan(app, "folder-chooser");
+    ASSERT_TRUE(waitForText(app, QStringLiteral("^Settings$"), QStringLiteral("OSTREL Recordings")))
+        << "the suggested folder's name in English";
+    app.signal(SIGTERM);
+    ASSERT_EQ(app.waitForExit(), 0);
+
+    options.onboarded = false;
+    AppRun setup(options);
+    ASSERT_FALSE(setup.start());
+    for (int page = 0; page < 9; ++page) {
+        scan(setup, QByteArray("setup-").append(char('0' + page)).constData());
+        if (page < 8) {
+            ASSERT_TRUE(
+                clickText(setup, QStringLiteral("^OSTREL$"), QStringLiteral("primaryButton")));
+        }
+    }
+    EXPECT_TRUE(german.isEmpty()) << german.join(u'\n').toStdString();
+}
 
 TEST(MenuShortcuts, PhotoFolderSettingsAndMacroSizeAnswerTheirKeys) {
     // The file manager is whatever xdg-open starts; this one notes what it was asked to show.

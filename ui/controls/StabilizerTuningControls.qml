@@ -11,6 +11,8 @@ ColumnLayout {
     property string resetText: qsTr("Stabilisierung auf Standard zurücksetzen")
     property color labelColor: Theme.text
     property color valueColor: Theme.secondaryText
+    // Digits after the point for every row; below zero, each row's own (the overlay's).
+    property int decimals: -1
 
     spacing: 2
 
@@ -28,7 +30,8 @@ ColumnLayout {
             }
             Label {
                 objectName: row.modelData.key + "Value"
-                text: Number(tuning.settings[row.modelData.key]).toFixed(row.modelData.decimals)
+                text: Number(tuning.settings[row.modelData.key]).toFixed(tuning.decimals >= 0 ? tuning.decimals
+                                                                                        : row.modelData.decimals)
                 font.family: Theme.monoFamily
                 color: tuning.valueColor
                 Layout.preferredWidth: 44

@@ -103,6 +103,13 @@ Canvas {
         case "exclamationmark.triangle":
             line([[12, 2.5], [22.5, 21], [1.5, 21], [12, 2.5]]); line([[12, 9], [12, 15]])
             circle(12, 18, 1.1, true); break
+        case "info.circle":
+            circle(12, 12, 10); line([[12, 11], [12, 17]]); circle(12, 7.5, 1.1, true); break
+        case "circle.fill":
+            circle(12, 12, 7, true); break
+        case "xmark.octagon":
+            line([[8, 2], [16, 2], [22, 8], [22, 16], [16, 22], [8, 22], [2, 16], [2, 8], [8, 2]])
+            line([[8.5, 8.5], [15.5, 15.5]]); line([[15.5, 8.5], [8.5, 15.5]]); break
         case "envelope":
             rect(2, 5, 20, 14); line([[2, 5], [12, 13], [22, 5]]); break
         case "stethoscope":

@@ -11,6 +11,9 @@ Item {
     required property var diagnostics // DiagnosticsActions
     property int copiedNoteInterval: 1400
     property bool copied: false
+    // The note over the list: "Kopiert", or where the log was saved.
+    property string note: qsTr("Kopiert")
+    property string shareError: ""
 
     onCopiedChanged: if (copied) copiedTimer.restart()
     // The filter is view state: every new window starts with all levels.
@@ -48,21 +51,26 @@ Item {
                 text: "⋯"
                 font.pixelSize: 20
                 onClicked: actionsMenu.open()
-                Menu {
+                AppMenu {
                     id: actionsMenu
                     y: menuButton.height
-                    MenuItem {
+                    Action {
                         objectName: "copyItem"
                         text: qsTr("Kopieren")
                         onTriggered: {
                             view.diagnostics.copyToClipboard()
+                            view.note = qsTr("Kopiert")
                             view.copied = true
                         }
                     }
-                    MenuItem {
+                    Action {
                         objectName: "shareItem"
                         text: qsTr("Teilen…")
-                        onTriggered: shareDialog.open()
+                        shortcut: StandardKey.Save
+                        onTriggered: {
+                            view.shareError = ""
+                            shareDialog.open()
+                        }
                     }
                     MenuSeparator {}
                     MenuItem {
@@ -78,11 +86,19 @@ Item {
 
     FileDialog {
         id: shareDialog
-        title: qsTr("Protokoll teilen")
+        title: qsTr("Protokoll als Textdatei speichern")
         fileMode: FileDialog.SaveFile
+        acceptLabel: qsTr("Speichern")
         nameFilters: [qsTr("Textdateien (*.txt)")]
+        currentFolder: view.diagnostics.exportFolder()
         selectedFile: view.diagnostics.suggestedExportFile()
-        onAccepted: shareError.text = view.diagnostics.saveExport(selectedFile)
+        onAccepted: {
+            view.shareError = view.diagnostics.saveExport(selectedFile)
+            if (view.shareError.length === 0) {
+                view.note = qsTr("Gespeichert: %1").arg(view.diagnostics.fileName(selectedFile))
+                view.copied = true
+            }
+        }
     }
 
     ListView {
@@ -114,6 +130,48 @@ Item {
             // Why a camera stays black here: no rights on the device node, or another
             // program holds it, or it is gone. The log below names the camera and the cause.
             Label {
+                text: qsTr("Berechtigungen")
+                font.bold: true
+                color: Theme.text
+            }
+            Column {
+                objectName: "permissions"
+                width: parent.width - 32
+                spacing: 8
+                Button {
+                    objectName: "privacySettingsButton"
+                    visible: view.diagnostics.privacySettingsAvailable
+                    text: qsTr("Systemeinstellungen → Datenschutz öffnen")
+                    icon.width: 0
+                    leftPadding: 30
+                    SymbolIcon {
+                        anchors.verticalCenter: parent.verticalCenter
+                        x: 8
+                        name: "gearshape"
+                        color: Theme.text
+                    }
+                    onClicked: view.diagnostics.openPrivacySettings()
+                }
+                FootnoteText {
+                    visible: view.diagnostics.privacySettingsAvailable
+                    width: parent.width
+                    text: qsTr("Dort lassen sich Kamera- und Mikrofon-Berechtigungen für OSTREL prüfen, falls das Bild schwarz bleibt.")
+                }
+                HelpCause {
+                    title: qsTr("Kein Zugriff auf die Kamera")
+                    text: qsTr("Möglicherweise gehört dein Benutzer nicht zur Gruppe „video“. Das prüft im Terminal der Befehl „groups“; fehlt „video“ dort, „%1“ eingeben, danach ab- und wieder anmelden.").arg(view.diagnostics.videoGroupCommand)
+                }
+                Button {
+                    objectName: "copyGroupCommand"
+                    text: qsTr("Befehl kopieren")
+                    onClicked: {
+                        view.diagnostics.copyVideoGroupCommand()
+                        view.note = qsTr("Kopiert")
+                        view.copied = true
+                    }
+                }
+            }
+            Label {
                 text: qsTr("Bild bleibt schwarz?")
                 font.bold: true
                 color: Theme.text
@@ -122,18 +180,6 @@ Item {
                 objectName: "blackPictureHelp"
                 width: parent.width - 32
                 spacing: 8
-                HelpCause {
-                    title: qsTr("Kein Zugriff auf die Kamera")
-                    text: qsTr("Dein Benutzer gehört nicht zur Gruppe „video“. Im Terminal „%1“ eingeben, danach ab- und wieder anmelden.").arg(view.diagnostics.videoGroupCommand)
-                }
-                Button {
-                    objectName: "copyGroupCommand"
-                    text: qsTr("Befehl kopieren")
-                    onClicked: {
-                        view.diagnostics.copyVideoGroupCommand()
-                        view.copied = true
-                    }
-                }
                 HelpCause {
                     title: qsTr("Kamera belegt")
                     text: qsTr("Ein anderes Programm (z. B. Videokonferenz, Browser oder Kamera-App) nutzt die Kamera. Dieses Programm beenden und OSTREL neu starten.")
@@ -144,7 +190,8 @@ Item {
                 }
             }
             Label {
-                id: shareError
+                objectName: "shareError"
+                text: view.shareError
                 visible: text.length > 0
                 width: parent.width - 32
                 wrapMode: Text.Wrap
@@ -169,7 +216,7 @@ Item {
                         required property string modelData
                         objectName: "filter_" + modelData
                         text: modelData
-                        checkable: true
+                        // Not checkable: a second click on the active filter keeps it lit.
                         checked: view.logModel.levelFilter === index - 1
                         onClicked: view.logModel.levelFilter = index - 1
                     }
@@ -201,12 +248,12 @@ Item {
                 anchors.leftMargin: 16
                 anchors.rightMargin: 16
                 spacing: 6
-                Label {
+                SymbolIcon {
                     Layout.preferredWidth: 16
                     Layout.alignment: Qt.AlignTop
-                    horizontalAlignment: Text.AlignHCenter
-                    text: row.symbol
-                    font.pixelSize: 11
+                    Layout.topMargin: 2
+                    name: row.symbol
+                    size: 12
                     color: row.level === 0 ? Theme.secondaryText
                          : row.level === 1 ? Theme.accent
                          : row.level === 2 ? Theme.warning : Theme.alert
@@ -263,7 +310,7 @@ Item {
         Label {
             id: copiedLabel
             anchors.centerIn: parent
-            text: qsTr("Kopiert")
+            text: view.note
             font.pixelSize: 11
             color: Theme.text
         }

@@ -20,6 +20,13 @@ Window {
         sequences: [StandardKey.Quit]
         onActivated: window.quitRequested()
     }
+    // An open menu or list takes its Escape first.
+    Shortcut {
+        sequences: [StandardKey.Close, "Escape"]
+        onActivated: window.close()
+    }
+
+    WindowPalette { target: window }
 
     DiagnosticsView {
         anchors.fill: parent

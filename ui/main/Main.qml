@@ -32,6 +32,15 @@ ApplicationWindow {
              : systemPalette.window.hslLightness < 0.5
     }
 
+    WindowPalette { target: window }
+
+    // Full screen for a treatment, and back.
+    Shortcut {
+        sequence: "F11"
+        onActivated: window.visibility = window.visibility === Window.FullScreen ? Window.Windowed
+                                                                                  : Window.FullScreen
+    }
+
     // Leaving the main view for the setup saves a running recording and frees the cameras.
     Binding {
         target: appController
@@ -59,10 +68,16 @@ ApplicationWindow {
     }
 
     function openSettings() {
-        settingsLoader.active = false // a new window each time: first tab, options closed
-        settingsLoader.active = true
+        // An open window is only raised, keeping its tab; a closed one comes back fresh:
+        // first tab, options closed.
+        if (!settingsLoader.item || !settingsLoader.item.visible) {
+            settingsLoader.active = false
+            settingsLoader.active = true
+            centre(settingsLoader.item)
+        }
         settingsLoader.item.show()
         settingsLoader.item.raise()
+        settingsLoader.item.requestActivate()
     }
 
     function openDiagnostics() {
@@ -70,21 +85,32 @@ ApplicationWindow {
         if (!diagnosticsLoader.item || !diagnosticsLoader.item.visible) {
             diagnosticsLoader.active = false
             diagnosticsLoader.active = true
+            centre(diagnosticsLoader.item)
         }
         diagnosticsLoader.item.show()
         diagnosticsLoader.item.raise()
         diagnosticsLoader.item.requestActivate()
     }
 
+    // Over the middle of the main window and on its screen: a plain window manager would put a
+    // new window in a corner, partly off the screen.
+    function centre(other) {
+        const area = window.screen
+        const x = window.x + (window.width - other.width) / 2
+        const y = window.y + (window.height - other.height) / 2
+        other.x = Math.round(Math.max(area.virtualX, Math.min(x, area.virtualX + area.width - other.width)))
+        other.y = Math.round(Math.max(area.virtualY, Math.min(y, area.virtualY + area.height - other.height)))
+    }
+
     menuBar: MenuBar {
-        Menu {
+        AppMenu {
             title: "OSTREL"
             Action { text: qsTr("Über OSTREL"); onTriggered: aboutDialog.open() }
             Action { text: qsTr("Einstellungen…"); shortcut: "Ctrl+,"; onTriggered: window.openSettings() }
             MenuSeparator {}
             Action { text: qsTr("OSTREL beenden"); shortcut: StandardKey.Quit; onTriggered: appController.requestQuit() }
         }
-        Menu {
+        AppMenu {
             title: qsTr("Datei")
             Action {
                 text: qsTr("Aufnahmeordner öffnen")
@@ -92,7 +118,7 @@ ApplicationWindow {
                 onTriggered: window.post("ostrel.openFolder")
             }
         }
-        Menu {
+        AppMenu {
             title: qsTr("Aufnahme")
             Action {
                 objectName: "toggleRecordingAction"
@@ -117,14 +143,14 @@ ApplicationWindow {
                 onTriggered: window.post("ostrel.macroSmaller")
             }
         }
-        Menu {
+        AppMenu {
             title: qsTr("Hilfe")
             Action {
                 text: qsTr("Support kontaktieren (E-Mail)")
                 onTriggered: Qt.openUrlExternally("mailto:support@ostrel.de")
             }
             Action {
-                text: qsTr("OSTREL im Web öffnen") + " (ostrel.de)"
+                text: qsTr("OSTREL im Web öffnen") + " (" + AboutInfo.webDomain + ")"
                 onTriggered: Qt.openUrlExternally("https://ostrel.de")
             }
             MenuSeparator {}

@@ -29,6 +29,7 @@ ColumnLayout {
     StabilizerTuningControls {
         Layout.fillWidth: true
         Layout.topMargin: 6
+        decimals: 2
         settings: controls.settings
         controller: controls.controller
     }

@@ -12,10 +12,12 @@ ColumnLayout {
         [qsTr("Aufnahme starten / stoppen"), "R"],
         [qsTr("Wide- und Macro-Kamera tauschen"), "W"],
         [qsTr("Mikrofon stummschalten"), "M"],
+        [qsTr("Bildstabilisierung ein / aus"), "S"],
         [qsTr("Makro-Größe 10–70 %"), "1 – 7"],
         [qsTr("Makro-Größe feiner anpassen"), ctrl + " + / " + ctrl + " −"],
         [qsTr("Einstellungen öffnen"), ctrl + " ,"],
-        [qsTr("Aufnahmeordner im Dateimanager öffnen"), ctrl + " ⇧ O"]
+        [qsTr("Aufnahmeordner im Dateimanager öffnen"), ctrl + " ⇧ O"],
+        [qsTr("Vollbild ein / aus"), "F11"]
     ]
 
     Repeater {

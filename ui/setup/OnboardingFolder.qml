@@ -40,7 +40,7 @@ Item {
         FootnoteText {
             objectName: "folderHint"
             visible: page.recordings.folderPath.length === 0
-            text: qsTr("Vorschlag: „OSTREL Aufnahmen“ in deinem Videos-Ordner.")
+            text: qsTr("Vorschlag: „%1“ in deinem Videos-Ordner.").arg(page.recordings.defaultFolderName())
         }
         RowLayout {
             objectName: "folderChosen"
