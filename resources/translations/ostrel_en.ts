@@ -402,6 +402,10 @@
         <source>%1 Bilder (%2 MB) in %3 geschrieben</source>
         <translation>%1 pictures (%2 MB) written to %3</translation>
     </message>
+    <message>
+        <source>Unbekannte Option: %1</source>
+        <translation>Unknown option: %1</translation>
+    </message>
 </context>
 <context>
     <name>ContentView</name>
@@ -428,6 +432,21 @@
     <message>
         <source>OK</source>
         <translation>OK</translation>
+    </message>
+    <message>
+        <source>Kein Dateimanager gefunden</source>
+        <translation>No file manager found</translation>
+    </message>
+    <message>
+        <source>Die Datei liegt in %1</source>
+        <translation>The file is in %1</translation>
+    </message>
+</context>
+<context>
+    <name>CornerOverlays</name>
+    <message>
+        <source>Klicken, um die Datei im Dateimanager zu zeigen</source>
+        <translation>Click to show the file in the file manager</translation>
     </message>
 </context>
 <context>
@@ -751,6 +770,26 @@
         <source>Korrektur  x %1%  y %2%</source>
         <translation>Correction  x %1%  y %2%</translation>
     </message>
+    <message>
+        <source>Während der Aufnahme nicht möglich</source>
+        <translation>Not possible during a recording</translation>
+    </message>
+    <message>
+        <source>Der Kamerawechsel folgt, sobald die Aufnahme endet.</source>
+        <translation>The cameras change as soon as the recording ends.</translation>
+    </message>
+    <message>
+        <source>Aufnahme gespeichert</source>
+        <translation>Recording saved</translation>
+    </message>
+    <message>
+        <source>Foto gespeichert</source>
+        <translation>Photo saved</translation>
+    </message>
+    <message>
+        <source>%1 Fotos gespeichert</source>
+        <translation>%1 photos saved</translation>
+    </message>
 </context>
 <context>
     <name>OnboardingCameras</name>
@@ -869,6 +908,18 @@
     <message>
         <source>Mikrofon</source>
         <translation>Microphone</translation>
+    </message>
+    <message>
+        <source>Praxis-Wasserzeichen einblenden</source>
+        <translation>Show practice watermark</translation>
+    </message>
+    <message>
+        <source>Praxisname</source>
+        <translation>Practice name</translation>
+    </message>
+    <message>
+        <source>Dieser Name wird in jede Aufnahme und jedes Foto eingebrannt.</source>
+        <translation>This name is burnt into every recording and every photo.</translation>
     </message>
 </context>
 <context>
@@ -1169,6 +1220,10 @@
     <message>
         <source>Einstellungen</source>
         <translation>Settings</translation>
+    </message>
+    <message>
+        <source>Aufnahme</source>
+        <translation>Recording</translation>
     </message>
 </context>
 </TS>
