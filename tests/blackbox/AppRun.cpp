@@ -544,6 +544,21 @@ bool AppRun::pressKeys(const QString& keys, const QString& windowTitle, int hold
     return true;
 }
 
+bool AppRun::click(QPoint at, const QString& windowTitle) {
+    const QStringList ids = windowIds(windowTitle);
+    if (ids.isEmpty() || focusWindow(ids.last())) {
+        qWarning("click into \"%s\": the window is not on screen", qPrintable(windowTitle));
+        return false;
+    }
+    if (!run(QStringLiteral("xdotool"),
+             {QStringLiteral("mousemove"), QStringLiteral("--sync"), QString::number(at.x()),
+              QString::number(at.y()), QStringLiteral("click"), QStringLiteral("1")})) {
+        qWarning("click at %d,%d: xdotool could not click", at.x(), at.y());
+        return false;
+    }
+    return true;
+}
+
 QStringList AppRun::recordingFiles(const QString& pattern) const {
     return QDir(recordingFolder()).entryList({pattern}, QDir::Files, QDir::Name);
 }

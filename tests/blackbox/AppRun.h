@@ -73,6 +73,9 @@ public:
     // it does a held key. False, with the reason on stderr, when any of it did not happen.
     bool pressKeys(const QString& keys, const QString& windowTitle = QStringLiteral("^OSTREL$"),
                    int holdMs = 0);
+    // Clicks the left mouse button at a point of the screen, the window matching `windowTitle`
+    // focused first. False, with the reason on stderr, when it did not happen.
+    bool click(QPoint at, const QString& windowTitle = QStringLiteral("^OSTREL$"));
     // Files in the recording folder matching `pattern`, sorted.
     QStringList recordingFiles(const QString& pattern = QStringLiteral("OSTREL-*")) const;
     // Waits until at least `count` files match `pattern` in the recording folder.

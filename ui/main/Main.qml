@@ -177,6 +177,7 @@ ApplicationWindow {
             devices: window.devicesStore
             recordings: window.recordingsStore
             settings: window.settingsStore
+            cameraControls: window.cameraControlsRef
             onSetupRequested: {
                 // The setup comes back in the main window; the delegate frees the cameras.
                 close()
@@ -198,6 +199,7 @@ ApplicationWindow {
     }
     readonly property var logModelRef: logModel
     readonly property var diagnosticsRef: diagnostics
+    readonly property var cameraControlsRef: typeof cameraControls === "undefined" ? null : cameraControls
 
     Dialog {
         id: aboutDialog
