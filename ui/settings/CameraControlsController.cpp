@@ -148,10 +148,6 @@ void CameraControlsController::resetToDefaults() {
     });
 }
 
-void CameraControlsController::drain() {
-    m_queue->drain();
-}
-
 void CameraControlsController::show(const std::vector<CameraControl>& controls) {
     QVariantList rows;
     QVariantMap values;

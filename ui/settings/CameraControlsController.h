@@ -51,8 +51,6 @@ public:
     Q_INVOKABLE void refresh();
     Q_INVOKABLE void setValue(const QString& key, int value);
     Q_INVOKABLE void resetToDefaults();
-    // Tests: waits until the queued device work is done (its results still to be delivered).
-    void drain();
 
 signals:
     void keeperChanged();
