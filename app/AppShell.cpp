@@ -1,7 +1,9 @@
 #include "app/AppShell.h"
 
 #include "app/AppController.h"
+#include "capture/CameraControlKeeper.h"
 #include "capture/CameraManager.h"
+#include "capture/PowerLineRegion.h"
 #include "devices/DeviceStore.h"
 #include "diagnostics/DiagnosticsActions.h"
 #include "diagnostics/LogListModel.h"
@@ -23,7 +25,13 @@ AppShell::AppShell(SettingsStore& settings, CaptureBackend& backend,
     m_devices = std::make_unique<DeviceStore>(backend.discovery(), settings);
     m_recordings = std::make_unique<RecordingsStore>(settings);
     m_backendHandle = std::make_unique<CaptureBackendHandle>(backend);
-    m_camera = std::make_unique<CameraManager>(backend, settings);
+    m_cameraControls = std::make_unique<CameraControlKeeper>(
+        backend, settings,
+        powerLineFrequencyOf(
+            userTerritory(QLocale::system(), QProcessEnvironment::systemEnvironment())));
+    CameraManager::Options options;
+    options.cameraControls = m_cameraControls.get();
+    m_camera = std::make_unique<CameraManager>(backend, settings, options);
     m_controller = std::make_unique<AppController>(std::move(terminate));
     m_logModel = std::make_unique<LogListModel>(OstrelLog::shared());
     m_diagnostics = std::make_unique<DiagnosticsActions>(OstrelLog::shared());
@@ -43,6 +51,7 @@ std::optional<QString> AppShell::load(QQmlApplicationEngine& engine) {
     context->setContextProperty(QStringLiteral("recordings"), m_recordings.get());
     context->setContextProperty(QStringLiteral("captureBackend"), m_backendHandle.get());
     context->setContextProperty(QStringLiteral("cam"), m_camera.get());
+    context->setContextProperty(QStringLiteral("cameraControls"), m_cameraControls.get());
     context->setContextProperty(QStringLiteral("appController"), m_controller.get());
     context->setContextProperty(QStringLiteral("logModel"), m_logModel.get());
     context->setContextProperty(QStringLiteral("diagnostics"), m_diagnostics.get());

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 
+class CameraControlKeeper;
 class CameraManager;
 class CaptureBackend;
 class CaptureBackendHandle;
@@ -21,7 +22,8 @@ class RecordingsStore;
 class SettingsStore;
 
 // The objects that live as long as the application, made in start-up order and handed to the
-// windows: settings, capture backend, device inventory, recording folder, camera manager,
+// windows: settings, capture backend, device inventory, recording folder, the cameras' picture
+// controls, camera manager,
 // the quit delegate, the diagnostics window's model and the desktop's colour scheme.
 class AppShell {
 public:
@@ -46,6 +48,7 @@ private:
     std::unique_ptr<DeviceStore> m_devices;
     std::unique_ptr<RecordingsStore> m_recordings;
     std::unique_ptr<CaptureBackendHandle> m_backendHandle;
+    std::unique_ptr<CameraControlKeeper> m_cameraControls;
     std::unique_ptr<CameraManager> m_camera;
     std::unique_ptr<AppController> m_controller;
     std::unique_ptr<LogListModel> m_logModel;

@@ -5,6 +5,7 @@
 #include "capture/CameraManager.h"
 
 #include "capture/AudioLevel.h"
+#include "capture/CameraControlKeeper.h"
 #include "capture/FrameStore.h"
 #include "capture/RecordingFiles.h"
 #include "diagnostics/OstrelLog.h"
@@ -102,6 +103,10 @@ CameraManager::CameraManager(CaptureBackend& backend, SettingsStore& settings, O
         std::array<SerialQueue*, 2>{m_camQueues[0].get(), m_camQueues[1].get()},
         m_frameQueue.get());
     m_pipeline->macroStartPause = m_options.macroStartPause;
+    if (CameraControlKeeper* keeper = m_options.cameraControls)
+        m_pipeline->cameraStarted = [keeper](int index, const CaptureDevice& device) {
+            keeper->applyAtStart(index, device);
+        };
     m_sessions = CaptureSessions::make(m_backend);
 }
 

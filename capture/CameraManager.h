@@ -21,6 +21,7 @@
 #include <memory>
 #include <optional>
 
+class CameraControlKeeper;
 class PartialRecording;
 class RecordingEngine;
 class SerialQueue;
@@ -90,6 +91,8 @@ public:
         std::chrono::milliseconds macroStartPause{200};
         // Cores the live view and a software encoder share; the machine's when 0.
         unsigned cores = 0;
+        // Applies each camera's stored picture controls at its start; none: left as they are.
+        CameraControlKeeper* cameraControls = nullptr;
     };
 
     CameraManager(CaptureBackend& backend, SettingsStore& settings, Options options,

@@ -197,6 +197,10 @@ void PipelineSetup::configureAndStart(const StartRequest& request) {
         if (!session->isRunning())
             if (const auto reason = session->lastStartError())
                 noteFailure(*reason);
+    if (cameraStarted)
+        for (int index : {0, 1})
+            if (cameraSession(sessions, index).isRunning())
+                cameraStarted(index, index == 0 ? request.wide : request.macro);
 
     const bool videoRunning = sessions.wide->isRunning() && sessions.macro->isRunning();
     const bool audioRunning = micReady && sessions.audio->isRunning();
@@ -233,6 +237,8 @@ void PipelineSetup::restartCamera(const CameraRestart& request) {
         session.setStreamEndHandler(onOwnersThread(request.owner, request.streamEnded));
         session.startRunning();
         running = session.isRunning();
+        if (running && cameraStarted)
+            cameraStarted(request.index, request.device);
     }
     if (QObject* owner = request.owner.data(); owner && request.done)
         runOn(owner, [done = request.done, running] { done(running); });

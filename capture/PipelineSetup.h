@@ -99,6 +99,9 @@ public:
 
     // The pause between starting the Wide and the Macro session.
     std::chrono::milliseconds macroStartPause{200};
+    // Runs on the configuration queue after camera `index` started streaming (its format set),
+    // at every start and restart.
+    std::function<void(int index, const CaptureDevice& device)> cameraStarted;
 
 private:
     static void removeInputsAndOutputs(CaptureSession& session);

@@ -36,6 +36,10 @@ DeviceInputResult SplitBackend::makeDeviceInput(const CaptureDevice& device) {
                                                   : m_cameras->makeDeviceInput(device);
 }
 
+std::unique_ptr<CameraControls> SplitBackend::cameraControls(const CaptureDevice& device) {
+    return m_cameras->cameraControls(device);
+}
+
 bool virtualDevicesRequested() {
     return qgetenv("OSTREL_VIRTUAL_DEVICES") == "1";
 }

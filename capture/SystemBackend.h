@@ -29,6 +29,7 @@ public:
     CachedDiscovery& listing() { return m_listing; }
     std::unique_ptr<CaptureSession> makeSession() override;
     DeviceInputResult makeDeviceInput(const CaptureDevice& device) override;
+    std::unique_ptr<CameraControls> cameraControls(const CaptureDevice& device) override;
 
 private:
     std::unique_ptr<CaptureBackend> m_cameras;

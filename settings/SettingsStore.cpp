@@ -107,6 +107,10 @@ void SettingsStore::sync() {
     m_settings->sync();
 }
 
+std::unique_ptr<QSettings> SettingsStore::openSameFile() const {
+    return std::make_unique<QSettings>(m_settings->fileName(), m_settings->format());
+}
+
 void SettingsStore::notify(Setting setting) {
     // Every key is a property of the same name; its NOTIFY signal tells QML bindings.
     const QMetaObject* meta = metaObject();

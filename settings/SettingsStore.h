@@ -72,6 +72,8 @@ public:
 
     // Makes sure everything written so far is on disk.
     void sync();
+    // Another handle on the same file, for keys beyond the table.
+    std::unique_ptr<QSettings> openSameFile() const;
 
     QString wideDeviceUID() const { return text(Setting::wideDeviceUID); }
     QString macroDeviceUID() const { return text(Setting::macroDeviceUID); }

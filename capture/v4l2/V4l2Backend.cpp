@@ -2,6 +2,7 @@
 
 #include "capture/CameraErrorTexts.h"
 #include "capture/v4l2/DeviceHolder.h"
+#include "capture/v4l2/V4l2Controls.h"
 #include "capture/v4l2/V4l2Errors.h"
 #include "capture/v4l2/V4l2Input.h"
 
@@ -37,4 +38,19 @@ DeviceInputResult V4l2Backend::makeDeviceInput(const CaptureDevice& device) {
     if (!probed)
         return {nullptr, v4l2ErrorText(ENODEV)};
     return {std::make_shared<V4l2Input>(device, *devnode, std::move(handle)), {}};
+}
+
+std::unique_ptr<CameraControls> V4l2Backend::cameraControls(const CaptureDevice& device) {
+    auto devnode = m_discovery.devnodeOf(device.uniqueID);
+    if (!devnode) {
+        m_discovery.allDevices();
+        devnode = m_discovery.devnodeOf(device.uniqueID);
+    }
+    if (!devnode)
+        return nullptr;
+    // A second open of the node: controls may be set while another open streams.
+    const int fd = m_io->open(devnode->c_str());
+    if (fd < 0)
+        return nullptr;
+    return std::make_unique<V4l2Controls>(std::make_shared<V4l2Fd>(m_io, fd));
 }

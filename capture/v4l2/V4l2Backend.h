@@ -11,6 +11,7 @@ public:
     DeviceDiscovery& discovery() override { return m_discovery; }
     std::unique_ptr<CaptureSession> makeSession() override;
     DeviceInputResult makeDeviceInput(const CaptureDevice& device) override;
+    std::unique_ptr<CameraControls> cameraControls(const CaptureDevice& device) override;
 
     V4l2Discovery& v4l2Discovery() { return m_discovery; }
 

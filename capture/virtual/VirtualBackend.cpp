@@ -56,3 +56,10 @@ DeviceInputResult VirtualBackend::makeDeviceInput(const CaptureDevice& device) {
         return {std::make_shared<VirtualMicrophoneInput>(device, m_devices), {}};
     return {std::make_shared<VirtualCameraInput>(device, m_devices), {}};
 }
+
+std::unique_ptr<CameraControls> VirtualBackend::cameraControls(const CaptureDevice& device) {
+    const auto state = m_devices->state(device.uniqueID);
+    if (!state || !state->present || device.mediaType() != MediaType::video)
+        return nullptr;
+    return std::make_unique<VirtualCameraControls>(m_devices, device.uniqueID);
+}

@@ -39,6 +39,7 @@ public:
     DeviceDiscovery& discovery() override { return *m_devices; }
     std::unique_ptr<CaptureSession> makeSession() override;
     DeviceInputResult makeDeviceInput(const CaptureDevice& device) override;
+    std::unique_ptr<CameraControls> cameraControls(const CaptureDevice& device) override;
 
     // The control surface for faults.
     VirtualDevices& devices() { return *m_devices; }

@@ -139,6 +139,14 @@ void VirtualDevices::setNoBandwidth(const QString& id, bool none) {
     change(id, [&](State& s) { s.noBandwidth = none; });
 }
 
+void VirtualDevices::refuseControl(const QString& id, const QString& control) {
+    change(id, [&](State& s) { s.refusedControls << control; });
+}
+
+void VirtualDevices::setControlValue(const QString& id, CameraControlId control, int value) {
+    change(id, [&](State& s) { s.controls[std::size_t(control)] = value; });
+}
+
 namespace {
 
 // "5s", "1.5s", "300ms"; none when it is not a delay.
@@ -180,6 +188,11 @@ bool VirtualDevices::applyFault(const QString& name, const QString& value) {
             return false;
         setFrameSize(match.captured(1),
                      QSize(match.captured(2).toInt(), match.captured(3).toInt()));
+    } else if (name == u"refuseControl") {
+        const QString control = value.section(u':', -1);
+        if (!cameraControlFromKey(control))
+            return false;
+        refuseControl(value.section(u':', 0, -2), control);
     } else if (name == u"inputError" || name == u"startError") {
         const QString id = value.section(u':', 0, 0);
         const QString text = value.section(u':', 1);

@@ -2,6 +2,7 @@
 
 #include "capture/DeviceDiscovery.h"
 #include "capture/virtual/CameraStreamFile.h"
+#include "capture/virtual/VirtualCameraControls.h"
 #include "capture/virtual/VirtualScene.h"
 
 #include <QSize>
@@ -49,12 +50,17 @@ public:
     void unstall(const QString& id);   // sends pictures again (to a stream started anew)
     void endStream(const QString& id); // the running stream ends once, the device stays
     void setNoBandwidth(const QString& id, bool none); // its stream cannot start (USB bandwidth)
+    // The camera refuses every write of the control ("exposure", see `cameraControlKey`).
+    void refuseControl(const QString& id, const QString& control);
+    // A control's value, as the camera's own controls write it.
+    void setControlValue(const QString& id, CameraControlId control, int value);
 
     // Applies a fault list such as "silent=ostrel-virtual-camera-2;size=...-1:640x480;
-    // unplug=...;refusePreset" (manual runs read it from OSTREL_VIRTUAL_FAULTS). A camera fault
-    // may end in a delay, "unplug=ostrel-virtual-camera-2@5s" or "stall=...@1500ms": it then
-    // happens that long after the camera first started streaming, whether it still streams or
-    // not (a "replug" after an "unplug"). Returns the parts it did not understand.
+    // unplug=...;refusePreset;refuseControl=...-1:exposure" (manual runs read it from
+    // OSTREL_VIRTUAL_FAULTS). A camera fault may end in a delay,
+    // "unplug=ostrel-virtual-camera-2@5s" or "stall=...@1500ms": it then happens that long after
+    // the camera first started streaming, whether it still streams or not (a "replug" after an
+    // "unplug"). Returns the parts it did not understand.
     QStringList applyFaults(const QString& faults);
 
     // Camera streams on file (manual runs read the list from OSTREL_VIRTUAL_STREAMS):
@@ -81,6 +87,8 @@ public:
         VirtualScene::Motion motion = VirtualScene::Motion::pan;
         std::shared_ptr<const CameraBuffers> stream; // played instead of the scene
         QString streamName;                          // its file name
+        VirtualControlValues controls = virtualControlDefaults();
+        QStringList refusedControls;
     };
     // The device's current state; none for an id never known.
     std::optional<State> state(const QString& id) const;

@@ -42,9 +42,12 @@ public:
         const QSize size = state.frameSize.isEmpty() ? presetSize(m_preset) : state.frameSize;
         if (m_pool->width() != size.width() || m_pool->height() != size.height())
             m_pool = std::make_shared<PixelBufferPool>(size.width(), size.height());
-        return [pool = m_pool, motion = state.motion, n] {
+        return [pool = m_pool, motion = state.motion, n,
+                adjustment = pictureAdjustment(state.controls)] {
             PixelBuffer frame = pool->acquire();
             VirtualScene::render(motion, n, frame);
+            if (adjustment)
+                adjustment->apply(frame);
             return frame;
         };
     }

@@ -273,12 +273,6 @@ bool AppRun::run(const QString& program, const QStringList& arguments, int timeo
     return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 
-bool AppRun::click(QPoint at) {
-    return run(QStringLiteral("xdotool"),
-               {QStringLiteral("mousemove"), QString::number(at.x()), QString::number(at.y()),
-                QStringLiteral("click"), QStringLiteral("1")});
-}
-
 QList<AppRun::ShownText> AppRun::shownTexts(int timeoutMs) {
     const QString path = m_home.filePath(QStringLiteral("shown-texts.txt"));
     QFile::remove(path);
@@ -579,6 +573,23 @@ bool AppRun::pressKeys(const QString& keys, const QString& windowTitle, int hold
     run(QStringLiteral("xdotool"), {QStringLiteral("getwindowfocus")}, 5000, &focused);
     if (focused.trimmed() != id && windowIds(windowTitle).contains(id))
         return fail(QStringLiteral("the focus moved to %1 while typing").arg(focused.trimmed()));
+    return true;
+}
+
+bool AppRun::click(QPoint at, const QString& windowTitle) {
+    if (!windowTitle.isEmpty()) {
+        const QStringList ids = windowIds(windowTitle);
+        if (ids.isEmpty() || focusWindow(ids.last())) {
+            qWarning("click into \"%s\": the window is not on screen", qPrintable(windowTitle));
+            return false;
+        }
+    }
+    if (!run(QStringLiteral("xdotool"),
+             {QStringLiteral("mousemove"), QStringLiteral("--sync"), QString::number(at.x()),
+              QString::number(at.y()), QStringLiteral("click"), QStringLiteral("1")})) {
+        qWarning("click at %d,%d: xdotool could not click", at.x(), at.y());
+        return false;
+    }
     return true;
 }
 

@@ -81,8 +81,9 @@ public:
     // it does a held key. False, with the reason on stderr, when any of it did not happen.
     bool pressKeys(const QString& keys, const QString& windowTitle = mainWindowTitle(),
                    int holdMs = 0);
-    // Clicks the left button at a place on the screen; false when xdotool could not.
-    bool click(QPoint at);
+    // Clicks the left mouse button at a point of the screen; with `windowTitle`, the window
+    // matching it focused first. False, with the reason on stderr, when it did not happen.
+    bool click(QPoint at, const QString& windowTitle = {});
     // What the app's windows show, by item (see OSTREL_UI_TEXT_DUMP in app/UiTextDump.h),
     // asked for with SIGUSR1; empty when no answer came.
     struct ShownText {

@@ -44,7 +44,55 @@ struct RecordedCamera {
     int openError = 0;
     // STREAMON fails with ENOSPC (no USB bandwidth) for pictures larger than this; 0: never.
     long maxStreamPixels = 0;
+    // Controls by id: what QUERYCTRL answers, the menu items QUERYMENU knows, the value, and
+    // the errno S_CTRL fails with (0: it takes the value).
+    struct Control {
+        v4l2_queryctrl info{};
+        std::vector<std::uint32_t> menu;
+        std::int32_t value = 0;
+        int refuse = 0;
+    };
+    std::map<std::uint32_t, Control> controls;
+    std::vector<std::pair<std::uint32_t, std::int32_t>> written; // S_CTRL calls that took
 };
+
+// The controls of a UVC webcam (Logitech C920, from v4l2-ctl -L) with automatic exposure,
+// white balance and focus on, so their manual values are inactive.
+inline std::map<std::uint32_t, RecordedCamera::Control> uvcControls() {
+    const auto control = [](std::uint32_t id, std::uint32_t type, int minimum, int maximum,
+                            int step, int value, std::uint32_t flags = 0) {
+        RecordedCamera::Control c;
+        c.info.id = id;
+        c.info.type = type;
+        c.info.minimum = minimum;
+        c.info.maximum = maximum;
+        c.info.step = step;
+        c.info.default_value = value;
+        c.info.flags = flags;
+        c.value = value;
+        return std::pair{id, c};
+    };
+    std::map<std::uint32_t, RecordedCamera::Control> controls{
+        control(V4L2_CID_BRIGHTNESS, V4L2_CTRL_TYPE_INTEGER, 0, 255, 1, 128),
+        control(V4L2_CID_CONTRAST, V4L2_CTRL_TYPE_INTEGER, 0, 255, 1, 128),
+        control(V4L2_CID_SATURATION, V4L2_CTRL_TYPE_INTEGER, 0, 255, 1, 128),
+        control(V4L2_CID_AUTO_WHITE_BALANCE, V4L2_CTRL_TYPE_BOOLEAN, 0, 1, 1, 1),
+        control(V4L2_CID_GAIN, V4L2_CTRL_TYPE_INTEGER, 0, 255, 1, 0),
+        control(V4L2_CID_POWER_LINE_FREQUENCY, V4L2_CTRL_TYPE_MENU, 0, 2, 1, 2),
+        control(V4L2_CID_WHITE_BALANCE_TEMPERATURE, V4L2_CTRL_TYPE_INTEGER, 2000, 6500, 1, 4000,
+                V4L2_CTRL_FLAG_INACTIVE),
+        control(V4L2_CID_SHARPNESS, V4L2_CTRL_TYPE_INTEGER, 0, 255, 1, 128),
+        control(V4L2_CID_EXPOSURE_AUTO, V4L2_CTRL_TYPE_MENU, 0, 3, 1, 3),
+        control(V4L2_CID_EXPOSURE_ABSOLUTE, V4L2_CTRL_TYPE_INTEGER, 3, 2047, 1, 250,
+                V4L2_CTRL_FLAG_INACTIVE),
+        control(V4L2_CID_FOCUS_ABSOLUTE, V4L2_CTRL_TYPE_INTEGER, 0, 250, 5, 0,
+                V4L2_CTRL_FLAG_INACTIVE),
+        control(V4L2_CID_FOCUS_AUTO, V4L2_CTRL_TYPE_BOOLEAN, 0, 1, 1, 1),
+    };
+    controls[V4L2_CID_POWER_LINE_FREQUENCY].menu = {0, 1, 2};
+    controls[V4L2_CID_EXPOSURE_AUTO].menu = {V4L2_EXPOSURE_MANUAL, V4L2_EXPOSURE_APERTURE_PRIORITY};
+    return controls;
+}
 
 // The format list of a UVC webcam (Logitech C920, from v4l2-ctl --list-formats-ext),
 // MJPEG and YUYV with their rates, plus an H.264 format the decoder does not handle.
@@ -243,6 +291,41 @@ public:
             return 0;
         case VIDIOC_STREAMOFF:
             return 0;
+        case VIDIOC_QUERYCTRL: {
+            auto* info = static_cast<v4l2_queryctrl*>(argument);
+            const auto it = c.controls.find(info->id);
+            if (it == c.controls.end())
+                return -EINVAL;
+            *info = it->second.info;
+            return 0;
+        }
+        case VIDIOC_QUERYMENU: {
+            auto* item = static_cast<v4l2_querymenu*>(argument);
+            const auto it = c.controls.find(item->id);
+            if (it == c.controls.end())
+                return -EINVAL;
+            const auto& menu = it->second.menu;
+            return std::find(menu.begin(), menu.end(), item->index) != menu.end() ? 0 : -EINVAL;
+        }
+        case VIDIOC_G_CTRL: {
+            auto* control = static_cast<v4l2_control*>(argument);
+            const auto it = c.controls.find(control->id);
+            if (it == c.controls.end())
+                return -EINVAL;
+            control->value = it->second.value;
+            return 0;
+        }
+        case VIDIOC_S_CTRL: {
+            auto* control = static_cast<v4l2_control*>(argument);
+            const auto it = c.controls.find(control->id);
+            if (it == c.controls.end())
+                return -EINVAL;
+            if (it->second.refuse)
+                return -it->second.refuse;
+            it->second.value = control->value;
+            c.written.emplace_back(control->id, control->value);
+            return 0;
+        }
         default:
             return -ENOTTY;
         }

@@ -1,5 +1,7 @@
+#include "capture/CameraControlKeeper.h"
 #include "capture/CameraErrorTexts.h"
 #include "capture/CaptureTestSupport.h"
+#include "capture/PowerLineRegion.h"
 #include "capture/RecordedV4l2Io.h"
 #include "capture/v4l2/CameraStreamSaver.h"
 #include "capture/v4l2/DeviceHolder.h"
@@ -8,6 +10,8 @@
 #include "capture/v4l2/V4l2Input.h"
 #include "capture/virtual/CameraStreamFile.h"
 #include "capture/virtual/VirtualScene.h"
+#include "settings/SettingsStore.h"
+#include "support/LogProbe.h"
 #include "support/QuirkyMjpeg.h"
 
 #include <QDir>
@@ -17,6 +21,8 @@
 
 #include <gtest/gtest.h>
 #include <turbojpeg.h>
+
+#include <tuple>
 
 namespace {
 
@@ -522,4 +528,130 @@ TEST(CameraStreamSaver, WritesTheCamerasBuffersAsTheyCame) {
     EXPECT_EQ(saveCameraStream(io, "/dev/video7", other, std::chrono::minutes(1)).error,
               QStringLiteral("/dev/video7 gibt es nicht"));
     EXPECT_FALSE(QFile::exists(other));
+}
+
+TEST_F(V4l2StreamTest, ControlsOfAUvcCameraShowTheirRangesMenusAndInactiveValues) {
+    io->cameras[node0].controls = uvcControls();
+    const auto controls = backend.cameraControls(discovery.allDevicesSeen().front());
+    ASSERT_TRUE(controls);
+    const std::vector<CameraControl> listed = controls->list();
+
+    std::vector<CameraControlId> ids;
+    for (const CameraControl& control : listed)
+        ids.push_back(control.id);
+    // Gain is no control of ours; everything else in the order it is applied.
+    EXPECT_EQ(ids,
+              (std::vector<CameraControlId>{
+                  CameraControlId::powerLineFrequency, CameraControlId::exposureAuto,
+                  CameraControlId::exposure, CameraControlId::whiteBalanceAuto,
+                  CameraControlId::whiteBalanceTemperature, CameraControlId::focusAuto,
+                  CameraControlId::focus, CameraControlId::brightness, CameraControlId::contrast,
+                  CameraControlId::saturation, CameraControlId::sharpness}));
+    const auto find = [&](CameraControlId id) {
+        return *std::find_if(listed.begin(), listed.end(),
+                             [id](const CameraControl& c) { return c.id == id; });
+    };
+    const CameraControl powerLine = find(CameraControlId::powerLineFrequency);
+    EXPECT_EQ(powerLine.kind, CameraControlKind::choice);
+    EXPECT_EQ(powerLine.choices, (std::vector<int>{0, 1, 2}));
+    EXPECT_EQ(powerLine.value, 2);
+    // The exposure menu (manual, aperture priority) is a switch, on while automatic.
+    const CameraControl exposureAuto = find(CameraControlId::exposureAuto);
+    EXPECT_EQ(exposureAuto.kind, CameraControlKind::toggle);
+    EXPECT_EQ(exposureAuto.value, 1);
+    const CameraControl exposure = find(CameraControlId::exposure);
+    EXPECT_EQ(std::tuple(exposure.kind, exposure.minimum, exposure.maximum, exposure.value),
+              std::tuple(CameraControlKind::range, 3, 2047, 250));
+    EXPECT_TRUE(exposure.inactive);
+    EXPECT_EQ(find(CameraControlId::focus).step, 5);
+    EXPECT_FALSE(find(CameraControlId::brightness).inactive);
+
+    // Writes: the switch goes to the menu's manual and automatic entries; a refused write and
+    // a value out of range say why and leave the camera's value.
+    auto& camera = io->cameras[node0];
+    EXPECT_FALSE(controls->set(CameraControlId::exposureAuto, 0));
+    EXPECT_FALSE(controls->set(CameraControlId::powerLineFrequency, 1));
+    camera.controls[V4L2_CID_EXPOSURE_ABSOLUTE].refuse = EBUSY;
+    const auto refused = controls->set(CameraControlId::exposure, 100);
+    ASSERT_TRUE(refused);
+    EXPECT_TRUE(refused->contains(u"EBUSY")) << refused->toStdString();
+    EXPECT_TRUE(controls->set(CameraControlId::brightness, 300));
+    EXPECT_TRUE(controls->set(CameraControlId::powerLineFrequency, 3)) << "no automatic entry";
+    EXPECT_FALSE(controls->set(CameraControlId::exposureAuto, 1));
+    using Write = std::pair<std::uint32_t, std::int32_t>;
+    EXPECT_EQ(camera.written,
+              (std::vector<Write>{{V4L2_CID_EXPOSURE_AUTO, V4L2_EXPOSURE_MANUAL},
+                                  {V4L2_CID_POWER_LINE_FREQUENCY, 1},
+                                  {V4L2_CID_EXPOSURE_AUTO, V4L2_EXPOSURE_APERTURE_PRIORITY}}));
+    EXPECT_EQ(find(CameraControlId::exposure).value, 250);
+}
+
+TEST_F(V4l2StreamTest, KeptControlsAreAppliedAtEveryStartAndARefusedOneIsReportedOnce) {
+    auto& camera = io->cameras[node0];
+    camera.controls = uvcControls();
+    QTemporaryDir folder;
+    SettingsStore settings(folder.filePath(QStringLiteral("settings.ini")));
+    CameraControlKeeper keeper(backend, settings, PowerLineFrequency::hz50);
+    const CaptureDevice device = discovery.allDevicesSeen().front();
+    LogProbe log;
+
+    // The first start sets only the region's mains frequency.
+    keeper.applyAtStart(0, device);
+    using Write = std::pair<std::uint32_t, std::int32_t>;
+    EXPECT_EQ(camera.written, (std::vector<Write>{{V4L2_CID_POWER_LINE_FREQUENCY, 1}}));
+
+    // The user's manual exposure: the switch before the value, and stored for the next start.
+    ASSERT_FALSE(keeper.set(0, device, CameraControlId::exposureAuto, 0));
+    ASSERT_FALSE(keeper.set(0, device, CameraControlId::exposure, 120));
+    camera.controls = uvcControls(); // the camera back at its own defaults after a replug
+    camera.controls[V4L2_CID_BRIGHTNESS].refuse = EBUSY;
+    ASSERT_TRUE(keeper.set(1, device, CameraControlId::brightness, 90));
+    camera.controls[V4L2_CID_BRIGHTNESS].refuse = 0;
+    camera.written.clear();
+    keeper.applyAtStart(0, device);
+    EXPECT_EQ(camera.written, (std::vector<Write>{{V4L2_CID_POWER_LINE_FREQUENCY, 1},
+                                                  {V4L2_CID_EXPOSURE_AUTO, V4L2_EXPOSURE_MANUAL},
+                                                  {V4L2_CID_EXPOSURE_ABSOLUTE, 120}}))
+        << "the refused brightness was not kept; the region's default is not redone";
+
+    // A control the camera refuses at every start: the stream is not touched, one warning.
+    ASSERT_FALSE(keeper.set(0, device, CameraControlId::contrast, 40));
+    camera.controls = uvcControls();
+    camera.controls[V4L2_CID_CONTRAST].refuse = EINVAL;
+    keeper.applyAtStart(0, device);
+    keeper.applyAtStart(0, device);
+    EXPECT_EQ(log.messages().filter(QStringLiteral("Kamera Wide: Regler „contrast“")).size(), 1);
+    EXPECT_EQ(log.messages().filter(QStringLiteral("Kamera Macro: Regler „brightness“")).size(), 1);
+
+    // Back to the camera's values: the manual exposure goes, nothing is applied any more.
+    keeper.resetToDefaults(0, device);
+    EXPECT_EQ(camera.controls[V4L2_CID_EXPOSURE_AUTO].value, V4L2_EXPOSURE_APERTURE_PRIORITY);
+    camera.written.clear();
+    keeper.applyAtStart(0, device);
+    EXPECT_TRUE(camera.written.empty());
+}
+
+TEST(PowerLineRegion, TheRegionOfTheEnvironmentGivesTheMainsFrequency) {
+    struct Case {
+        const char* lcAll;
+        const char* lang;
+        PowerLineFrequency expected;
+    };
+    const QLocale c = QLocale::c();
+    for (const Case& row : {Case{"C.UTF-8", "de_DE.UTF-8", PowerLineFrequency::hz50},
+                            Case{"en_US.UTF-8", "de_DE.UTF-8", PowerLineFrequency::hz60},
+                            Case{"", "pt_BR.UTF-8", PowerLineFrequency::hz60},
+                            Case{"", "en_GB.UTF-8", PowerLineFrequency::hz50},
+                            Case{"", "es_MX", PowerLineFrequency::hz60},
+                            Case{"", "ko_KR.UTF-8", PowerLineFrequency::hz60},
+                            Case{"", "C", PowerLineFrequency::hz50}}) {
+        QProcessEnvironment environment;
+        if (*row.lcAll)
+            environment.insert(QStringLiteral("LC_ALL"), QString::fromLatin1(row.lcAll));
+        environment.insert(QStringLiteral("LANG"), QString::fromLatin1(row.lang));
+        EXPECT_EQ(powerLineFrequencyOf(userTerritory(c, environment)), row.expected)
+            << row.lcAll << " " << row.lang;
+    }
+    EXPECT_EQ(userTerritory(QLocale(QStringLiteral("en_CA")), {}), QLocale::Canada)
+        << "the system locale when the environment names no region";
 }

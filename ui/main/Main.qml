@@ -204,6 +204,7 @@ ApplicationWindow {
             devices: window.devicesStore
             recordings: window.recordingsStore
             settings: window.settingsStore
+            cameraControls: window.cameraControlsRef
             onSetupRequested: {
                 // The setup comes back in the main window; the delegate frees the cameras.
                 close()
@@ -225,6 +226,7 @@ ApplicationWindow {
     }
     readonly property var logModelRef: logModel
     readonly property var diagnosticsRef: diagnostics
+    readonly property var cameraControlsRef: typeof cameraControls === "undefined" ? null : cameraControls
 
     Dialog {
         id: aboutDialog

@@ -2,7 +2,8 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 
-// Settings tab "Kameras": Wide/Macro assignment, stabilisation, running the setup again and
+// Settings tab "Kameras": Wide/Macro assignment with each camera's picture controls,
+// stabilisation, running the setup again and
 // the developer options. The device lists are re-read whenever the tab is shown.
 SettingsTab {
     id: tab
@@ -10,6 +11,7 @@ SettingsTab {
     required property var settings   // SettingsStore
     required property var devices    // DeviceStore
     required property var controller // SettingsController
+    property var cameraControls: null // CameraControlKeeper; none: no picture controls
     property bool showDeveloper: false
     signal setupRequested()
 
@@ -31,6 +33,14 @@ SettingsTab {
                 selectedID: tab.devices.wideUID
                 onChosen: id => tab.devices.wideUID = id
             }
+            CameraControlsPanel {
+                objectName: "wideControls"
+                Layout.columnSpan: 2
+                Layout.fillWidth: true
+                keeper: tab.cameraControls
+                role: 0
+                deviceID: tab.devices.wideUID
+            }
             Label { text: qsTr("Macro (Nahaufnahme)"); color: Theme.text }
             DevicePicker {
                 objectName: "macroPicker"
@@ -38,6 +48,14 @@ SettingsTab {
                 devices: tab.devices.videoDevices
                 selectedID: tab.devices.macroUID
                 onChosen: id => tab.devices.macroUID = id
+            }
+            CameraControlsPanel {
+                objectName: "macroControls"
+                Layout.columnSpan: 2
+                Layout.fillWidth: true
+                keeper: tab.cameraControls
+                role: 1
+                deviceID: tab.devices.macroUID
             }
         }
         Button {

@@ -19,6 +19,7 @@ Pane {
     required property var devices    // DeviceStore
     required property var recordings // RecordingsStore
     required property var settings   // SettingsStore
+    property var cameraControls: null // CameraControlKeeper
     property alias selection: tabs.currentIndex
     signal setupRequested()
     signal diagnosticsRequested()
@@ -108,6 +109,7 @@ Pane {
                 settings: view.settings
                 devices: view.devices
                 controller: logic
+                cameraControls: view.cameraControls
                 onSetupRequested: view.setupRequested()
             }
             AudioSettings {

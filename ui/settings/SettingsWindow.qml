@@ -17,6 +17,7 @@ Window {
     required property var devices    // DeviceStore
     required property var recordings // RecordingsStore
     required property var settings   // SettingsStore
+    property var cameraControls: null // CameraControlKeeper
     readonly property alias view: settingsView
     signal setupRequested()
     signal diagnosticsRequested()
@@ -51,6 +52,7 @@ Window {
         devices: window.devices
         recordings: window.recordings
         settings: window.settings
+        cameraControls: window.cameraControls
         onSetupRequested: window.setupRequested()
         onDiagnosticsRequested: window.diagnosticsRequested()
     }

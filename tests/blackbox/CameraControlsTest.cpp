@@ -1,0 +1,138 @@
+// The cameras' picture controls as a user sets them in the settings window: the recorded
+// picture follows, the value stays with the camera across a restart, and a camera's first
+// start takes the mains frequency of the user's region.
+
+#include "blackbox/AppRun.h"
+#include "recording/MediaProbe.h"
+#include "support/EventLoop.h"
+
+#include <QColor>
+#include <QDir>
+#include <QSettings>
+
+#include <tuple>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+void startLive(AppRun& app) {
+    const auto error = app.startLive();
+    ASSERT_FALSE(error) << error->toStdString();
+}
+
+// Mean brightness (0..255) of the Wide picture in a recording of about two seconds: its upper
+// half, away from the Macro inset at the bottom.
+double recordedWideBrightness(AppRun& app) {
+    const int from = int(app.logLines().size());
+    const QStringList before = app.recordingFiles(QStringLiteral("OSTREL-*.mp4"));
+    EXPECT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
+    EXPECT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft"), 30000, from));
+    recordFor(2);
+    EXPECT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
+    EXPECT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: "), 60000, from));
+    QString newest;
+    for (const QString& movie : app.recordingFiles(QStringLiteral("OSTREL-*.mp4")))
+        if (!before.contains(movie))
+            newest = movie;
+    if (newest.isEmpty())
+        return -1;
+    const QImage frame = videoFrameAt(app.recordingFolder() + u'/' + newest, 1.0);
+    if (frame.isNull())
+        return -1;
+    double sum = 0;
+    int n = 0;
+    for (int y = frame.height() / 10; y < frame.height() / 2; y += 4)
+        for (int x = frame.width() / 10; x < frame.width() * 9 / 10; x += 4, ++n)
+            sum += qGray(frame.pixel(x, y));
+    return sum / n;
+}
+
+void saveScreen(const AppRun& app, const QString& name, const QRect& area) {
+    if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT"); !out.isEmpty())
+        app.screenshot().copy(area).save(out + u'/' + name);
+}
+
+QString storedValue(const AppRun& app, const QString& key) {
+    QSettings file(app.home() + QStringLiteral("/.config/ostrel/ostrel.conf"),
+                   QSettings::IniFormat);
+    return file.value(QStringLiteral("cameraControls/ostrel-virtual-camera-1/") + key).toString();
+}
+
+} // namespace
+
+TEST(CameraControls, WideExposureLoweredInTheSettingsDarkensTheRecordingAndStaysAfterARestart) {
+    AppRun app;
+    startLive(app);
+    const double before = recordedWideBrightness(app);
+    ASSERT_GT(before, 40) << "the scene starts well lit";
+
+    // Settings → Kameras, then with the keyboard: past the tabs, the Wide picker and its
+    // power-line choice to the automatic exposure, off; then its exposure slider down.
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+comma")));
+    const QString settings = QStringLiteral("^Einstellungen$");
+    ASSERT_TRUE(pumpUntil([&] { return !app.windowGeometry(settings).isEmpty(); }));
+    const QRect window = app.windowGeometry(settings);
+    ASSERT_TRUE(app.click(window.topLeft() + QPoint(window.width() / 2, 24), settings));
+    // The exposure row, greyed out while the automatic exposure is on.
+    const QRect exposureRow(window.left(), window.top() + 180, window.width(), 22);
+    const QImage greyed = app.waitForScreen([&](const QImage& screen) {
+        return screen.copy(window).pixelColor(window.width() / 2, 8) != QColor(Qt::black);
+    });
+    for (int i = 0; i < 5; ++i)
+        ASSERT_TRUE(app.pressKeys(QStringLiteral("Tab"), settings));
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("space"), settings));
+    const QImage manual = app.waitForScreen(
+        [&](const QImage& screen) { return screen.copy(exposureRow) != greyed.copy(exposureRow); });
+    saveScreen(app, QStringLiteral("blackbox-controls-manual.png"), window);
+    ASSERT_NE(manual.copy(exposureRow), greyed.copy(exposureRow))
+        << "the exposure slider came alive";
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("Tab"), settings));
+    for (int i = 0; i < 3; ++i)
+        ASSERT_TRUE(app.pressKeys(QStringLiteral("Left"), settings));
+    ASSERT_TRUE(pumpUntil([&] {
+        return storedValue(app, QStringLiteral("exposureAuto")) == u"0" &&
+               storedValue(app, QStringLiteral("exposure")).toInt() > 0 &&
+               storedValue(app, QStringLiteral("exposure")).toInt() < 250;
+    })) << storedValue(app, QStringLiteral("exposure")).toStdString();
+    saveScreen(app, QStringLiteral("blackbox-controls-lowered.png"), window);
+
+    // Ended from the settings window and started again: the camera gets the value back.
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+q"), settings));
+    ASSERT_EQ(app.waitForExit(30000), 0);
+    const int from = int(app.logLines().size());
+    startLive(app);
+    EXPECT_TRUE(app.waitForLog(
+        QStringLiteral("Kamera Wide: Bildregler gesetzt (powerLineFrequency=1, exposureAuto=0, "
+                       "exposure=%1)")
+            .arg(storedValue(app, QStringLiteral("exposure"))),
+        30000, from));
+    const double lowered = recordedWideBrightness(app);
+    EXPECT_GT(lowered, 0);
+    EXPECT_LT(lowered, before * 0.75) << before;
+    qInfo("Wide mean brightness: %.1f before, %.1f with the exposure lowered", before, lowered);
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+q")));
+    EXPECT_EQ(app.waitForExit(30000), 0);
+}
+
+TEST(CameraControls, FirstStartSetsTheMainsFrequencyOfTheRegion) {
+    // German: the app's usual environment, whose LC_ALL=C names no country but LANG does.
+    // US English: the system locale itself.
+    for (const auto& [lang, hertz, value] :
+         {std::tuple{"de_DE.UTF-8", 50, "1"}, std::tuple{"en_US.UTF-8", 60, "2"}}) {
+        AppRunOptions options;
+        options.environment.insert(QStringLiteral("LANG"), QString::fromLatin1(lang));
+        if (hertz == 60)
+            options.environment.insert(QStringLiteral("LC_ALL"), QString::fromLatin1(lang));
+        AppRun app(options);
+        startLive(app);
+        EXPECT_TRUE(app.waitForLog(
+            QStringLiteral("Kamera Wide: Netzfrequenz der Region: %1 Hz").arg(hertz)))
+            << lang;
+        EXPECT_TRUE(pumpUntil([&] {
+            return storedValue(app, QStringLiteral("powerLineFrequency")) == value;
+        })) << lang;
+        ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+q")));
+        EXPECT_EQ(app.waitForExit(30000), 0);
+    }
+}
