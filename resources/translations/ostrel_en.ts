@@ -74,6 +74,76 @@
     </message>
 </context>
 <context>
+    <name>CameraControlsController</name>
+    <message>
+        <source>Aus</source>
+        <translation>Off</translation>
+    </message>
+    <message>
+        <source>50 Hz</source>
+        <translation>50 Hz</translation>
+    </message>
+    <message>
+        <source>60 Hz</source>
+        <translation>60 Hz</translation>
+    </message>
+    <message>
+        <source>Automatisch</source>
+        <translation>Automatic</translation>
+    </message>
+    <message>
+        <source>Netzfrequenz</source>
+        <translation>Power line frequency</translation>
+    </message>
+    <message>
+        <source>Automatische Belichtung</source>
+        <translation>Automatic exposure</translation>
+    </message>
+    <message>
+        <source>Belichtung</source>
+        <translation>Exposure</translation>
+    </message>
+    <message>
+        <source>Automatischer Weißabgleich</source>
+        <translation>Automatic white balance</translation>
+    </message>
+    <message>
+        <source>Farbtemperatur</source>
+        <translation>Colour temperature</translation>
+    </message>
+    <message>
+        <source>Autofokus</source>
+        <translation>Autofocus</translation>
+    </message>
+    <message>
+        <source>Fokus</source>
+        <translation>Focus</translation>
+    </message>
+    <message>
+        <source>Helligkeit</source>
+        <translation>Brightness</translation>
+    </message>
+    <message>
+        <source>Kontrast</source>
+        <translation>Contrast</translation>
+    </message>
+    <message>
+        <source>Sättigung</source>
+        <translation>Saturation</translation>
+    </message>
+    <message>
+        <source>Schärfe</source>
+        <translation>Sharpness</translation>
+    </message>
+</context>
+<context>
+    <name>CameraControlsPanel</name>
+    <message>
+        <source>Auf Kamerawerte zurücksetzen</source>
+        <translation>Reset to camera defaults</translation>
+    </message>
+</context>
+<context>
     <name>CameraErrorTexts</name>
     <message>
         <source>Kein Zugriff auf die Kamera — Benutzer zur Gruppe „video“ hinzufügen (sudo usermod -aG video $USER), neu anmelden und neu starten (↻)</source>
