@@ -1,6 +1,6 @@
 #include "app/AppController.h"
 
-#include "capture/CameraManager.h"
+#include "control/CameraManager.h"
 #include "diagnostics/OstrelLog.h"
 
 #include <QCoreApplication>

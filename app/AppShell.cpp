@@ -1,16 +1,16 @@
 #include "app/AppShell.h"
 
 #include "app/AppController.h"
-#include "capture/CameraControlKeeper.h"
-#include "capture/CameraManager.h"
-#include "capture/PowerLineRegion.h"
+#include "control/CameraControlKeeper.h"
+#include "control/CameraManager.h"
+#include "control/PowerLineRegion.h"
+#include "desktop/DesktopColorScheme.h"
 #include "devices/DeviceStore.h"
 #include "diagnostics/DiagnosticsActions.h"
 #include "diagnostics/LogListModel.h"
 #include "diagnostics/OstrelLog.h"
-#include "recording/RecordingsStore.h"
 #include "settings/SettingsStore.h"
-#include "ui/controls/DesktopColorScheme.h"
+#include "storage/RecordingsStore.h"
 #include "ui/setup/CaptureBackendHandle.h"
 
 #include <QQmlApplicationEngine>

@@ -8,7 +8,7 @@
 #include "app/RunningInstance.h"
 #include "app/TerminationSignals.h"
 #include "app/UiTextDump.h"
-#include "capture/SystemBackend.h"
+#include "capture/BackendSelection.h"
 #include "diagnostics/OstrelLog.h"
 #include "resources/Fonts.h"
 #include "runtime/HeapMemory.h"

@@ -2,8 +2,8 @@
 
 #include "app/AppShell.h"
 #include "bench/BenchWait.h"
-#include "capture/CameraManager.h"
 #include "capture/virtual/VirtualDevices.h"
+#include "control/CameraManager.h"
 #include "settings/SettingsStore.h"
 
 #include <QQmlApplicationEngine>

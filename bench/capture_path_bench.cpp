@@ -8,9 +8,9 @@
 // With "keep" the recording stays in its temporary folder (printed) to be looked at.
 
 #include "bench/BenchWait.h"
-#include "capture/CameraManager.h"
-#include "capture/FrameStore.h"
 #include "capture/virtual/VirtualBackend.h"
+#include "control/CameraManager.h"
+#include "control/FrameStore.h"
 #include "recording/RecordingEngine.h"
 #include "settings/SettingsStore.h"
 

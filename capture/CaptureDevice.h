@@ -5,8 +5,9 @@
 
 enum class MediaType { video, audio };
 
-// The kinds of capture device the system tells apart. Cameras on a USB port count as external.
-enum class DeviceType { external, builtInWideAngle, continuity, deskView, microphone };
+// The kinds of capture device the system tells apart: a camera on a USB port is external, one
+// fixed in the machine (a laptop's) built in.
+enum class DeviceType { external, builtIn, microphone };
 
 inline MediaType mediaTypeOf(DeviceType type) {
     return type == DeviceType::microphone ? MediaType::audio : MediaType::video;

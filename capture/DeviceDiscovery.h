@@ -4,6 +4,7 @@
 
 #include <QObject>
 
+#include <optional>
 #include <vector>
 
 // Lists the capture devices that are present and reports every connect and disconnect.
@@ -31,3 +32,11 @@ signals:
     // Emitted on any thread, once per device that came or went.
     void devicesChanged(DeviceChange change, const CaptureDevice& device);
 };
+
+// The device types every camera (microphone) listing of the program uses, in this order.
+const std::vector<DeviceType>& cameraDeviceTypes();
+const std::vector<DeviceType>& microphoneDeviceTypes();
+
+// The present camera (microphone) whose unique id is exactly `uniqueID`; none for an empty id.
+std::optional<CaptureDevice> videoDevice(const DeviceDiscovery& discovery, const QString& uniqueID);
+std::optional<CaptureDevice> audioDevice(const DeviceDiscovery& discovery, const QString& uniqueID);

@@ -1,7 +1,6 @@
 #include "devices/DeviceStore.h"
 
 #include "capture/DeviceDiscovery.h"
-#include "capture/PipelineSetup.h"
 #include "runtime/MainThread.h"
 #include "settings/SettingsStore.h"
 

@@ -55,7 +55,7 @@ QString fallbackName(const UdevVideoNode& node) {
 }
 
 DeviceType deviceType(const UdevVideoNode& node) {
-    return node.fixed ? DeviceType::builtInWideAngle : DeviceType::external;
+    return node.fixed ? DeviceType::builtIn : DeviceType::external;
 }
 
 // A node that refused to open: a camera when udev saw a picture node there (without udev's

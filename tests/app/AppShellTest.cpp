@@ -1,17 +1,17 @@
 #include "app/AppShell.h"
 #include "app/AppController.h"
-#include "capture/CameraManager.h"
-#include "capture/FrameStore.h"
 #include "capture/virtual/VirtualBackend.h"
+#include "control/CameraManager.h"
+#include "control/FrameStore.h"
+#include "desktop/DesktopColorScheme.h"
 #include "diagnostics/LogListModel.h"
 #include "recording/MediaProbe.h"
 #include "recording/RecordingEngine.h"
-#include "recording/RecordingsStore.h"
 #include "settings/SettingsStore.h"
+#include "storage/RecordingsStore.h"
 #include "support/EventLoop.h"
 #include "support/FakePortal.h"
 #include "support/LogProbe.h"
-#include "ui/controls/DesktopColorScheme.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,5 +1,5 @@
 #include "capture/AudioClock.h"
-#include "capture/SilenceSource.h"
+#include "control/SilenceSource.h"
 
 #include <gtest/gtest.h>
 

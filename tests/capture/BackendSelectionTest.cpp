@@ -1,5 +1,5 @@
+#include "capture/BackendSelection.h"
 #include "capture/CachedDiscovery.h"
-#include "capture/SystemBackend.h"
 #include "capture/audio/QtAudioBackend.h"
 #include "capture/virtual/VirtualBackend.h"
 

@@ -1,7 +1,5 @@
-#include "capture/CameraControlKeeper.h"
 #include "capture/CameraErrorTexts.h"
 #include "capture/CaptureTestSupport.h"
-#include "capture/PowerLineRegion.h"
 #include "capture/RecordedV4l2Io.h"
 #include "capture/v4l2/CameraStreamSaver.h"
 #include "capture/v4l2/DeviceHolder.h"
@@ -10,6 +8,8 @@
 #include "capture/v4l2/V4l2Input.h"
 #include "capture/virtual/CameraStreamFile.h"
 #include "capture/virtual/VirtualScene.h"
+#include "control/CameraControlKeeper.h"
+#include "control/PowerLineRegion.h"
 #include "settings/SettingsStore.h"
 #include "support/LogProbe.h"
 #include "support/QuirkyMjpeg.h"
@@ -188,7 +188,7 @@ TEST(V4l2Discovery, ProbingKeepsCaptureNodesAndSkipsMetadataNodes) {
     EXPECT_FALSE(probeVideoNode(io, usbNode("/dev/video9", "5")));
     UdevVideoNode builtIn = usbNode("/dev/video0", "7");
     builtIn.fixed = true;
-    EXPECT_EQ(probeVideoNode(io, builtIn)->deviceType, DeviceType::builtInWideAngle);
+    EXPECT_EQ(probeVideoNode(io, builtIn)->deviceType, DeviceType::builtIn);
     EXPECT_EQ(io.opened, io.closed);
 }
 

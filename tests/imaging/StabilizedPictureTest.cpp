@@ -1,7 +1,7 @@
 // The stabiliser judged by what the user sees: a shaking Macro camera goes through the real
 // stabiliser, then through the real compositor (recordings, photos) and the real live view,
 // and the inset's residual tremor is measured from the output pixels on both axes.
-#include "capture/FrameStore.h"
+#include "control/FrameStore.h"
 #include "imaging/Stabilizer.h"
 #include "recording/CompositeLayout.h"
 #include "recording/CompositeRenderer.h"

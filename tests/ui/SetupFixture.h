@@ -2,8 +2,8 @@
 
 #include "capture/virtual/VirtualBackend.h"
 #include "devices/DeviceStore.h"
-#include "recording/RecordingsStore.h"
 #include "settings/SettingsStore.h"
+#include "storage/RecordingsStore.h"
 #include "support/EventLoop.h"
 #include "ui/setup/CaptureBackendHandle.h"
 

@@ -1,13 +1,13 @@
 // Renders the main view on the virtual cameras into the folder given as the first argument
 // (docs/screenshots): controls shown, controls hidden, stabiliser overlay on, recording running,
 // and the microphone pulled during it.
-#include "capture/CameraManager.h"
 #include "capture/virtual/VirtualBackend.h"
 #include "capture/virtual/VirtualDevices.h"
+#include "control/CameraManager.h"
 #include "devices/DeviceStore.h"
-#include "recording/RecordingsStore.h"
 #include "resources/Fonts.h"
 #include "settings/SettingsStore.h"
+#include "storage/RecordingsStore.h"
 #include "support/EventLoop.h"
 #include "ui/main/MainViewState.h"
 

@@ -2,9 +2,9 @@
 // the virtual cameras, into the folder given as the first argument (docs/screenshots).
 #include "capture/virtual/VirtualBackend.h"
 #include "devices/DeviceStore.h"
-#include "recording/RecordingsStore.h"
 #include "resources/Fonts.h"
 #include "settings/SettingsStore.h"
+#include "storage/RecordingsStore.h"
 #include "support/EventLoop.h"
 #include "ui/setup/CameraPreviewView.h"
 #include "ui/setup/CaptureBackendHandle.h"

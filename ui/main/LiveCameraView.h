@@ -1,6 +1,6 @@
 #pragma once
 
-#include "capture/FrameStore.h"
+#include "control/FrameStore.h"
 
 #include <QQuickItem>
 #include <QRect>

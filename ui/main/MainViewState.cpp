@@ -1,11 +1,10 @@
 #include "ui/main/MainViewState.h"
 
-#include "capture/StorageBudget.h"
 #include "diagnostics/OstrelLog.h"
-#include "recording/FileManager.h"
-#include "recording/RecordingsStore.h"
 #include "runtime/MainThread.h"
 #include "runtime/SerialQueue.h"
+#include "storage/RecordingsStore.h"
+#include "storage/StorageBudget.h"
 
 #include <QFileInfo>
 

@@ -11,7 +11,7 @@
 #include <memory>
 
 #include "recording/CompositeLayout.h"
-#include "recording/RecordingsStore.h"
+#include "storage/RecordingsStore.h"
 
 class SerialQueue;
 

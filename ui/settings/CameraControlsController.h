@@ -1,6 +1,6 @@
 #pragma once
 
-#include "capture/CameraControlKeeper.h"
+#include "control/CameraControlKeeper.h"
 
 #include <QObject>
 #include <QPointer>

@@ -1,7 +1,7 @@
 #include "ui/settings/SettingsController.h"
 
+#include "devices/AssignmentRules.h"
 #include "settings/AppearanceMode.h"
-#include "ui/controls/AssignmentRules.h"
 
 #include <QCoreApplication>
 

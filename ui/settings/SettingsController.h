@@ -1,8 +1,8 @@
 #pragma once
 
 #include "devices/DeviceStore.h"
-#include "recording/RecordingsStore.h"
 #include "settings/SettingsStore.h"
+#include "storage/RecordingsStore.h"
 
 #include <QObject>
 #include <QPointer>

@@ -1,6 +1,6 @@
 #include "ui/setup/CameraPreviewView.h"
 
-#include "capture/PipelineSetup.h"
+#include "control/PipelineSetup.h"
 #include "ui/controls/FrameImage.h"
 #include "ui/setup/PreviewSession.h"
 

@@ -1,9 +1,9 @@
 #include "ui/setup/OnboardingController.h"
 
+#include "devices/AssignmentRules.h"
 #include "devices/DeviceStore.h"
-#include "recording/RecordingsStore.h"
 #include "settings/SettingsStore.h"
-#include "ui/controls/AssignmentRules.h"
+#include "storage/RecordingsStore.h"
 
 #include <QFileInfo>
 #include <QMetaMethod>

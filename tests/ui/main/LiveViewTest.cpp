@@ -1,4 +1,4 @@
-#include "capture/FrameStore.h"
+#include "control/FrameStore.h"
 #include "support/EventLoop.h"
 #include "ui/main/LiveCameraView.h"
 #include "ui/main/LiveViewGeometry.h"

@@ -1,6 +1,6 @@
 #include "../SetupFixture.h"
 
-#include "ui/controls/AssignmentRules.h"
+#include "devices/AssignmentRules.h"
 #include "ui/setup/CameraPreviewView.h"
 #include "ui/setup/OnboardingController.h"
 

@@ -1,0 +1,863 @@
+#include "control/CameraManager.h"
+#include "capture/CameraErrorTexts.h"
+#include "capture/virtual/VirtualBackend.h"
+#include "control/FrameStore.h"
+#include "recording/MediaProbe.h"
+#include "recording/RecordingEngine.h"
+#include "recording/SyntheticMedia.h"
+#include "recording/ffmpeg/FragmentRepair.h"
+#include "settings/SettingsStore.h"
+#include "storage/RecordingFiles.h"
+#include "support/EventLoop.h"
+
+#include "capture/CaptureTestSupport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// Read at use: the ids are statics of another file.
+#define kWide VirtualDevices::camera1ID
+#define kMacro VirtualDevices::camera2ID
+
+class CameraManagerTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        settings = std::make_unique<SettingsStore>(dir.filePath(QStringLiteral("ostrel.ini")));
+        settings->setValue(Setting::wideDeviceUID, kWide);
+        settings->setValue(Setting::macroDeviceUID, kMacro);
+        ASSERT_TRUE(QDir().mkpath(tempFolder()));
+        ASSERT_TRUE(QDir().mkpath(folder()));
+    }
+
+    void TearDown() override {
+        manager.reset();
+        FrameStore::shared().clear();
+    }
+
+    QString tempFolder() const { return dir.filePath(QStringLiteral("tmp")); }
+    QString folder() const { return dir.filePath(QStringLiteral("Aufnahmen")); }
+
+    CameraManager& make() {
+        CameraManager::Options options;
+        options.scheduler = &scheduler;
+        options.tempFolder = tempFolder();
+        options.macroStartPause = 0ms;
+        options.freeSpace = [this](const QString&, const std::optional<QString>&,
+                                   const std::optional<QString>&) {
+            return freeBytes.load() < 0 ? std::nullopt
+                                        : std::optional<std::int64_t>(freeBytes.load());
+        };
+        manager = std::make_unique<CameraManager>(backend, *settings, options);
+        manager->setSaveURL(QUrl::fromLocalFile(folder()));
+        return *manager;
+    }
+
+    // Lets the configuration queue finish and its outcome reach the main thread.
+    void settle() {
+        manager->drainConfigurationQueue();
+        pumpPosted();
+    }
+
+    bool bothCamerasDeliver() {
+        return pumpUntil([] {
+            return FrameStore::shared().latestBuffer(0) && FrameStore::shared().latestBuffer(1);
+        });
+    }
+
+    CameraManager& live() {
+        CameraManager& cam = make();
+        cam.startCapture();
+        settle();
+        EXPECT_EQ(cam.status(), CameraStatus::live);
+        EXPECT_TRUE(bothCamerasDeliver());
+        return cam;
+    }
+
+    QStringList filesIn(const QString& path, const QString& pattern) const {
+        return QDir(path).entryList({pattern}, QDir::Files, QDir::Name);
+    }
+
+    QTemporaryDir dir;
+    VirtualBackend backend;
+    ManualScheduler scheduler;
+    std::unique_ptr<SettingsStore> settings;
+    std::unique_ptr<CameraManager> manager;
+    std::atomic<std::int64_t> freeBytes{500'000'000'000};
+    LogProbe log;
+};
+
+} // namespace
+
+TEST_F(CameraManagerTest, BothCamerasAtLaunchGoLiveWithTheMicrophone) {
+    settings->setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
+    CameraManager& cam = make();
+    EXPECT_EQ(cam.status(), CameraStatus::ready);
+    EXPECT_EQ(CameraManager::current(), &cam);
+    cam.startCapture();
+    EXPECT_TRUE(cam.starting());
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+    EXPECT_TRUE(cam.running());
+    EXPECT_EQ(cam.connectedCount(), 2);
+    EXPECT_TRUE(cam.micActive());
+    EXPECT_TRUE(log.messages().contains(QStringLiteral("2 Kameras live · Mikrofon aktiv")));
+
+    ASSERT_TRUE(bothCamerasDeliver());
+    ASSERT_TRUE(pumpUntil([&] { return cam.audioLevel() > 0; })) << "the tone moves the meter";
+    scheduler.advance(1s);
+    EXPECT_GT(cam.fps().at(0), 0);
+    EXPECT_FALSE(cam.writerFPS());
+
+    cam.startCapture(); // while running: only the ids are read again
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+    EXPECT_EQ(log.messages().count(QStringLiteral("2 Kameras live · Mikrofon aktiv")), 1);
+}
+
+TEST_F(CameraManagerTest, LatePluggedCameraIsFoundByThePollLoop) {
+    backend.devices().unplug(kMacro);
+    CameraManager& cam = make();
+    cam.startCapture();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::searching);
+    scheduler.advance(8s);
+    EXPECT_EQ(cam.pollCount(), 11);
+    backend.devices().replug(kMacro);
+    pumpPosted(); // the connect notice restarts the count; the running loop tries next
+    EXPECT_EQ(cam.pollCount(), 0);
+    scheduler.advance(800ms);
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+    EXPECT_TRUE(
+        log.messages().contains(QStringLiteral("Kamera angeschlossen: OSTREL Kamera (Makro)")));
+}
+
+TEST_F(CameraManagerTest, PollLoopGivesUpAfterSixtyAttemptsAndAPlugInStartsAgain) {
+    backend.devices().unplug(kMacro);
+    CameraManager& cam = make();
+    cam.startCapture();
+    scheduler.advance(47200ms);
+    EXPECT_EQ(cam.pollCount(), 60);
+    EXPECT_FALSE(cam.polling());
+    EXPECT_EQ(cam.status(), CameraStatus::noCameras);
+    EXPECT_EQ(log.messages().count(QStringLiteral(
+                  "Kameras nicht erkannt — beide anstecken; bei Bedarf neu starten.")),
+              1);
+    scheduler.advance(60s);
+    EXPECT_EQ(scheduler.pendingCount(), 0) << "no polling after giving up";
+
+    backend.devices().replug(kMacro);
+    pumpPosted();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+}
+
+TEST_F(CameraManagerTest, SameCameraForWideAndMacroNeverStarts) {
+    settings->setValue(Setting::macroDeviceUID, kWide);
+    CameraManager& cam = make();
+    cam.startCapture();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::searching);
+    scheduler.advance(60s);
+    EXPECT_EQ(cam.status(), CameraStatus::noCameras);
+    EXPECT_FALSE(cam.running());
+}
+
+TEST_F(CameraManagerTest, EmptyAssignmentIsFilledFromTheExternalCameras) {
+    settings->remove(Setting::wideDeviceUID);
+    settings->remove(Setting::macroDeviceUID);
+    CameraManager& cam = make();
+    cam.startCapture();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+    EXPECT_TRUE(settings->text(Setting::wideDeviceUID).isEmpty()) << "kept in memory only";
+}
+
+TEST_F(CameraManagerTest, CameraWithoutPictureIsRestartedThreeTimesThenGivenUp) {
+    backend.devices().setSilent(kMacro, true);
+    CameraManager& cam = make();
+    cam.startCapture();
+    for (int restart = 1; restart <= 3; ++restart) {
+        settle();
+        ASSERT_EQ(cam.status(), CameraStatus::live) << restart;
+        ASSERT_TRUE(pumpUntil([] { return FrameStore::shared().latestBuffer(0).has_value(); }));
+        scheduler.advance(3s);
+        EXPECT_EQ(cam.status(), CameraStatus::restarting);
+        EXPECT_EQ(cam.watchdogRetries(), restart);
+        EXPECT_TRUE(log.messages().contains(
+            QStringLiteral("Kamera ohne Bild (Wide:true Macro:false) — automatischer Neustart %1/3")
+                .arg(restart)));
+    }
+    settle();
+    ASSERT_TRUE(pumpUntil([] { return FrameStore::shared().latestBuffer(0).has_value(); }));
+    scheduler.advance(3s);
+    EXPECT_EQ(cam.status(), CameraStatus::noImage);
+    EXPECT_TRUE(cam.running()) << "the restart button stays hidden";
+    EXPECT_TRUE(
+        log.entries().back() ==
+        std::make_pair(LogLevel::error,
+                       QStringLiteral("Kamera liefert kein Bild (Wide:true Macro:false) — "
+                                      "bitte USB-Verbindung/Hub prüfen und neu starten (↻).")));
+    scheduler.advance(10s);
+    EXPECT_EQ(cam.status(), CameraStatus::noImage) << "the watchdog is not armed again";
+}
+
+TEST_F(CameraManagerTest, WatchdogFindingBothCamerasResetsItsCount) {
+    CameraManager& cam = live();
+    scheduler.advance(3s);
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+    EXPECT_EQ(cam.watchdogRetries(), 0);
+}
+
+TEST_F(CameraManagerTest, UnplugLowersTheCountAndIgnoresOtherDevices) {
+    settings->setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
+    CameraManager& cam = live();
+    backend.devices().unplug(VirtualDevices::microphoneID);
+    pumpPosted();
+    EXPECT_EQ(cam.status(), CameraStatus::live) << "the microphone changes nothing here";
+
+    backend.devices().unplug(kMacro);
+    pumpPosted();
+    EXPECT_EQ(cam.status(), CameraStatus::cameraDisconnected);
+    EXPECT_EQ(cam.connectedCount(), 1);
+    EXPECT_FALSE(cam.running());
+    EXPECT_TRUE(log.messages().contains(
+        QStringLiteral("Kamera getrennt: OSTREL Kamera (Makro) — USB-Verbindung/Hub prüfen")));
+    EXPECT_EQ(cam.missingCameraText(),
+              QStringLiteral("Makro-Kamera fehlt — USB-Verbindung/Hub prüfen."));
+    backend.devices().unplug(kWide);
+    pumpPosted();
+    EXPECT_EQ(cam.connectedCount(), 0);
+    cam.deviceDisconnected({kWide, QStringLiteral("OSTREL Kamera"), DeviceType::external});
+    EXPECT_EQ(cam.connectedCount(), 0);
+
+    backend.devices().replug(kWide);
+    backend.devices().replug(kMacro);
+    pumpPosted();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+}
+
+TEST_F(CameraManagerTest, StopWhileSearchingDoesNothingAndStopWhileLiveStopsEverything) {
+    backend.devices().unplug(kMacro);
+    CameraManager& cam = make();
+    cam.startCapture();
+    settle();
+    cam.stopCapture();
+    EXPECT_EQ(cam.status(), CameraStatus::searching);
+    EXPECT_TRUE(cam.polling());
+
+    backend.devices().replug(kMacro);
+    pumpPosted();
+    scheduler.advance(800ms);
+    settle();
+    ASSERT_TRUE(bothCamerasDeliver());
+    cam.stopCapture();
+    EXPECT_EQ(cam.status(), CameraStatus::stopped);
+    EXPECT_FALSE(cam.running());
+    EXPECT_EQ(cam.connectedCount(), 0);
+    EXPECT_TRUE(cam.fps().empty());
+    EXPECT_FALSE(FrameStore::shared().latestBuffer(0));
+    EXPECT_EQ(log.messages().last(), QStringLiteral("Kamera-Sessions gestoppt"));
+}
+
+TEST_F(CameraManagerTest, RecordingLandsInTheFolderUnderItsFinalName) {
+    CameraManager& cam = live();
+    cam.startRecordingWith(false, true, true, QStringLiteral("Praxis Dr. Muster"), 0.3);
+    cam.startRecordingWith(false, true, true, QStringLiteral("zweimal"), 0.3); // ignored
+    EXPECT_TRUE(cam.isRecording());
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 15; }));
+    scheduler.advance(1s);
+    ASSERT_TRUE(cam.writerFPS());
+
+    bool finished = false;
+    cam.onRecordingFinished = [&] { finished = true; };
+    cam.stopRecording();
+    cam.stopRecording(); // ignored while stopping
+    ASSERT_TRUE(pumpUntil([&] { return finished; }));
+    EXPECT_FALSE(cam.isRecording());
+    EXPECT_FALSE(cam.onRecordingFinished);
+    const QStringList saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
+    ASSERT_EQ(saved.size(), 1);
+    EXPECT_TRUE(filesIn(tempFolder(), QStringLiteral("*")).isEmpty());
+    EXPECT_TRUE(partialRecordings(folder()).isEmpty()) << "renamed, not copied";
+    EXPECT_FALSE(cam.savingRecording());
+    const QStringList messages = log.messages();
+    EXPECT_EQ(messages.count(QStringLiteral("Aufnahme läuft (1920×1080, Audio: aus)")), 1)
+        << "no microphone assigned: no sound";
+    EXPECT_TRUE(messages.contains(QStringLiteral("Aufnahme gespeichert: ") + saved[0]));
+}
+
+TEST_F(CameraManagerTest, RecordWhileNotRunningDoesNothingAndLogsNothing) {
+    CameraManager& cam = make();
+    cam.startRecordingWith(false, true, true, QString(), 0.3);
+    cam.stopRecording();
+    EXPECT_FALSE(cam.isRecording());
+    EXPECT_TRUE(log.messages().isEmpty());
+}
+
+TEST_F(CameraManagerTest, FolderThatCannotBeWrittenStopsTheStartWithAnAlert) {
+    CameraManager& cam = live();
+    ASSERT_TRUE(QDir(folder()).removeRecursively()); // the drive is gone
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return !cam.isRecording(); }));
+    EXPECT_EQ(cam.status(), CameraStatus::recordingError);
+    EXPECT_EQ(cam.userAlert(),
+              QStringLiteral("Aufnahme nicht gestartet: In den Aufnahmeordner kann nicht "
+                             "geschrieben werden (Laufwerk voll, schreibgeschützt oder "
+                             "getrennt?). Bitte den Ordner prüfen oder einen anderen wählen."));
+    const auto entries = log.entries();
+    ASSERT_FALSE(entries.empty());
+    EXPECT_EQ(entries.back().first, LogLevel::error);
+    EXPECT_EQ(entries.back().second,
+              QStringLiteral("Aufnahme-Start fehlgeschlagen: Aufnahmeordner nicht beschreibbar "
+                             "(Datei oder Ordner nicht gefunden)"));
+    EXPECT_EQ(cam.recorder().counters().framesAppended, 0) << "nothing recorded into the void";
+    cam.stopRecording(); // nothing to stop
+    pumpPosted();
+    EXPECT_EQ(log.entries().size(), entries.size());
+}
+
+TEST_F(CameraManagerTest, RecordingWithoutFramesIsAFinishError) {
+    backend.devices().setSilent(kWide, true);
+    CameraManager& cam = make();
+    cam.startCapture();
+    settle();
+    ASSERT_TRUE(cam.running());
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    pumpUntil(
+        [&] { return log.messages().join(u'\n').contains(QStringLiteral("Aufnahme läuft")); });
+    bool finished = false;
+    cam.onRecordingFinished = [&] { finished = true; };
+    cam.stopRecording();
+    ASSERT_TRUE(pumpUntil([&] { return finished; }));
+    EXPECT_EQ(cam.status(), CameraStatus::recordingError);
+    EXPECT_TRUE(log.messages().contains(
+        QStringLiteral("Aufnahme-Fehler beim Abschluss: Keine Bilddaten aufgenommen")));
+    EXPECT_TRUE(filesIn(folder(), QStringLiteral("*.mp4")).isEmpty());
+}
+
+TEST_F(CameraManagerTest, WithoutFolderTheFileStaysInTheTemporaryFolder) {
+    CameraManager& cam = live();
+    cam.setSaveURL(QUrl());
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 3; }));
+    bool finished = false;
+    cam.onRecordingFinished = [&] { finished = true; };
+    cam.stopRecording();
+    ASSERT_TRUE(pumpUntil([&] { return finished; }));
+    const QStringList temp = filesIn(tempFolder(), QStringLiteral("ostrel-*.mp4"));
+    ASSERT_EQ(temp.size(), 1);
+    EXPECT_EQ(cam.activeTempFile(), QDir(tempFolder()).filePath(temp[0]));
+    EXPECT_EQ(log.messages().last(),
+              QStringLiteral("Kein Aufnahmeordner gewählt — Datei bleibt im temporären Ordner: ") +
+                  temp[0]);
+}
+
+// The folder is renamed (or deleted, or its drive unmounted) while the file is written: the
+// next storage check notices, the recording goes on in the folder made anew, and nothing is
+// left behind where the folder went. A stop before that check still saves the recording.
+TEST_F(CameraManagerTest, VanishedFolderIsMadeAnewAndTheRecordingGoesOnAndIsSavedThere) {
+    CameraManager& cam = live();
+    const QString away = dir.filePath(QStringLiteral("umbenannt"));
+    const auto stopAndWait = [&] {
+        bool finished = false;
+        cam.onRecordingFinished = [&] { finished = true; };
+        cam.stopRecording();
+        return pumpUntil([&] { return finished; });
+    };
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 20; }));
+    ASSERT_TRUE(pumpUntil([&] { return cam.activeTempFile().has_value(); }));
+    ASSERT_TRUE(QDir().rename(folder(), away));
+    scheduler.advance(5s);
+    ASSERT_TRUE(pumpUntil([&] { return cam.userAlert().has_value(); }));
+    EXPECT_TRUE(cam.userAlert()->contains(QDir::toNativeSeparators(folder())));
+    EXPECT_TRUE(partialRecordings(away).isEmpty());
+    EXPECT_EQ(partialRecordings(folder()).size(), 1);
+    const int before = cam.recorder().counters().framesAppended;
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= before + 20; }));
+    ASSERT_TRUE(stopAndWait());
+    const int appended = cam.recorder().counters().framesAppended;
+    QStringList saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
+    ASSERT_EQ(saved.size(), 1);
+    EXPECT_EQ(decodedVideoFrames(QDir(folder()).filePath(saved[0])), appended);
+
+    // Gone just before the stop, with no check in between.
+    QDir(away).removeRecursively();
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return cam.activeTempFile().has_value(); }));
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 20; }));
+    ASSERT_TRUE(QDir().rename(folder(), away));
+    ASSERT_TRUE(stopAndWait());
+    saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
+    ASSERT_EQ(saved.size(), 1);
+    EXPECT_GE(decodedVideoFrames(QDir(folder()).filePath(saved[0])), 20);
+    EXPECT_TRUE(partialRecordings(away).isEmpty());
+    EXPECT_TRUE(partialRecordings(folder()).isEmpty());
+}
+
+// A drive that stops answering (a frozen file system, a hung network folder): the recording
+// goes on in memory and says why, without blaming the computer; a finish that still waits for
+// the drive after ten seconds is given up, so that quitting goes on; once the drive answers, the
+// recording is saved after all.
+TEST_F(CameraManagerTest, StalledDriveIsSaidAndAFinishWaitingForItIsGivenUpAfterTenSeconds) {
+    CameraManager& cam = live();
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return cam.activeTempFile().has_value(); }));
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 20; }));
+    cam.recorder().holdDiskForTesting(true);
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().diskWaitingMs >= 2000; }));
+    scheduler.advance(500ms);
+    EXPECT_TRUE(cam.recordingNotice().startsWith(QStringLiteral("Laufwerk reagiert nicht")));
+    EXPECT_EQ(cam.recorder().rateLimit(), 0) << "the drive's stall is not the encoder's";
+
+    bool finished = false;
+    cam.onRecordingFinished = [&] { finished = true; };
+    cam.stopRecording();
+    scheduler.advance(9s);
+    EXPECT_FALSE(finished);
+    scheduler.advance(1s);
+    EXPECT_TRUE(finished);
+    EXPECT_FALSE(cam.isRecording());
+    ASSERT_TRUE(cam.userAlert());
+    EXPECT_TRUE(cam.userAlert()->startsWith(
+        QStringLiteral("Die Aufnahme konnte nicht abgeschlossen werden: Das Laufwerk reagiert")));
+    EXPECT_TRUE(filesIn(folder(), QStringLiteral("OSTREL-*.mp4")).isEmpty());
+
+    cam.recorder().holdDiskForTesting(false);
+    ASSERT_TRUE(pumpUntil([&] {
+        return log.messages().join(u'\n').contains(QStringLiteral("Aufnahme gespeichert: "));
+    }));
+    const QStringList saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
+    ASSERT_EQ(saved.size(), 1);
+    EXPECT_GE(decodedVideoFrames(QDir(folder()).filePath(saved[0])), 20);
+}
+
+TEST_F(CameraManagerTest, StorageMonitorWarnsOnceThenStopsTheRecording) {
+    CameraManager& cam = live();
+    freeBytes = 1'800'000'000;
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 3; }));
+    int checks = 0;
+    const auto checked = [&] { return pumpUntil([&] { return cam.storageChecks() == checks; }); };
+    ASSERT_TRUE(pumpUntil(
+        [&] { return log.messages().join(u'\n').contains(QStringLiteral("Aufnahme läuft")); }));
+    scheduler.advance(5s);
+    ++checks;
+    ASSERT_TRUE(checked());
+    ASSERT_TRUE(cam.storageWarning());
+    EXPECT_EQ(*cam.storageWarning(), QStringLiteral("Speicher fast voll · ≈ 8 Min"));
+    EXPECT_TRUE(log.messages().contains(
+        QStringLiteral("Speicherplatz wird knapp: ≈ 8 Min Restzeit am Aufnahmeziel")));
+
+    freeBytes = 1'500'000'000; // fewer minutes now, but the warning stays as it was
+    scheduler.advance(5s);
+    ++checks;
+    ASSERT_TRUE(checked());
+    EXPECT_EQ(*cam.storageWarning(), QStringLiteral("Speicher fast voll · ≈ 8 Min"));
+
+    freeBytes = 900'000'000;
+    bool finished = false;
+    cam.onRecordingFinished = [&] { finished = true; };
+    scheduler.advance(5s);
+    ASSERT_TRUE(pumpUntil([&] { return finished; }));
+    EXPECT_TRUE(log.messages().contains(QStringLiteral(
+        "Speicherplatz fast voll (900 MB frei) — Aufnahme wird automatisch beendet")));
+    EXPECT_EQ(cam.userAlert(),
+              QStringLiteral("Aufnahme automatisch beendet: Der Speicherplatz am Ziel ist fast "
+                             "voll. Die Aufnahme wurde gespeichert."));
+    EXPECT_FALSE(cam.storageWarning());
+    EXPECT_EQ(filesIn(folder(), QStringLiteral("OSTREL-*.mp4")).size(), 1);
+}
+
+TEST_F(CameraManagerTest, WriterFailureAlertsAndStops) {
+    CameraManager& cam = live();
+    cam.startRecordingWith(false, false, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 3; }));
+    cam.recorder().injectWriteFaultForTesting();
+    ASSERT_TRUE(pumpUntil([&] { return !cam.isRecording(); }));
+    EXPECT_EQ(cam.userAlert(),
+              QStringLiteral("Aufnahme fehlgeschlagen — Laufwerk getrennt oder Schreibfehler. Die "
+                             "Datei ist voraussichtlich unbrauchbar."));
+}
+
+TEST_F(CameraManagerTest, PhotoNeedsALivePictureAndWritesThreeFiles) {
+    CameraManager& cam = make();
+    cam.takeSnapshot(false, true, QStringLiteral("Praxis"), 0.3);
+    EXPECT_EQ(log.messages().last(), QStringLiteral("Foto nicht möglich — noch kein Live-Bild"));
+    cam.startCapture();
+    settle();
+    ASSERT_TRUE(bothCamerasDeliver());
+    cam.takeSnapshot(false, true, QStringLiteral("Praxis"), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return filesIn(folder(), QStringLiteral("*.jpg")).size() == 3; }));
+}
+
+// What a run that died mid-recording leaves: a partial file with some complete fragments,
+// whose lock went with the process.
+void recordAbandoned(const QString& path, int frames) {
+    RecordingEngine engine;
+    ASSERT_EQ(engine.start(path, 320, 180, false, {}, 0.3), std::nullopt);
+    for (int i = 0; i < frames; ++i) {
+        FrameJob job;
+        job.wide = syntheticFrame(320, 180, i);
+        job.pts = std::chrono::seconds(10) + i * MediaTime(33'333'333);
+        engine.enqueueFrame(job);
+        engine.waitUntilIdle();
+    }
+} // the engine goes without finishing: the file keeps its fragments and no duration
+
+TEST_F(CameraManagerTest, CrashedRecordingIsRecoveredAtOnceButNotOneStillBeingWritten) {
+    auto crashed = PartialRecording::create(folder(), 1763301909);
+    auto running = PartialRecording::create(folder(), 1763301999);
+    ASSERT_TRUE(std::holds_alternative<std::unique_ptr<PartialRecording>>(crashed));
+    ASSERT_TRUE(std::holds_alternative<std::unique_ptr<PartialRecording>>(running));
+    const QString crashedPath = std::get<std::unique_ptr<PartialRecording>>(crashed)->path();
+    const QString runningPath = std::get<std::unique_ptr<PartialRecording>>(running)->path();
+    recordAbandoned(crashedPath, 150);
+    crashed = QString();                                    // its owner died just now
+    QFile(runningPath).open(QIODevice::WriteOnly);          // another instance is writing this one
+    ::chmod(QFile::encodeName(crashedPath).constData(), 0); // the crash left it without a mode
+    // Named like ours, but not ours to touch: another program's MP4, and another user's file.
+    const QString foreignPath = QDir(folder()).filePath(QStringLiteral(".ostrel-1.partial.mp4"));
+    const QString otherUserPath = QDir(folder()).filePath(QStringLiteral(".ostrel-2.partial.mp4"));
+    recordAbandoned(foreignPath, 150);
+    {
+        QFile foreign(foreignPath);
+        ASSERT_TRUE(foreign.open(QIODevice::ReadWrite));
+        QByteArray bytes = foreign.readAll();
+        ASSERT_TRUE(bytes.contains(ffmpeg::recordingMark));
+        bytes.replace(ffmpeg::recordingMark, "Fremde");
+        foreign.seek(0);
+        foreign.write(bytes);
+    }
+    ASSERT_TRUE(QFile::copy(foreignPath, otherUserPath));
+    // Only root can give a file away.
+    const bool otherUser =
+        ::chown(QFile::encodeName(otherUserPath).constData(), ::geteuid() + 1, ::getegid()) == 0;
+    if (!otherUser)
+        QFile::remove(otherUserPath);
+
+    CameraManager::Options options; // set up as the app does, the folder given afterwards
+    options.scheduler = &scheduler;
+    options.tempFolder = tempFolder();
+    manager = std::make_unique<CameraManager>(backend, *settings, options);
+    QSignalSpy recovered(manager.get(), &CameraManager::leftoversRecovered);
+    manager->setSaveURL(QUrl::fromLocalFile(folder()));
+    ASSERT_TRUE(pumpUntil([&] { return recovered.count() == 1; }));
+    EXPECT_EQ(recovered.first().first().toInt(), 1);
+
+    const QStringList saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
+    ASSERT_EQ(saved.size(), 1);
+    EXPECT_TRUE(log.messages().contains(
+        QStringLiteral("Aufnahme nach Absturz wiederhergestellt: ") + saved[0]));
+    EXPECT_FALSE(QFile::exists(crashedPath));
+    EXPECT_TRUE(QFile::exists(runningPath)) << "held by its writer: never taken";
+    EXPECT_TRUE(QFile::exists(foreignPath));
+    EXPECT_EQ(QFile::exists(otherUserPath), otherUser);
+    const QString file = QDir(folder()).filePath(saved[0]);
+    EXPECT_EQ(QFileInfo(file).permissions() & 0x0fff,
+              QFileDevice::ReadUser | QFileDevice::WriteUser | QFileDevice::ReadGroup |
+                  QFileDevice::ReadOther)
+        << "a new recording's mode";
+    // Left alone files are reported once, not at every look.
+    manager->setSaveURL(QUrl::fromLocalFile(tempFolder()));
+    ASSERT_TRUE(pumpUntil([&] { return recovered.count() == 2; }));
+    manager->setSaveURL(QUrl::fromLocalFile(folder()));
+    ASSERT_TRUE(pumpUntil([&] { return recovered.count() == 3; }));
+    const QStringList messages = log.messages();
+    EXPECT_EQ(messages.count(QStringLiteral("Teilaufnahme nicht angetastet (nicht von OSTREL "
+                                            "geschrieben): ") +
+                             foreignPath),
+              1);
+    EXPECT_EQ(messages.count(QStringLiteral("Teilaufnahme nicht angetastet (gehört einem anderen "
+                                            "Benutzer): ") +
+                             otherUserPath),
+              otherUser ? 1 : 0);
+    const ProbedFile probed = probeFile(file);
+    const int frames = decodedVideoFrames(file);
+    EXPECT_GE(frames, 60);
+    EXPECT_NEAR(probed.duration(), frames / 30.0, 0.15);
+    if (haveGstreamerDiscoverer()) {
+        const std::optional<double> shown = gstreamerDuration(file);
+        ASSERT_TRUE(shown);
+        EXPECT_NEAR(*shown, probed.duration(), 1.0);
+    }
+}
+
+// A stop while a start is in flight: the start's late outcome must not bring back "Live", a
+// running flag or a watchdog that restarts cameras someone else may now use.
+TEST_F(CameraManagerTest, StartThatFinishesAfterAStopIsIgnored) {
+    CameraManager& cam = make();
+    cam.startCapture();
+    ASSERT_TRUE(cam.starting());
+    cam.stopCapture();
+    EXPECT_EQ(cam.status(), CameraStatus::stopped);
+    settle(); // the start's outcome arrives only now
+    EXPECT_EQ(cam.status(), CameraStatus::stopped);
+    EXPECT_FALSE(cam.running());
+    EXPECT_EQ(cam.connectedCount(), 0);
+    EXPECT_FALSE(log.messages().contains(QStringLiteral("2 Kameras live")));
+    scheduler.advance(10s);
+    EXPECT_EQ(cam.status(), CameraStatus::stopped) << "no watchdog, no poll step";
+    EXPECT_FALSE(log.messages().join(u'\n').contains(QStringLiteral("automatischer Neustart")));
+
+    // Stop, then start again at once (a swap of Wide and Macro): only the second start counts.
+    cam.startCapture();
+    cam.stopCapture();
+    cam.startCapture();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+    EXPECT_EQ(log.messages().count(QStringLiteral("2 Kameras live")), 1);
+    ASSERT_TRUE(bothCamerasDeliver());
+}
+
+TEST_F(CameraManagerTest, StartThatFinishesAfterAnUnplugLeavesTheCameraDisconnected) {
+    CameraManager& cam = make();
+    cam.startCapture();
+    ASSERT_TRUE(cam.starting());
+    backend.devices().unplug(kMacro);
+    cam.deviceDisconnected({kMacro, VirtualDevices::cameraName, DeviceType::external});
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::cameraDisconnected);
+    EXPECT_FALSE(cam.running());
+    EXPECT_FALSE(cam.starting()) << "the outcome ran, so the next start may go";
+
+    backend.devices().replug(kMacro);
+    pumpPosted();
+    scheduler.advance(800ms); // the poll loop's next attempt
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+}
+
+// A stop while a start is in flight, then a start before the next poll step: one poll loop
+// only, so the search still lasts its full 60 attempts (about 47 s).
+TEST_F(CameraManagerTest, StopAndStartDuringPollingKeepOnePollLoop) {
+    CameraManager& cam = make();
+    cam.startCapture();
+    ASSERT_TRUE(cam.starting());
+    ASSERT_TRUE(cam.polling());
+    cam.stopCapture();
+    backend.devices().unplug(kMacro); // the notice is not delivered: no event loop runs
+    cam.startCapture();
+    EXPECT_EQ(cam.status(), CameraStatus::searching);
+    scheduler.advance(30s);
+    EXPECT_EQ(cam.status(), CameraStatus::searching);
+    EXPECT_TRUE(cam.polling());
+    EXPECT_EQ(cam.pollCount(), 38);
+    scheduler.advance(17200ms);
+    EXPECT_EQ(cam.status(), CameraStatus::noCameras);
+    EXPECT_EQ(cam.pollCount(), 60);
+    scheduler.advance(10s);
+    EXPECT_EQ(scheduler.pendingCount(), 0);
+    settle();
+}
+
+// A camera that stops sending pictures during a recording is restarted in place, at once and
+// then after 1, 2, 4 and 4 s, while the other camera and the recording go on; after the fifth
+// failed try it is given up with an alert, and only at the recording's end does the whole run
+// stop and start again.
+TEST_F(CameraManagerTest, StalledCameraIsRestartedFiveTimesThenGivenUpWhileTheRecordingGoesOn) {
+    settings->setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
+    CameraManager& cam = live();
+    cam.startRecordingWith(false, true, false, QString(), 0.3);
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 3; }));
+    backend.devices().stall(kMacro);
+    ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::restarting; }, 10000));
+    EXPECT_TRUE(log.messages().contains(QStringLiteral(
+        "Makro-Kamera (OSTREL Kamera) liefert kein Bild mehr — wird neu gestartet")));
+    const std::chrono::milliseconds pauses[] = {1s, 2s, 4s, 4s};
+    for (int attempt = 1; attempt <= 5; ++attempt) {
+        settle();
+        EXPECT_EQ(
+            log.messages().count(
+                QStringLiteral("Makro-Kamera wird neu gestartet (Versuch %1/5)").arg(attempt)),
+            1);
+        EXPECT_TRUE(cam.running()) << "the restart stays inside the run";
+        EXPECT_TRUE(cam.wideLive());
+        scheduler.advance(3s); // the restarted stream shows no picture
+        if (attempt < 5) {
+            const auto pause = pauses[attempt - 1];
+            scheduler.advance(pause - 1ms);
+            EXPECT_EQ(log.messages().filter(QStringLiteral("Versuch %1/5").arg(attempt + 1)).size(),
+                      0);
+            scheduler.advance(1ms);
+        }
+    }
+    const QString message = QStringLiteral("Makro-Kamera (OSTREL Kamera) liefert kein Bild mehr — "
+                                           "USB-Verbindung/Hub prüfen und neu starten (↻)");
+    EXPECT_TRUE(log.entries().back() == std::make_pair(LogLevel::error, message));
+    EXPECT_EQ(cam.userAlert(), message);
+    EXPECT_EQ(cam.status(), CameraStatus::cameraDisconnected);
+    EXPECT_EQ(cam.connectedCount(), 1);
+    EXPECT_FALSE(cam.running());
+    EXPECT_TRUE(cam.cameraMissing());
+    EXPECT_TRUE(cam.wideLive()) << "Wide and the sound go on";
+    EXPECT_FALSE(cam.macroLive());
+    EXPECT_TRUE(cam.micActive());
+    const int appended = cam.recorder().counters().framesAppended;
+    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended > appended + 5; }));
+
+    backend.devices().unstall(kMacro);
+    bool finished = false;
+    cam.onRecordingFinished = [&] { finished = true; };
+    cam.stopRecording();
+    ASSERT_TRUE(pumpUntil([&] { return finished; }));
+    EXPECT_EQ(filesIn(folder(), QStringLiteral("OSTREL-*.mp4")).size(), 1);
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live) << "the whole run started again";
+    EXPECT_FALSE(cam.cameraMissing());
+}
+
+// A stream that ends by itself while its camera is still there comes back in place, without
+// stopping the other camera; a later unplug of the same camera is reported as such.
+TEST_F(CameraManagerTest, EndedStreamComesBackInPlaceAndALaterUnplugIsStillReported) {
+    EXPECT_TRUE(backend.devices().applyFaults(QStringLiteral("end=%1@300ms").arg(kWide)).isEmpty());
+    CameraManager& cam = live();
+    ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::restarting; }));
+    EXPECT_TRUE(log.messages().contains(QStringLiteral(
+        "Bildstrom der Wide-Kamera (OSTREL Kamera) abgebrochen — wird neu gestartet")));
+    settle();
+    ASSERT_TRUE(pumpUntil([] { return FrameStore::shared().latestBuffer(0).has_value(); }));
+    scheduler.advance(3s);
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+    EXPECT_TRUE(cam.running());
+    EXPECT_EQ(cam.connectedCount(), 2);
+    EXPECT_TRUE(
+        log.messages().contains(QStringLiteral("Kamera wieder live: OSTREL Kamera (Wide)")));
+    EXPECT_FALSE(log.messages().contains(QStringLiteral("Kamera-Sessions gestoppt")));
+
+    backend.devices().unplug(kWide);
+    ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::cameraDisconnected; }));
+    pumpPosted();
+    EXPECT_EQ(log.messages().count(QStringLiteral(
+                  "Kamera getrennt: OSTREL Kamera (Wide) — USB-Verbindung/Hub prüfen")),
+              1);
+}
+
+// An unplug is seen twice (the stream ends, the notice comes): counted and logged once.
+TEST_F(CameraManagerTest, UnplugSeenByTheStreamAndTheNoticeCountsOnce) {
+    CameraManager& cam = live();
+    backend.devices().unplug(kMacro);
+    ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::cameraDisconnected; }));
+    // Both reports have arrived once the session no longer runs and the notice is delivered.
+    pumpPosted();
+    manager->drainConfigurationQueue();
+    pumpPosted();
+    EXPECT_EQ(cam.connectedCount(), 1);
+    EXPECT_EQ(log.messages().count(QStringLiteral(
+                  "Kamera getrennt: OSTREL Kamera (Makro) — USB-Verbindung/Hub prüfen")),
+              1);
+    EXPECT_FALSE(cam.userAlert()) << "the status and the banner say it";
+}
+
+// A microphone whose stream ends comes back in place by itself; one that is pulled is said once
+// as a warning and shown, the meter reads nothing while it is gone, and it is taken back when it
+// is plugged in again. The cameras go on throughout.
+TEST_F(CameraManagerTest, LostMicrophoneIsSaidShownAndTakenBackWhileTheCamerasGoOn) {
+    settings->setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
+    const QString mic = VirtualDevices::microphoneID;
+    EXPECT_TRUE(backend.devices().applyFaults(QStringLiteral("end=%1@300ms").arg(mic)).isEmpty());
+    CameraManager& cam = live();
+    const QString back = QStringLiteral("Mikrofon wieder verbunden: OSTREL Mikrofon");
+    ASSERT_TRUE(pumpUntil([&] { return log.messages().contains(back); }));
+    EXPECT_TRUE(log.messages().contains(QStringLiteral(
+        "Tonstrom des Mikrofons (OSTREL Mikrofon) abgebrochen — wird neu gestartet")));
+    EXPECT_TRUE(cam.micActive());
+    EXPECT_FALSE(cam.microphoneMissing());
+    ASSERT_TRUE(pumpUntil([&] { return cam.audioLevel() > 0; })) << "the tone again";
+
+    QSignalSpy shown(&cam, &CameraManager::microphoneMissingChanged);
+    backend.devices().unplug(mic);
+    ASSERT_TRUE(pumpUntil([&] { return cam.microphoneMissing(); }));
+    settle(); // the stream end and the notice have both arrived
+    const auto pulled = std::make_pair(
+        LogLevel::warn, QStringLiteral("Mikrofon getrennt: OSTREL Mikrofon — Anschluss prüfen"));
+    const auto entries = log.entries();
+    EXPECT_EQ(std::count(entries.begin(), entries.end(), pulled), 1);
+    EXPECT_EQ(shown.count(), 1);
+    EXPECT_EQ(cam.missingMicrophoneText(), QStringLiteral("Mikrofon fehlt — Anschluss prüfen."));
+    EXPECT_FALSE(cam.micActive());
+    EXPECT_EQ(cam.audioLevel(), 0.0f);
+    EXPECT_FALSE(pumpUntil([&] { return cam.audioLevel() > 0; }, 300)) << "no level while gone";
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+    EXPECT_EQ(cam.connectedCount(), 2);
+    EXPECT_FALSE(cam.cameraMissing());
+
+    backend.devices().replug(mic);
+    pumpPosted();
+    settle();
+    EXPECT_FALSE(cam.microphoneMissing());
+    EXPECT_TRUE(cam.missingMicrophoneText().isEmpty());
+    EXPECT_TRUE(cam.micActive());
+    EXPECT_EQ(log.entries().back(), std::make_pair(LogLevel::info, back));
+    ASSERT_TRUE(pumpUntil([&] { return cam.audioLevel() > 0; })) << "the meter moves again";
+    EXPECT_FALSE(log.messages().contains(QStringLiteral("Kamera-Sessions gestoppt")));
+}
+
+// Two cameras on one USB 2 hub: not "cameras not found" after 60 attempts, but the bandwidth
+// message, alerted once.
+TEST_F(CameraManagerTest, NoUsbBandwidthIsSaidOnceAndNotCalledMissingCameras) {
+    backend.devices().setNoBandwidth(kMacro, true);
+    CameraManager& cam = make();
+    cam.startCapture();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::cameraError);
+    const QString bandwidth = QStringLiteral(
+        "USB-Bandbreite reicht nicht — Kameras an verschiedene USB-Anschlüsse anschließen");
+    EXPECT_EQ(cam.userAlert(), bandwidth);
+    cam.setUserAlert(std::nullopt); // dismissed
+    for (int step = 0; step < 60; ++step) {
+        scheduler.advance(800ms);
+        settle();
+    }
+    EXPECT_FALSE(cam.userAlert()) << "the same cause is not alerted at every attempt";
+    EXPECT_FALSE(cam.polling());
+    EXPECT_EQ(cam.status(), CameraStatus::cameraError);
+    EXPECT_FALSE(log.messages().contains(
+        QStringLiteral("Kameras nicht erkannt — beide anstecken; bei Bedarf neu starten.")));
+    EXPECT_TRUE(log.messages().contains(QStringLiteral("Kameras gefunden, starten aber nicht: ") +
+                                        bandwidth));
+}
+
+// No rights to the camera, or another program streaming from it: the window says what to do,
+// once per cause, in the user's language (German here, no translator installed).
+TEST_F(CameraManagerTest, CameraWithoutRightsOrBusyAlertsWhatToDo) {
+    backend.devices().setInputError(kMacro, CameraErrorTexts::noAccess());
+    CameraManager& cam = make();
+    cam.startCapture();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::cameraError);
+    EXPECT_EQ(cam.userAlert(), CameraErrorTexts::noAccess());
+    EXPECT_TRUE(log.messages().contains(QStringLiteral("Kamera 1 (OSTREL Kamera): ") +
+                                        CameraErrorTexts::noAccess()));
+
+    // Rights granted; now another program holds the Wide camera.
+    backend.devices().setInputError(kMacro, QString());
+    const QString busy = CameraErrorTexts::busy(QStringLiteral("cheese, PID 4711"));
+    backend.devices().setStartError(kWide, busy);
+    scheduler.advance(800ms);
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::cameraError);
+    EXPECT_EQ(cam.userAlert(), busy);
+
+    backend.devices().setStartError(kWide, QString()); // the other program quit
+    scheduler.advance(800ms);
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
+}
