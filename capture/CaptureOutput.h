@@ -65,9 +65,9 @@ private:
 };
 
 // A video output that knows which camera (0 Wide, 1 Macro) it belongs to.
-class TaggedOutput : public VideoDataOutput {
+class CameraOutput : public VideoDataOutput {
 public:
-    explicit TaggedOutput(int index = 0) : index(index) {}
+    explicit CameraOutput(int index = 0) : index(index) {}
     const int index;
 };
 

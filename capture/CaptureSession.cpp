@@ -3,9 +3,9 @@
 #include <algorithm>
 
 // Routes what the inputs capture to the session's current outputs.
-class CaptureSession::Router : public CaptureSink {
+class CaptureSession::OutputDispatcher : public CaptureSink {
 public:
-    explicit Router(CaptureSession& session) : m_session(session) {}
+    explicit OutputDispatcher(CaptureSession& session) : m_session(session) {}
 
     bool wantsVideo() const override {
         for (const auto& output : m_session.outputs())
@@ -40,7 +40,7 @@ private:
     CaptureSession& m_session;
 };
 
-CaptureSession::CaptureSession() : m_router(std::make_unique<Router>(*this)) {
+CaptureSession::CaptureSession() : m_dispatcher(std::make_unique<OutputDispatcher>(*this)) {
 }
 
 CaptureSession::~CaptureSession() {
@@ -108,7 +108,7 @@ void CaptureSession::startRunning() {
     if (toStart.empty())
         failure = QStringLiteral("kein Eingang");
     for (const auto& input : toStart) {
-        failure = input->start(m_preset, *m_router);
+        failure = input->start(m_preset, *m_dispatcher);
         if (failure)
             break;
         std::lock_guard guard(m_lock);

@@ -55,7 +55,7 @@ public:
     void setStreamEndHandler(StreamEndHandler handler);
 
 private:
-    class Router;
+    class OutputDispatcher;
     void stopInputs();
 
     mutable std::mutex m_lock; // guards the lists, read by the inputs' threads
@@ -67,5 +67,5 @@ private:
     SessionPreset m_preset = SessionPreset::deviceDefault;
     std::atomic<bool> m_running{false};
     std::atomic<bool> m_streamLost{false};
-    std::unique_ptr<Router> m_router;
+    std::unique_ptr<OutputDispatcher> m_dispatcher;
 };

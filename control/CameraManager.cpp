@@ -28,9 +28,9 @@ QPointer<CameraManager>& currentManager() {
 
 // The outputs hold their delegate weakly; this small object forwards to the manager, which
 // outlives every delivery (its destructor stops the sessions and drains the queues first).
-class CameraManager::Delegate : public SampleBufferDelegate {
+class CameraManager::FrameForwarder : public SampleBufferDelegate {
 public:
-    explicit Delegate(CameraManager& manager) : m_manager(manager) {}
+    explicit FrameForwarder(CameraManager& manager) : m_manager(manager) {}
     void captureOutput(CaptureOutput& output, const SampleBuffer& buffer) override {
         m_manager.handleFrame(output, buffer);
     }
@@ -97,9 +97,9 @@ CameraManager::CameraManager(CaptureBackend& backend, SettingsStore& settings, O
         });
     };
 
-    m_delegate = std::make_shared<Delegate>(*this);
+    m_forwarder = std::make_shared<FrameForwarder>(*this);
     m_pipeline = std::make_unique<PipelineSetup>(
-        m_backend, m_delegate,
+        m_backend, m_forwarder,
         std::array<SerialQueue*, 2>{m_camQueues[0].get(), m_camQueues[1].get()},
         m_frameQueue.get());
     m_pipeline->macroStartPause = m_options.macroStartPause;
@@ -118,7 +118,7 @@ CameraManager::~CameraManager() {
     m_snapshotQueue->drain();
     m_storageQueue->drain();
     m_fileQueue->drain();
-    m_delegate.reset();
+    m_forwarder.reset();
 }
 
 CameraManager* CameraManager::current() {
@@ -140,7 +140,7 @@ void CameraManager::handleFrame(CaptureOutput& output, const SampleBuffer& buffe
         runOn(this, [this, level = *dB] { applyAudioLevel(level); });
         return;
     }
-    const auto* tagged = dynamic_cast<const TaggedOutput*>(&output);
+    const auto* tagged = dynamic_cast<const CameraOutput*>(&output);
     if (!tagged || !buffer.image)
         return;
     const int index = tagged->index;

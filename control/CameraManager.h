@@ -206,8 +206,8 @@ signals:
     void leftoversRecovered(int saved);
 
 private:
-    class Delegate;
-    friend class Delegate;
+    class FrameForwarder;
+    friend class FrameForwarder;
 
     // Frames, on the delivery queues.
     void handleFrame(CaptureOutput& output, const SampleBuffer& buffer);
@@ -422,7 +422,7 @@ private:
     QString m_macroUID;
     QString m_micUID;
 
-    std::shared_ptr<Delegate> m_delegate;
+    std::shared_ptr<FrameForwarder> m_forwarder;
     std::unique_ptr<PipelineSetup> m_pipeline;
     CaptureSessions m_sessions;
 };

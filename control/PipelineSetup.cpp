@@ -61,7 +61,7 @@ bool PipelineSetup::configureVideoSession(CaptureSession& session, const Capture
     }
     session.addInput(made.input);
 
-    auto output = std::make_shared<TaggedOutput>(index);
+    auto output = std::make_shared<CameraOutput>(index);
     output->setAlwaysDiscardsLateVideoFrames(true);
     output->setVideoSettings(pixelFormatBGRA);
     output->setSampleBufferDelegate(m_delegate, m_cameraQueues[std::size_t(index)]);

@@ -3,8 +3,8 @@
 
 #include "recording/CompositeRenderer.h"
 
-#include "recording/CompositeRaster.h"
 #include "recording/CompositeRendererCaches.h"
+#include "recording/CompositeRendererRaster.h"
 
 #include <opencv2/core.hpp>
 

@@ -5,9 +5,9 @@
 // (CompositeRendererYuv.cpp); internal to the renderer.
 
 #include "recording/BilinearResampler.h"
-#include "recording/CompositeRaster.h"
 #include "recording/CompositeRenderer.h"
-#include "recording/CompositeYuv.h"
+#include "recording/CompositeRendererPlanes.h"
+#include "recording/CompositeRendererRaster.h"
 
 #include <opencv2/core.hpp>
 

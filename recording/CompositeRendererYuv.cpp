@@ -3,9 +3,9 @@
 #include "recording/CompositeRenderer.h"
 
 #include "recording/Bt709Yuv.h"
-#include "recording/CompositeRaster.h"
 #include "recording/CompositeRendererCaches.h"
-#include "recording/CompositeYuv.h"
+#include "recording/CompositeRendererPlanes.h"
+#include "recording/CompositeRendererRaster.h"
 
 #include <opencv2/core.hpp>
 

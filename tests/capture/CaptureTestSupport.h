@@ -28,7 +28,7 @@ class RecordingDelegate : public SampleBufferDelegate {
 public:
     void captureOutput(CaptureOutput& output, const SampleBuffer& buffer) override {
         std::lock_guard guard(lock);
-        if (auto* tagged = dynamic_cast<TaggedOutput*>(&output)) {
+        if (auto* tagged = dynamic_cast<CameraOutput*>(&output)) {
             const int i = tagged->index;
             ++frames[i];
             lastSize[i] = QSize(buffer.image.width(), buffer.image.height());

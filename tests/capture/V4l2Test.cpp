@@ -69,7 +69,7 @@ protected:
         auto session = std::shared_ptr<CaptureSession>(backend.makeSession());
         session->setSessionPreset(preset);
         session->addInput(made.input);
-        output = std::make_shared<TaggedOutput>(0);
+        output = std::make_shared<CameraOutput>(0);
         // Keeps every frame, so the count of delivered frames does not depend on timing.
         output->setAlwaysDiscardsLateVideoFrames(false);
         output->setSampleBufferDelegate(delegate, &queue);
@@ -96,7 +96,7 @@ protected:
     SerialQueue queue{"com.ostrel.cam.video0"};
     std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
     std::shared_ptr<V4l2Input> input;
-    std::shared_ptr<TaggedOutput> output;
+    std::shared_ptr<CameraOutput> output;
 };
 
 } // namespace

@@ -31,7 +31,7 @@ struct Stream {
         session->setSessionPreset(preset);
         session->addInput(made.input);
         if (device->mediaType() == MediaType::video) {
-            auto output = std::make_shared<TaggedOutput>(0);
+            auto output = std::make_shared<CameraOutput>(0);
             output->setAlwaysDiscardsLateVideoFrames(true);
             output->setSampleBufferDelegate(delegate, &queue);
             session->addOutput(output);
@@ -156,7 +156,7 @@ TEST(VideoDataOutput, DropsFramesThatArriveWhileThePreviousIsStillHandled) {
         ++delivered;
         wake.wait(guard, [&] { return release; });
     };
-    auto output = std::make_shared<TaggedOutput>(1);
+    auto output = std::make_shared<CameraOutput>(1);
     output->setAlwaysDiscardsLateVideoFrames(true);
     output->setSampleBufferDelegate(delegate, &queue);
     auto sample = [] {
@@ -183,7 +183,7 @@ TEST(VideoDataOutput, DropsFramesThatArriveWhileThePreviousIsStillHandled) {
 TEST(VideoDataOutput, FrameThatFailsToRenderIsNeverDelivered) {
     SerialQueue queue("com.ostrel.cam.video0");
     auto delegate = std::make_shared<RecordingDelegate>();
-    auto output = std::make_shared<TaggedOutput>(0);
+    auto output = std::make_shared<CameraOutput>(0);
     output->setSampleBufferDelegate(delegate, &queue);
     output->deliver({MediaTime(1), [] { return PixelBuffer(); }});
     output->deliver({MediaTime(2), [] { return PixelBuffer::allocate(4, 2); }});
@@ -391,7 +391,7 @@ TEST(VirtualCamera, PlaysAStreamOnFileThroughTheCamerasDecoder) {
         auto made = backend.makeDeviceInput(backend.discovery().allDevices()[0]);
         auto session = backend.makeSession();
         session->addInput(made.input);
-        auto output = std::make_shared<TaggedOutput>(0);
+        auto output = std::make_shared<CameraOutput>(0);
         output->setAlwaysDiscardsLateVideoFrames(false);
         output->setSampleBufferDelegate(delegate, &queue);
         session->addOutput(output);

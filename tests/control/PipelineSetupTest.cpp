@@ -110,7 +110,7 @@ TEST_F(PipelineSetupTest, BothCamerasAndMicrophoneStartAndDeliverOnTheirQueues) 
 
     for (int i = 0; i < 2; ++i) {
         ASSERT_EQ(session(i).outputs().size(), 1u);
-        auto output = std::dynamic_pointer_cast<TaggedOutput>(session(i).outputs().front());
+        auto output = std::dynamic_pointer_cast<CameraOutput>(session(i).outputs().front());
         ASSERT_TRUE(output);
         EXPECT_EQ(output->index, i);
         EXPECT_TRUE(output->alwaysDiscardsLateVideoFrames());

@@ -4,7 +4,7 @@
 
 #include <mutex>
 
-class PreviewSession::Slot : public SampleBufferDelegate {
+class PreviewSession::NewestPicture : public SampleBufferDelegate {
 public:
     void captureOutput(CaptureOutput&, const SampleBuffer& buffer) override {
         if (!buffer.image)
@@ -34,11 +34,11 @@ private:
 
 PreviewSession::PreviewSession(CaptureBackend& backend)
     : m_backend(backend), m_session(backend.makeSession()),
-      m_output(std::make_shared<VideoDataOutput>()), m_slot(std::make_shared<Slot>()) {
+      m_output(std::make_shared<VideoDataOutput>()), m_newest(std::make_shared<NewestPicture>()) {
     m_output->setAlwaysDiscardsLateVideoFrames(true);
     m_output->setVideoSettings(pixelFormatBGRA);
     // Pictures are delivered on the same queue: a preview changes its session rarely.
-    m_output->setSampleBufferDelegate(m_slot, &m_queue);
+    m_output->setSampleBufferDelegate(m_newest, &m_queue);
 }
 
 PreviewSession::~PreviewSession() {
@@ -60,7 +60,7 @@ void PreviewSession::configureOnQueue(const std::optional<CaptureDevice>& device
     session.beginConfiguration();
     for (const auto& input : session.inputs())
         session.removeInput(input);
-    m_slot->clear();
+    m_newest->clear();
     if (device) {
         // A device that cannot be opened leaves the preview black; nothing is reported.
         const DeviceInputResult made = m_backend.makeDeviceInput(*device);
@@ -82,11 +82,11 @@ void PreviewSession::stopOnQueue() {
     for (const auto& input : session.inputs())
         session.removeInput(input);
     session.commitConfiguration();
-    m_slot->clear();
+    m_newest->clear();
 }
 
 PixelBuffer PreviewSession::newest(int* sequence) const {
-    return m_slot->newest(sequence);
+    return m_newest->newest(sequence);
 }
 
 bool PreviewSession::isRunning() const {

@@ -12,7 +12,7 @@ class VideoDataOutput;
 
 // The capture session behind one device preview. Every change of the session runs on its own
 // serial queue, so the caller never waits for a camera; the newest delivered picture waits in
-// a slot until the view takes it. Destruction stops the session and releases the device.
+// place until the view takes it. Destruction stops the session and releases the device.
 class PreviewSession {
 public:
     static inline const char* const queueLabel = "com.ostrel.preview.config";
@@ -39,14 +39,14 @@ public:
     int configurationCount() const { return m_configurations; }
 
 private:
-    class Slot;
+    class NewestPicture;
     void configureOnQueue(const std::optional<CaptureDevice>& device);
     void stopOnQueue();
 
     CaptureBackend& m_backend;
     std::unique_ptr<CaptureSession> m_session;
     std::shared_ptr<VideoDataOutput> m_output;
-    std::shared_ptr<Slot> m_slot;
+    std::shared_ptr<NewestPicture> m_newest;
     std::atomic<int> m_configurations{0};
     // Last, so it is joined (running what is still queued) before the rest goes away.
     SerialQueue m_queue{queueLabel};

@@ -1,4 +1,4 @@
-#include "recording/CompositeYuv.h"
+#include "recording/CompositeRendererPlanes.h"
 
 #include "recording/Bt709Yuv.h"
 

@@ -1,4 +1,4 @@
-#include "recording/CompositeRaster.h"
+#include "recording/CompositeRendererRaster.h"
 
 #include <opencv2/imgproc.hpp>
 

@@ -4,7 +4,7 @@
 // (premultiplied BGRA) laid over them, either per call or prepared once for a whole recording.
 // Internal to the renderer.
 
-#include "recording/CompositeRaster.h"
+#include "recording/CompositeRendererRaster.h"
 #include "recording/Yuv420Buffer.h"
 
 #include <opencv2/core.hpp>
