@@ -86,7 +86,7 @@ public:
                                                   const std::optional<QString>&)>
             freeSpace;
         std::chrono::milliseconds macroStartPause{200};
-        // Cores the live view and a software encoder share; the machine's when 0.
+        // Cores the live view and a software encoder share; those the process may use when 0.
         unsigned cores = 0;
     };
 
@@ -292,9 +292,9 @@ private:
     void storageTick(StorageBudget budget, std::uint64_t generation);
 
     // Recording pressure, main thread: the live view gives way to the encoder.
-    // At the press, before the encoder opens: the live view steps aside at once where the
-    // encoder is expected to need most of the CPU.
-    void yieldLiveViewForRecording(const QString& encoder);
+    // At the press, before the encoder opens: the live view steps aside while the encoder is
+    // measured.
+    void yieldLiveViewForRecording();
     unsigned cores() const;
     void startPressureWatch(int width, int height);
     void stopPressureWatch();

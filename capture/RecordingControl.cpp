@@ -11,7 +11,6 @@
 #include "recording/Photos.h"
 #include "recording/RecordingEngine.h"
 #include "recording/Watermark.h"
-#include "recording/ffmpeg/VideoEncoder.h"
 #include "runtime/MainThread.h"
 #include "runtime/SerialQueue.h"
 
@@ -33,7 +32,7 @@ void CameraManager::startRecording(int width, int height, bool withAudio, const 
                                    double macroFraction) {
     if (!m_running || m_isRecording)
         return;
-    yieldLiveViewForRecording(ffmpeg::VideoEncoder::expectedName());
+    yieldLiveViewForRecording();
     ++m_recordingGeneration;
     m_movingPartial = false;
     setRecording(true);
