@@ -49,6 +49,8 @@ public:
     void unstall(const QString& id);   // sends pictures again (to a stream started anew)
     void endStream(const QString& id); // the running stream ends once, the device stays
     void setNoBandwidth(const QString& id, bool none); // its stream cannot start (USB bandwidth)
+    // Pictures per second from its next start (a UVC camera in dim light gives 15); 0: 30.
+    void setFramesPerSecond(const QString& id, int fps);
 
     // Applies a fault list such as "silent=ostrel-virtual-camera-2;size=...-1:640x480;
     // unplug=...;refusePreset" (manual runs read it from OSTREL_VIRTUAL_FAULTS). A camera fault
@@ -78,6 +80,7 @@ public:
         bool stalled = false;
         bool endRequested = false;
         bool noBandwidth = false;
+        int framesPerSecond = 0; // 0: the scene's own rate
         VirtualScene::Motion motion = VirtualScene::Motion::pan;
         std::shared_ptr<const CameraBuffers> stream; // played instead of the scene
         QString streamName;                          // its file name
