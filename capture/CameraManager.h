@@ -7,6 +7,7 @@
 #include "capture/SilenceSource.h"
 #include "capture/StorageBudget.h"
 #include "recording/RecordingPressure.h"
+#include "recording/WatermarkCache.h"
 #include "runtime/Scheduler.h"
 
 #include <QImage>
@@ -264,6 +265,8 @@ private:
     void scheduleStopSessions();
 
     // Recording, main thread.
+    // The watermark a press would need, made ahead from the settings.
+    void prepareWatermark();
     void recordingFinished(std::uint64_t generation, std::optional<QString> file,
                            std::optional<QString> error);
     void recordingEnded();
@@ -325,6 +328,8 @@ private:
     SettingsStore& m_settings;
     Scheduler& m_scheduler;
     Options m_options;
+    // Before the queues: photo jobs still queued at the end take their watermark from it.
+    WatermarkCache m_watermarks;
 
     CameraStatus m_status = CameraStatus::ready;
     bool m_running = false;

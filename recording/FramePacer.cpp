@@ -5,22 +5,26 @@ void FramePacer::setLimit(int fps) {
     m_credit = 0;
 }
 
-double FramePacer::cameraRate() const {
-    return m_interval > 0 ? 1.0 / m_interval : 0;
-}
-
 bool FramePacer::keep(MediaTime pts) {
-    if (m_last) {
-        const double delta = mediaSeconds(pts - *m_last);
-        // A gap (a stalled camera, a restart) says nothing about the rate.
-        if (delta > 0.004 && delta < 0.5)
-            m_interval = m_interval > 0 ? m_interval + (delta - m_interval) * 0.1 : delta;
+    if (!m_last || mediaSeconds(pts - *m_last) > longestGap || pts < *m_last) {
+        m_windowStart = pts;
+        m_windowFrames = 0;
+    } else {
+        ++m_windowFrames;
+        const double span = mediaSeconds(pts - *m_windowStart);
+        // The first window's estimate is used as it grows; later ones replace it when full.
+        if (span > 0 && (m_firstWindow || span >= window))
+            m_rate = m_windowFrames / span;
+        if (span >= window) {
+            m_windowStart = pts;
+            m_windowFrames = 0;
+            m_firstWindow = false;
+        }
     }
     m_last = pts;
-    const double rate = cameraRate();
-    if (m_limit == 0 || rate <= 0 || rate < m_limit + 0.5)
+    if (m_limit == 0 || m_rate <= 0 || m_rate < m_limit + 0.5)
         return true;
-    m_credit += m_limit / rate;
+    m_credit += m_limit / m_rate;
     // The measured rate wavers in its last digits: sums land a hair below whole numbers.
     if (m_credit < 1 - 1e-3)
         return false;
