@@ -18,6 +18,7 @@
 #include "capture/CameraManager.h"
 #include "capture/FrameStore.h"
 #include "capture/virtual/VirtualBackend.h"
+#include "diagnostics/OstrelLog.h"
 #include "recording/RecordingEngine.h"
 #include "recording/ffmpeg/VideoEncoder.h"
 #include "settings/SettingsStore.h"
@@ -25,6 +26,7 @@
 #include "ui/main/LiveCameraView.h"
 #include "ui/main/RenderThreadPriority.h"
 
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QGuiApplication>
@@ -149,6 +151,7 @@ int record(AppShell& shell, QQuickWindow* window, const Run& run) {
     const int macroBefore = macro ? macro->framesShown() : 0;
     QElapsedTimer clock;
     clock.start();
+    const QDateTime startedAt = QDateTime::currentDateTime();
     QElapsedTimer press;
     press.start();
     cam.startRecordingWith(run.high, true, true, QStringLiteral("Praxis Dr. Muster"), 0.3);
@@ -232,8 +235,9 @@ int record(AppShell& shell, QQuickWindow* window, const Run& run) {
                 run.baseline ? "BASELINE (live view at full rate)" : "live view gives way",
                 run.seconds, qPrintable(cam.recorder().videoEncoderName()),
                 cam.recorder().cameraRate());
-    std::printf("  GUI thread at press   record %.1f ms, photo %.1f ms\n", recordPressMs,
-                photoPressMs);
+    std::printf("  GUI thread at press   record %.1f ms, photo %.1f ms; %d frames before the "
+                "watermark joined\n",
+                recordPressMs, photoPressMs, end.plainFrames);
     std::printf("  frames written/s      %.1f whole run, %.1f from %.0f s on (%d frames)\n",
                 end.framesAppended / elapsed, (end.framesAppended - atFive.framesAppended) / steady,
                 fiveAt, end.framesAppended);
@@ -266,6 +270,11 @@ int record(AppShell& shell, QQuickWindow* window, const Run& run) {
     std::printf("  by second            drops/live ms/encoder cores/GUI cores:%s\n",
                 qPrintable(timeline));
     std::printf("  notice                %s\n", notice.isEmpty() ? "(none)" : qPrintable(notice));
+    // What the app measured of its encoder, and what it did about it.
+    for (const LogEntry& entry : OstrelLog::shared().entries())
+        if (entry.date >= startedAt && (entry.message.contains(QStringLiteral("mit voller Last")) ||
+                                        entry.message.contains(QStringLiteral("gleichmäßig"))))
+            std::printf("  log                   %s\n", qPrintable(entry.message));
     std::fflush(stdout);
     return 0;
 }

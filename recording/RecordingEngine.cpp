@@ -71,6 +71,7 @@ RecordingEngine::Counters RecordingEngine::counters() const {
     c.skippedPaced = m_skippedPaced;
     c.cameraFrames = m_cameraFrames;
     c.encoded = m_encoded;
+    c.plainFrames = m_plainFrames;
     c.diskWaitingMs = m_diskWaitingMs;
     c.diskBacklogBytes = m_diskBacklogBytes;
     return c;
@@ -141,7 +142,8 @@ std::optional<QString> RecordingEngine::start(const QString& path, int width, in
     m_pending.reset();
     m_draining = false;
     m_framesAppended = m_appendedThisSecond = m_droppedBusy = m_droppedNotReady = 0;
-    m_backlogged = m_skippedPaced = m_cameraFrames = m_encoded = m_diskWaitingMs = 0;
+    m_backlogged = m_skippedPaced = m_cameraFrames = m_encoded = m_plainFrames = 0;
+    m_diskWaitingMs = 0;
     m_pacer = FramePacer();
     m_diskBacklogBytes = 0;
     return std::nullopt;
@@ -277,6 +279,8 @@ void RecordingEngine::appendFrame(const FrameJob& job) {
         ++m_appendedThisSecond;
         if (backlogged)
             ++m_backlogged;
+        if (m_overlay.isNull())
+            ++m_plainFrames;
     }
     ++m_winAppends;
     checkDropWindow();

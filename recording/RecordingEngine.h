@@ -72,6 +72,7 @@ public:
         int skippedPaced = 0; // Wide frames left out on purpose to keep an even, lower rate
         int cameraFrames = 0; // Wide frames offered, kept or not
         int encoded = 0;      // frames the encoder has taken
+        int plainFrames = 0;  // frames written before the watermark was there
         // How long encoded data has been waiting for the drive, as of the latest frame or
         // sound; zero while the drive keeps up.
         int diskWaitingMs = 0;
@@ -162,6 +163,7 @@ private:
     int m_skippedPaced = 0;
     int m_cameraFrames = 0;
     int m_encoded = 0;
+    int m_plainFrames = 0;
     int m_diskWaitingMs = 0;
     bool m_soundMuted = false;
     std::int64_t m_diskBacklogBytes = 0;
