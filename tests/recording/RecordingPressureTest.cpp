@@ -285,3 +285,29 @@ TEST(RecordingPressure, AStepUpTheLiveViewCannotHoldIsTriedAgainOnlyAfterTwiceTh
     ticks.calm(1);
     EXPECT_EQ(pressure.liveIntervalMs(), 33);
 }
+
+TEST(RecordingPressure, AnEncoderMeasuredToKeepUpGetsEveryFrameBackAfterOtherProgramsTookTheCpu) {
+    RecordingPressure pressure;
+    pressure.start(2);
+    Ticks ticks(pressure);
+    for (int i = 0; i < 4; ++i)
+        ticks.measuredTick(15, 35'000, 30); // 57 fps flat out
+    ASSERT_EQ(pressure.rateLimit(), 0);
+    for (int i = 0; i < 4; ++i)
+        ticks.tick(12, 3, 12); // a build next door: 24 fps reached
+    ASSERT_EQ(pressure.rateLimit(), 24);
+    ticks.calm(6 * 3);
+    ASSERT_EQ(pressure.rateLimit(), 29);
+    ticks.calm(6);
+    EXPECT_EQ(pressure.rateLimit(), 0);
+    // Still crowded: paced again, and from now on each step back waits twice as long.
+    for (int i = 0; i < 4; ++i)
+        ticks.tick(12, 3, 12);
+    ASSERT_EQ(pressure.rateLimit(), 24);
+    ticks.calm(12 * 3);
+    EXPECT_EQ(pressure.rateLimit(), 29);
+    ticks.calm(11);
+    EXPECT_EQ(pressure.rateLimit(), 29);
+    ticks.calm(1);
+    EXPECT_EQ(pressure.rateLimit(), 0);
+}
