@@ -104,15 +104,15 @@ void RecordingPressure::judge(int appended, int dropped, int backlogged) {
     if (++m_calmTicks < m_calmNeeded)
         return;
     m_calmTicks = 0;
-    if (m_rateLimit > 0 && (m_failedRate == 0 || m_rateLimit + 1 < m_failedRate)) {
-        m_rateLimit = m_failedRate > 0 ? std::min(m_rateLimit + raiseStep, m_failedRate - 1)
-                                       : m_rateLimit + raiseStep;
-    } else if (m_rateLimit > 0 && m_flatOutFps && *m_flatOutFps >= encoderMargin * m_cameraFps) {
+    if (m_rateLimit > 0 && m_flatOutFps && *m_flatOutFps >= encoderMargin * m_cameraFps) {
         // An encoder measured to carry every frame lost them to other programs for a while:
         // every frame again, tried like a step up of the live view.
         m_rateLimit = 0;
         m_failedRate = 0;
         m_ticksSinceStepUp = 0;
+    } else if (m_rateLimit > 0 && (m_failedRate == 0 || m_rateLimit + 1 < m_failedRate)) {
+        m_rateLimit = m_failedRate > 0 ? std::min(m_rateLimit + raiseStep, m_failedRate - 1)
+                                       : m_rateLimit + raiseStep;
     } else if (m_step > 0) {
         --m_step;
         m_ticksSinceStepUp = 0;

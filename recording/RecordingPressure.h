@@ -16,10 +16,10 @@
 // Afterwards drops in a recording are permanent while a slower preview is not, so the live view
 // gives way first, step by step down to 10 fps. When the encoder still falls behind with the live
 // view at its floor, the recording is paced evenly at the rate it did reach. Room that comes back
-// goes to the recording first, up to the rate that failed or was measured, or to every frame
-// again when the encoder was measured to carry them (other programs took the CPU for a while);
-// only then does the live view speed up. A step up the live view cannot hold is tried again only
-// after twice the wait, so that a machine at its edge does not keep probing it.
+// goes to the recording first: every frame again at once when the encoder was measured to carry
+// them (other programs took the CPU for a while), else step by step up to the rate that failed or
+// was measured; only then does the live view speed up. A step up the live view cannot hold is tried
+// again only after twice the wait, so that a machine at its edge does not keep probing it.
 class RecordingPressure {
 public:
     // Totals since the recording began, as the engine counts them.
