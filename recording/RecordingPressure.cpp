@@ -66,6 +66,8 @@ void RecordingPressure::settle() {
     }
     if (flatOut >= roomyMargin * m_cameraFps)
         m_step = 0;
+    else if (m_rateLimit == 0)
+        m_step = keepingUpStep; // room for a live view at 15 fps beside every frame
 }
 
 void RecordingPressure::judge(int appended, int dropped, int backlogged) {

@@ -11,7 +11,8 @@
 // its first seconds the CPU time of the encoder's threads per frame gives the rate it would reach
 // flat out on this machine's cores. Short of a margin over the camera's own (measured) rate, the
 // recording is paced evenly below it from then on; with plenty of room the live view returns to
-// full rate at once, else step by step while the encoder keeps up.
+// full rate at once, with the margin to 15 fps, and from there step by step while the encoder
+// keeps up.
 //
 // Afterwards drops in a recording are permanent while a slower preview is not, so the live view
 // gives way first, step by step down to 10 fps. When the encoder still falls behind with the live
@@ -52,6 +53,8 @@ public:
     static constexpr double encoderMargin = 1.3;
     // With this much more, the live view costs the encoder nothing it needs.
     static constexpr double roomyMargin = 2.5;
+    // The live view's step after the measurement for an encoder that keeps up, short of that.
+    static constexpr int keepingUpStep = 2; // 67 ms
 
     // A new recording on a machine with `cpus` cores: the counters start at zero, the live view
     // at its floor while the encoder is measured.

@@ -206,12 +206,12 @@ TEST(RecordingPressure, TheEncodersCostInTheFirstSecondsSetsThePace) {
     const Case cases[] = {
         {2, 1'000, 30, 0, 33},     // a hardware encoder: full rate everywhere
         {2, 20'000, 30, 0, 33},    // 100 fps flat out: room for the live view as well
-        {2, 40'000, 30, 0, 100},   // 50 fps: every frame, the live view comes back step by step
+        {2, 40'000, 30, 0, 67},    // 50 fps: every frame, the live view at 15 fps
         {2, 60'000, 30, 25, 100},  // 33 fps, short of the margin: evenly 33 / 1.3
-        {2, 60'000, 15, 0, 100},   // the same encoder keeps up with a 15 fps camera
+        {2, 60'000, 15, 0, 67},    // the same encoder keeps up with a 15 fps camera
         {2, 120'000, 15, 12, 100}, // 17 fps flat out: 12, below the camera's rate
         {1, 200'000, 30, 10, 100}, // 5 fps: no lower than 10
-        {4, 60'000, 30, 0, 100},   // the cores count: 67 fps flat out
+        {4, 60'000, 30, 0, 67},    // the cores count: 67 fps flat out
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << c.cpus << " cores, " << c.cpuPerFrameUs << " us, "
@@ -293,8 +293,10 @@ TEST(RecordingPressure, AnEncoderMeasuredToKeepUpGetsEveryFrameBackAfterOtherPro
     for (int i = 0; i < 4; ++i)
         ticks.measuredTick(15, 35'000, 30); // 57 fps flat out
     ASSERT_EQ(pressure.rateLimit(), 0);
-    for (int i = 0; i < 4; ++i)
-        ticks.tick(12, 3, 12); // a build next door: 24 fps reached
+    ASSERT_EQ(pressure.liveIntervalMs(), 67);
+    // A build next door: the live view gives way, then two seconds at 24 fps pace the recording.
+    for (int i = 0; i < 5; ++i)
+        ticks.tick(12, 3, 12);
     ASSERT_EQ(pressure.rateLimit(), 24);
     ticks.calm(5);
     EXPECT_EQ(pressure.rateLimit(), 24);
