@@ -279,6 +279,9 @@ TEST_F(ContentViewTest, StorageWarningShowsBesideTheFreeSpaceUntilTheRecordingEn
     freeBytes = 1'800'000'000; // about 8 minutes above the stop reserve at 1080p
     EXPECT_TRUE(key(Qt::Key_R));
     ASSERT_TRUE(pumpUntil([this] { return cam->isRecording(); }));
+    // The monitor starts once the start is back on the main thread, which the first frame may
+    // overtake.
+    ASSERT_TRUE(pumpUntil([this] { return cam->activeTempFile().has_value(); }));
     ASSERT_TRUE(pumpUntil([this] { return cam->recorder().counters().framesAppended >= 1; }));
     state->bumpActivity();
     scheduler.advance(5s); // the storage monitor's first check
