@@ -1,8 +1,10 @@
 // The running application recording on the virtual pair: the real main window with both live
 // views (software GL under Xvfb on a machine without GPU), the real capture path and encoder.
-// For each resolution asked for it records N seconds and prints frames written per second,
-// drops by cause, live-view frames per second during the recording and the CPU of each thread
-// group. First it prints one line per HEVC encoder that opens on this machine.
+// For each resolution asked for it records N seconds (with a photo a third of the way in and the
+// Macro inset resized half way) and prints frames written per second, frames paced out, drops
+// by cause, live-view frames per second during the recording, the GUI thread's time at the
+// record and photo presses and the CPU of each thread group; then the same once more with the
+// Wide camera at 15 fps. First it prints one line per HEVC encoder that opens on this machine.
 //
 //   xvfb-run -a -s "-screen 0 1920x1080x24" build/bench/app_recording_bench
 //       [seconds=20] [1080|1440|both] [baseline]
@@ -16,6 +18,7 @@
 #include "capture/virtual/VirtualBackend.h"
 #include "control/CameraManager.h"
 #include "control/FrameStore.h"
+#include "diagnostics/OstrelLog.h"
 #include "recording/RecordingEngine.h"
 #include "recording/ffmpeg/VideoEncoder.h"
 #include "settings/SettingsStore.h"
@@ -23,6 +26,7 @@
 #include "ui/main/LiveCameraView.h"
 #include "ui/main/RenderThreadPriority.h"
 
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QGuiApplication>
@@ -147,7 +151,11 @@ int record(AppShell& shell, QQuickWindow* window, const Run& run) {
     const int macroBefore = macro ? macro->framesShown() : 0;
     QElapsedTimer clock;
     clock.start();
+    const QDateTime startedAt = QDateTime::currentDateTime();
+    QElapsedTimer press;
+    press.start();
     cam.startRecordingWith(run.high, true, true, QStringLiteral("Praxis Dr. Muster"), 0.3);
+    const double recordPressMs = double(press.nsecsElapsed()) / 1e6;
     if (!waitFor([&] { return cam.recorder().active(); }, 20000)) {
         std::printf("recording did not start\n");
         return 1;
@@ -196,6 +204,13 @@ int record(AppShell& shell, QQuickWindow* window, const Run& run) {
         slowestInterval = std::max(slowestInterval, cam.liveRefreshInterval());
     });
     watch.start(100);
+    // As in practice: a photo a third of the way in, the Macro inset resized half way.
+    waitFor([&] { return clock.elapsed() >= run.seconds * 1000 / 3; }, run.seconds * 1000);
+    press.restart();
+    cam.takeSnapshot(run.high, true, QStringLiteral("Praxis Dr. Muster"), 0.3);
+    const double photoPressMs = double(press.nsecsElapsed()) / 1e6;
+    waitFor([&] { return clock.elapsed() >= run.seconds * 1000 / 2; }, run.seconds * 1000);
+    cam.setMacroFraction(0.45);
     waitFor([&] { return clock.elapsed() >= run.seconds * 1000; }, run.seconds * 1000 + 1000);
     watch.stop();
     perSecond.stop();
@@ -215,9 +230,14 @@ int record(AppShell& shell, QQuickWindow* window, const Run& run) {
 
     const double steady = elapsed - fiveAt;
     const long hz = sysconf(_SC_CLK_TCK);
-    std::printf("app recording, %s, %s, %d s, encoder %s\n", run.high ? "2560x1440" : "1920x1080",
+    std::printf("app recording, %s, %s, %d s, encoder %s, camera %.1f fps\n",
+                run.high ? "2560x1440" : "1920x1080",
                 run.baseline ? "BASELINE (live view at full rate)" : "live view gives way",
-                run.seconds, qPrintable(cam.recorder().videoEncoderName()));
+                run.seconds, qPrintable(cam.recorder().videoEncoderName()),
+                cam.recorder().cameraRate());
+    std::printf("  GUI thread at press   record %.1f ms, photo %.1f ms; %d frames before the "
+                "watermark joined\n",
+                recordPressMs, photoPressMs, end.plainFrames);
     std::printf("  frames written/s      %.1f whole run, %.1f from %.0f s on (%d frames)\n",
                 end.framesAppended / elapsed, (end.framesAppended - atFive.framesAppended) / steady,
                 fiveAt, end.framesAppended);
@@ -250,6 +270,11 @@ int record(AppShell& shell, QQuickWindow* window, const Run& run) {
     std::printf("  by second            drops/live ms/encoder cores/GUI cores:%s\n",
                 qPrintable(timeline));
     std::printf("  notice                %s\n", notice.isEmpty() ? "(none)" : qPrintable(notice));
+    // What the app measured of its encoder, and what it did about it.
+    for (const LogEntry& entry : OstrelLog::shared().entries())
+        if (entry.date >= startedAt && (entry.message.contains(QStringLiteral("mit voller Last")) ||
+                                        entry.message.contains(QStringLiteral("gleichmäßig"))))
+            std::printf("  log                   %s\n", qPrintable(entry.message));
     std::fflush(stdout);
     return 0;
 }
@@ -303,6 +328,15 @@ int main(int argc, char** argv) {
         run.high = true;
         result |= record(shell, window, run);
     }
+    // A Wide camera at 15 fps, as a UVC camera in dim light: recorded whole.
+    shell.camera().stopCapture();
+    waitFor([] { return false; }, 1000);
+    backend.devices().applyFaults(QStringLiteral("fps=%1:15").arg(VirtualDevices::camera1ID));
+    shell.camera().startCapture();
+    if (!waitUntilSettled(shell.camera()))
+        return 1;
+    run.high = which == "1440";
+    result |= record(shell, window, run);
     shell.camera().stopCapture();
     waitFor([] { return false; }, 1000);
     return result;

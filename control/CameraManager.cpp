@@ -213,6 +213,8 @@ void CameraManager::setRunning(bool running) {
     if (running == m_running)
         return;
     m_running = running;
+    if (running)
+        prepareWatermark();
     emit runningChanged();
     emit liveCamerasChanged();
 }

@@ -5,6 +5,7 @@
 #include "control/PipelineSetup.h"
 #include "control/SilenceSource.h"
 #include "recording/RecordingPressure.h"
+#include "recording/WatermarkCache.h"
 #include "runtime/Scheduler.h"
 #include "storage/RecordingRecovery.h"
 #include "storage/StorageBudget.h"
@@ -89,7 +90,7 @@ public:
                                                   const std::optional<QString>&)>
             freeSpace;
         std::chrono::milliseconds macroStartPause{200};
-        // Cores the live view and a software encoder share; the machine's when 0.
+        // Cores the live view and a software encoder share; those the process may use when 0.
         unsigned cores = 0;
         // Applies each camera's stored picture controls at its start; none: left as they are.
         CameraControlKeeper* cameraControls = nullptr;
@@ -273,6 +274,8 @@ private:
     void scheduleStopSessions();
 
     // Recording, main thread.
+    // The watermark a press would need, made ahead from the settings.
+    void prepareWatermark();
     void recordingFinished(std::uint64_t generation, std::optional<QString> file,
                            std::optional<QString> error);
     void recordingEnded();
@@ -301,9 +304,9 @@ private:
     void storageTick(StorageBudget budget, std::uint64_t generation);
 
     // Recording pressure, main thread: the live view gives way to the encoder.
-    // At the press, before the encoder opens: the live view steps aside at once where the
-    // encoder is expected to need most of the CPU.
-    void yieldLiveViewForRecording(const QString& encoder);
+    // At the press, before the encoder opens: the live view steps aside while the encoder is
+    // measured.
+    void yieldLiveViewForRecording();
     unsigned cores() const;
     void startPressureWatch(int width, int height);
     void stopPressureWatch();
@@ -334,6 +337,8 @@ private:
     SettingsStore& m_settings;
     Scheduler& m_scheduler;
     Options m_options;
+    // Before the queues: photo jobs still queued at the end take their watermark from it.
+    WatermarkCache m_watermarks;
 
     CameraStatus m_status = CameraStatus::ready;
     bool m_running = false;

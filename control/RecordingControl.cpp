@@ -9,9 +9,9 @@
 #include "recording/Photos.h"
 #include "recording/RecordingEngine.h"
 #include "recording/Watermark.h"
-#include "recording/ffmpeg/VideoEncoder.h"
 #include "runtime/MainThread.h"
 #include "runtime/SerialQueue.h"
+#include "settings/SettingsStore.h"
 #include "storage/RecordingFiles.h"
 #include "storage/RecordingRecovery.h"
 
@@ -33,7 +33,7 @@ void CameraManager::startRecording(int width, int height, bool withAudio, const 
                                    double macroFraction) {
     if (!m_running || m_isRecording)
         return;
-    yieldLiveViewForRecording(ffmpeg::VideoEncoder::expectedName());
+    yieldLiveViewForRecording();
     ++m_recordingGeneration;
     m_movingPartial = false;
     setRecording(true);
@@ -120,10 +120,34 @@ void CameraManager::setRecordingSoundMuted(bool muted) {
 void CameraManager::startRecordingWith(bool high, bool withAudio, bool watermarkOn,
                                        const QString& praxisText, double macroFraction) {
     const SizeD canvas = canvasFor(high);
-    const QImage overlay =
-        makeWatermark(watermarkOn ? std::optional<QString>(praxisText) : std::nullopt, canvas.width,
-                      canvas.height);
-    startRecording(int(canvas.width), int(canvas.height), withAudio, overlay, macroFraction);
+    const WatermarkKey key{watermarkOn ? std::optional<QString>(praxisText) : std::nullopt,
+                           int(canvas.width), int(canvas.height)};
+    // A press never waits for the watermark: without it the first frames go out plain.
+    const std::optional<QImage> overlay = m_watermarks.find(key);
+    const bool wasRecording = m_isRecording;
+    startRecording(int(canvas.width), int(canvas.height), withAudio, overlay.value_or(QImage()),
+                   macroFraction);
+    if (overlay || wasRecording || !m_isRecording)
+        return;
+    const std::uint64_t generation = m_recordingGeneration;
+    QPointer<CameraManager> weak(this);
+    m_watermarks.whenMade(key, [weak, generation](const QImage& image) {
+        const PixelBuffer buffer = pixelBufferOf(image);
+        runOn(weak.data(), [weak, generation, buffer] {
+            if (!weak || weak->m_recordingGeneration != generation || !weak->m_isRecording)
+                return;
+            // After the recorder's start, which runs on the same queue.
+            RecordingEngine* recorder = weak->m_recorder.get();
+            weak->m_frameQueue->async([recorder, buffer] { recorder->setOverlay(buffer); });
+        });
+    });
+}
+
+void CameraManager::prepareWatermark() {
+    const SizeD canvas = canvasFor(m_settings.resolutionHigh());
+    m_watermarks.prepare(
+        {m_settings.watermarkOn() ? std::optional<QString>(m_settings.praxisText()) : std::nullopt,
+         int(canvas.width), int(canvas.height)});
 }
 
 void CameraManager::stopRecording() {
@@ -451,13 +475,16 @@ void CameraManager::takeSnapshot(bool high, bool watermarkOn, const QString& pra
         job.macroZoom = macro->stabZoom;
         job.macroOffset = {macro->stabOffset.x(), macro->stabOffset.y()};
     }
-    job.overlay = makeWatermark(watermarkOn ? std::optional<QString>(praxisText) : std::nullopt,
-                                job.canvas.width, job.canvas.height);
     job.macroFraction = macroFraction;
     if (!m_saveURL.isEmpty())
         job.folder = m_saveURL.toLocalFile();
+    // The watermark is made (or found) on the photo queue, not here on the GUI thread.
+    const WatermarkKey key{watermarkOn ? std::optional<QString>(praxisText) : std::nullopt,
+                           int(job.canvas.width), int(job.canvas.height)};
     QPointer<CameraManager> weak(this);
-    m_snapshotQueue->async([weak, job = std::move(job)] {
+    m_snapshotQueue->async([weak, job = std::move(job), key,
+                            watermarks = &m_watermarks]() mutable {
+        job.overlay = watermarks->get(key);
         const QStringList saved = renderPhotos(job);
         runOn(weak.data(), [weak, saved] {
             if (weak && !saved.isEmpty())

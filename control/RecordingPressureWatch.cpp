@@ -1,74 +1,37 @@
 // The live view gives way to the encoder while recording: a few times a second the recorder's
-// counters decide the live refresh interval and, when the machine cannot keep up at all, an
-// even, lower recording rate and a notice for the user. Main thread.
+// counters decide the live refresh interval. In the first seconds the encoder shows what a frame
+// costs it; when the machine cannot keep up at the camera's rate, the recording is paced evenly
+// at a lower one and the user is told. Main thread.
 
 #include "control/CameraManager.h"
 
 #include "diagnostics/OstrelLog.h"
 #include "recording/RecordingEngine.h"
-#include "recording/ffmpeg/VideoEncoder.h"
+#include "runtime/ThreadCpu.h"
 
-#include <algorithm>
-#include <thread>
-
-namespace {
-
-// A software HEVC encoder needs about 2.5 cores for 2560 × 1440 at 30 fps.
-bool predictedTooSlow(const QString& encoder, int width, unsigned cores) {
-    return encoder == QStringLiteral("libx265") && width >= 2560 && cores < 4;
-}
-
-// A software encoder takes over a core at 1920 × 1080; with fewer than four, the live view
-// would take the rest.
-bool predictedShortOfCpu(const QString& encoder, unsigned cores) {
-    return encoder == QStringLiteral("libx265") && cores < 4;
-}
-
-} // namespace
+#include <cmath>
 
 unsigned CameraManager::cores() const {
-    return m_options.cores > 0 ? m_options.cores
-                               : std::max(1u, std::thread::hardware_concurrency());
+    return m_options.cores > 0 ? m_options.cores : unsigned(usableCpuCount());
 }
 
-void CameraManager::yieldLiveViewForRecording(const QString& encoder) {
-    if (!m_liveViewYields || !predictedShortOfCpu(encoder, cores()))
+void CameraManager::yieldLiveViewForRecording() {
+    if (!m_liveViewYields)
         return;
     const int before = m_pressure.liveIntervalMs();
-    m_pressure.startLiveViewAtFloor();
+    m_pressure.start(int(cores()));
     if (m_pressure.liveIntervalMs() != before)
         emit liveRefreshIntervalChanged();
 }
 
 void CameraManager::startPressureWatch(int width, int height) {
     m_pressureTask.cancel();
-    m_pressure.reset();
     m_paceNotice.clear();
     m_driveStalled = false;
     setRecordingNotice({});
+    yieldLiveViewForRecording();
     m_pressureTask = m_scheduler.every(std::chrono::milliseconds(RecordingPressure::tickMs), this,
                                        [this, width, height] { pressureTick(width, height); });
-    if (!m_liveViewYields)
-        return;
-    // The encoder that opened may be another than expected at the press.
-    yieldLiveViewForRecording(m_recorder->videoEncoderName());
-    if (predictedTooSlow(m_recorder->videoEncoderName(), width, cores())) {
-        showPaceNotice(
-            tr("Dieser Rechner schafft %1 × %2 voraussichtlich nicht mit 30 Bildern pro Sekunde. "
-               "Die Aufnahme läuft dann gleichmäßig mit weniger Bildern pro Sekunde; für 30 "
-               "Bilder pro Sekunde 1920 × 1080 wählen.")
-                .arg(width)
-                .arg(height));
-        // Every other camera frame: an even cadence from the start.
-        m_pressure.startPaced(RecordingPressure::cameraRate / 2);
-        m_recorder->setRateLimit(m_pressure.rateLimit());
-        ostrelLog(LogLevel::warn, QStringLiteral("Aufnahme %1×%2 mit %3 auf %4 Kernen: 30 fps "
-                                                 "voraussichtlich nicht erreichbar")
-                                      .arg(width)
-                                      .arg(height)
-                                      .arg(m_recorder->videoEncoderName())
-                                      .arg(cores()));
-    }
 }
 
 void CameraManager::stopPressureWatch() {
@@ -109,8 +72,15 @@ void CameraManager::pressureTick(int width, int height) {
     if (m_stoppingRecording)
         return; // a finishing recording takes no frames: nothing to judge
     const RecordingEngine::Counters c = m_recorder->counters();
-    const RecordingPressure::Sample totals{c.framesAppended, c.droppedBusy + c.droppedNotReady,
-                                           c.backlogged};
+    RecordingPressure::Sample totals;
+    totals.appended = c.framesAppended;
+    totals.dropped = c.droppedBusy + c.droppedNotReady;
+    totals.backlogged = c.backlogged;
+    totals.encoded = c.encoded;
+    totals.cameraFps = m_recorder->cameraRate();
+    const bool measuring = m_pressure.measuring();
+    if (measuring) // read from /proc: only while it counts
+        totals.encoderCpuUs = RecordingEngine::encoderCpuTime().count();
     if (checkDrive(c.diskWaitingMs, c.diskBacklogBytes)) {
         m_pressure.pass(totals);
         return;
@@ -123,20 +93,33 @@ void CameraManager::pressureTick(int width, int height) {
         return;
     if (m_pressure.liveIntervalMs() != intervalBefore)
         emit liveRefreshIntervalChanged();
+    const int cameraFps = int(std::lround(m_pressure.cameraFps()));
+    if (measuring && !m_pressure.measuring())
+        ostrelLog(LogLevel::info,
+                  QStringLiteral("Encoder %1 bei %2×%3: %4 fps mit voller Last auf %5 Kernen, "
+                                 "Kamera %6 fps")
+                      .arg(m_recorder->videoEncoderName())
+                      .arg(width)
+                      .arg(height)
+                      .arg(m_pressure.flatOutFps().value_or(0), 0, 'f', 0)
+                      .arg(cores())
+                      .arg(cameraFps));
     const int limit = m_pressure.rateLimit();
     if (limit == limitBefore || limit == 0)
         return;
     m_recorder->setRateLimit(limit);
     ostrelLog(LogLevel::warn,
-              QStringLiteral("Encoder schafft %1×%2 nicht mit 30 fps — Aufnahme gleichmäßig mit "
-                             "%3 fps")
+              QStringLiteral("Encoder schafft %1×%2 nicht mit %3 fps — Aufnahme gleichmäßig mit "
+                             "%4 fps")
                   .arg(width)
                   .arg(height)
+                  .arg(cameraFps)
                   .arg(limit));
-    QString notice = tr("Dieser Rechner schafft %1 × %2 nicht mit 30 Bildern pro Sekunde. Die "
-                        "Aufnahme läuft gleichmäßig mit %3 Bildern pro Sekunde.")
+    QString notice = tr("Dieser Rechner schafft %1 × %2 nicht mit %3 Bildern pro Sekunde. Die "
+                        "Aufnahme läuft gleichmäßig mit %4 Bildern pro Sekunde.")
                          .arg(width)
                          .arg(height)
+                         .arg(cameraFps)
                          .arg(limit);
     if (width >= 2560)
         notice += QLatin1Char(' ') + tr("Für 30 Bilder pro Sekunde 1920 × 1080 wählen.");

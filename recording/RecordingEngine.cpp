@@ -3,6 +3,7 @@
 #include "diagnostics/OstrelLog.h"
 #include "runtime/HeapMemory.h"
 #include "runtime/MainThread.h"
+#include "runtime/ThreadCpu.h"
 
 #include <algorithm>
 #include <chrono>
@@ -62,19 +63,45 @@ void RecordingEngine::setMacroFraction(double fraction) {
 
 RecordingEngine::Counters RecordingEngine::counters() const {
     std::lock_guard lock(m_lock);
-    return {m_framesAppended, m_droppedBusy,   m_droppedNotReady, m_backlogged,
-            m_skippedPaced,   m_diskWaitingMs, m_diskBacklogBytes};
+    Counters c;
+    c.framesAppended = m_framesAppended;
+    c.droppedBusy = m_droppedBusy;
+    c.droppedNotReady = m_droppedNotReady;
+    c.backlogged = m_backlogged;
+    c.skippedPaced = m_skippedPaced;
+    c.cameraFrames = m_cameraFrames;
+    c.encoded = m_encoded;
+    c.plainFrames = m_plainFrames;
+    c.diskWaitingMs = m_diskWaitingMs;
+    c.diskBacklogBytes = m_diskBacklogBytes;
+    return c;
 }
 
 void RecordingEngine::setRateLimit(int fps) {
     std::lock_guard lock(m_lock);
-    m_rateLimit = std::clamp(fps, 0, pacedCameraRate);
-    m_paceCredit = 0;
+    m_pacer.setLimit(fps);
 }
 
 int RecordingEngine::rateLimit() const {
     std::lock_guard lock(m_lock);
-    return m_rateLimit;
+    return m_pacer.limit();
+}
+
+double RecordingEngine::cameraRate() const {
+    std::lock_guard lock(m_lock);
+    return m_pacer.cameraRate();
+}
+
+std::chrono::microseconds RecordingEngine::encoderCpuTime() {
+    // The writer's thread and libx265's workers (named when the encoder opens).
+    return cpuTimeOfThreads({QByteArrayLiteral("ostrel.encode"), QByteArrayLiteral("ostrel.x265")});
+}
+
+void RecordingEngine::setOverlay(const PixelBuffer& overlay) {
+    m_recordQueue->async([this, overlay] {
+        if (m_writer && !m_finishing)
+            m_overlay = overlay;
+    });
 }
 
 QString RecordingEngine::videoEncoderName() const {
@@ -115,7 +142,9 @@ std::optional<QString> RecordingEngine::start(const QString& path, int width, in
     m_pending.reset();
     m_draining = false;
     m_framesAppended = m_appendedThisSecond = m_droppedBusy = m_droppedNotReady = 0;
-    m_backlogged = m_skippedPaced = m_rateLimit = m_paceCredit = m_diskWaitingMs = 0;
+    m_backlogged = m_skippedPaced = m_cameraFrames = m_encoded = m_plainFrames = 0;
+    m_diskWaitingMs = 0;
+    m_pacer = FramePacer();
     m_diskBacklogBytes = 0;
     return std::nullopt;
 }
@@ -159,14 +188,10 @@ void RecordingEngine::enqueueFrame(FrameJob job) {
         std::lock_guard lock(m_lock);
         if (!m_active)
             return;
-        if (m_rateLimit > 0) {
-            // Even spacing: of every 30 camera frames, `m_rateLimit` are kept, spread out.
-            m_paceCredit += m_rateLimit;
-            if (m_paceCredit < pacedCameraRate) {
-                ++m_skippedPaced;
-                return;
-            }
-            m_paceCredit -= pacedCameraRate;
+        ++m_cameraFrames;
+        if (!m_pacer.keep(job.pts)) {
+            ++m_skippedPaced;
+            return;
         }
         if (m_pending)
             ++m_droppedBusy;
@@ -193,9 +218,11 @@ void RecordingEngine::drain() {
 void RecordingEngine::noteDisk() {
     const auto waiting = m_writer->diskWaitingFor();
     const std::int64_t backlog = m_writer->diskBacklogBytes();
+    const int encoded = m_writer->videoFramesTaken();
     std::lock_guard lock(m_lock);
     m_diskWaitingMs = int(waiting.count());
     m_diskBacklogBytes = backlog;
+    m_encoded = encoded;
 }
 
 void RecordingEngine::appendFrame(const FrameJob& job) {
@@ -252,6 +279,8 @@ void RecordingEngine::appendFrame(const FrameJob& job) {
         ++m_appendedThisSecond;
         if (backlogged)
             ++m_backlogged;
+        if (m_overlay.isNull())
+            ++m_plainFrames;
     }
     ++m_winAppends;
     checkDropWindow();

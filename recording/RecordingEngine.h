@@ -5,11 +5,13 @@
 #include "recording/CompositeLayout.h"
 #include "recording/CompositeRenderer.h"
 #include "recording/FrameJob.h"
+#include "recording/FramePacer.h"
 #include "recording/ffmpeg/Mp4Writer.h"
 #include "runtime/SerialQueue.h"
 
 #include <QString>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <future>
@@ -68,6 +70,9 @@ public:
         int droppedNotReady = 0;
         int backlogged = 0;   // appends that found the previous frame not yet taken by the encoder
         int skippedPaced = 0; // Wide frames left out on purpose to keep an even, lower rate
+        int cameraFrames = 0; // Wide frames offered, kept or not
+        int encoded = 0;      // frames the encoder has taken
+        int plainFrames = 0;  // frames written before the watermark was there
         // How long encoded data has been waiting for the drive, as of the latest frame or
         // sound; zero while the drive keeps up.
         int diskWaitingMs = 0;
@@ -75,11 +80,17 @@ public:
     };
     Counters counters() const;
 
-    // Paces the running recording evenly to `fps` of the camera's 30 (0: every frame). Set when
-    // the machine cannot keep up, so that the file runs at a steady rate instead of stuttering.
-    static constexpr int pacedCameraRate = 30;
+    // Paces the running recording evenly to `fps` (0: every camera frame). Set when the machine
+    // cannot keep up, so that the file runs at a steady rate instead of stuttering.
     void setRateLimit(int fps);
     int rateLimit() const;
+    // The Wide camera's frame rate as measured from its frames; 0 before two frames.
+    double cameraRate() const;
+    // CPU time the video encoders' threads have used so far (reads /proc: not per frame).
+    static std::chrono::microseconds encoderCpuTime();
+    // The watermark of the running recording, when it was not ready at the start: frames
+    // composed from now on carry it.
+    void setOverlay(const PixelBuffer& overlay);
     // The name of the open (or last opened) video encoder, e.g. "libx265".
     QString videoEncoderName() const;
 
@@ -150,11 +161,13 @@ private:
     int m_droppedNotReady = 0;
     int m_backlogged = 0;
     int m_skippedPaced = 0;
+    int m_cameraFrames = 0;
+    int m_encoded = 0;
+    int m_plainFrames = 0;
     int m_diskWaitingMs = 0;
     bool m_soundMuted = false;
     std::int64_t m_diskBacklogBytes = 0;
-    int m_rateLimit = 0;
-    int m_paceCredit = 0;
+    FramePacer m_pacer;
     QString m_encoderName;
 
     // Last: destroyed first, so queued work still finds every other member.

@@ -147,6 +147,10 @@ void VirtualDevices::setControlValue(const QString& id, CameraControlId control,
     change(id, [&](State& s) { s.controls[std::size_t(control)] = value; });
 }
 
+void VirtualDevices::setFramesPerSecond(const QString& id, int fps) {
+    change(id, [&](State& s) { s.framesPerSecond = std::max(0, fps); });
+}
+
 namespace {
 
 // "5s", "1.5s", "300ms"; none when it is not a delay.
@@ -164,6 +168,7 @@ std::optional<std::chrono::milliseconds> parseDelay(const QString& text) {
 
 bool VirtualDevices::applyFault(const QString& name, const QString& value) {
     static const QRegularExpression sizePattern(QStringLiteral("^(.+):(\\d+)x(\\d+)$"));
+    static const QRegularExpression fpsPattern(QStringLiteral("^(.+):(\\d+)$"));
     if (name == u"silent") {
         setSilent(value, true);
     } else if (name == u"unplug") {
@@ -193,6 +198,11 @@ bool VirtualDevices::applyFault(const QString& name, const QString& value) {
         if (!cameraControlFromKey(control))
             return false;
         refuseControl(value.section(u':', 0, -2), control);
+    } else if (name == u"fps") {
+        const auto match = fpsPattern.match(value);
+        if (!match.hasMatch() || match.captured(2).toInt() < 1 || match.captured(2).toInt() > 120)
+            return false;
+        setFramesPerSecond(match.captured(1), match.captured(2).toInt());
     } else if (name == u"inputError" || name == u"startError") {
         const QString id = value.section(u':', 0, 0);
         const QString text = value.section(u':', 1);

@@ -54,6 +54,8 @@ public:
     void refuseControl(const QString& id, const QString& control);
     // A control's value, as the camera's own controls write it.
     void setControlValue(const QString& id, CameraControlId control, int value);
+    // Pictures per second from its next start (a UVC camera in dim light gives 15); 0: 30.
+    void setFramesPerSecond(const QString& id, int fps);
 
     // Applies a fault list such as "silent=ostrel-virtual-camera-2;size=...-1:640x480;
     // unplug=...;refusePreset;refuseControl=...-1:exposure" (manual runs read it from
@@ -84,6 +86,7 @@ public:
         bool stalled = false;
         bool endRequested = false;
         bool noBandwidth = false;
+        int framesPerSecond = 0; // 0: the scene's own rate
         VirtualScene::Motion motion = VirtualScene::Motion::pan;
         std::shared_ptr<const CameraBuffers> stream; // played instead of the scene
         QString streamName;                          // its file name

@@ -107,7 +107,9 @@ std::optional<QString> VirtualCameraInput::start(SessionPreset preset, CaptureSi
     FrameSource source(id, preset, *initial);
     using Clock = std::chrono::steady_clock;
     std::optional<Clock::time_point> lastFrame;
-    m_stream.start(std::chrono::nanoseconds(1'000'000'000 / VirtualScene::framesPerSecond),
+    const int fps =
+        initial->framesPerSecond > 0 ? initial->framesPerSecond : VirtualScene::framesPerSecond;
+    m_stream.start(std::chrono::nanoseconds(1'000'000'000 / fps),
                    [this, id, &sink, source, lastFrame](std::int64_t n) mutable {
                        m_devices->streamTick(id);
                        const auto state = m_devices->state(id);

@@ -152,6 +152,11 @@ int Mp4Writer::queuedVideoFrames() const {
     return m_queuedVideo;
 }
 
+int Mp4Writer::videoFramesTaken() const {
+    std::lock_guard lock(m_mutex);
+    return m_videoTaken;
+}
+
 bool Mp4Writer::acceptsVideoTime(MediaTime pts) const {
     if (!m_sessionStarted)
         return false;
@@ -312,10 +317,12 @@ void Mp4Writer::run() {
             }
             item = std::move(m_items.front());
             m_items.pop_front();
-            if (item.kind == Item::Kind::video)
+            if (item.kind == Item::Kind::video) {
                 --m_queuedVideo;
-            else if (item.kind == Item::Kind::audio)
+                ++m_videoTaken;
+            } else if (item.kind == Item::Kind::audio) {
                 --m_queuedAudio;
+            }
         }
         m_taken.notify_all();
         switch (item.kind) {

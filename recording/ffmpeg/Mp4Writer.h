@@ -70,6 +70,8 @@ public:
     bool isReadyForMoreVideo() const;
     // Pictures queued and not yet taken by the encoder.
     int queuedVideoFrames() const;
+    // Pictures the encoder has taken from the queue so far.
+    int videoFramesTaken() const;
     // Whether a frame at `pts` would advance the track: equal or earlier times are refused.
     bool acceptsVideoTime(MediaTime pts) const;
     // A frame from the writer's pool (YUV420P, BT.709 limited range, canvas size) to draw the
@@ -160,6 +162,7 @@ private:
     bool m_finishRequested = false; // nothing more is queued after the finish item
     std::deque<Item> m_items;
     int m_queuedVideo = 0;
+    int m_videoTaken = 0;
     int m_queuedAudio = 0;
     bool m_abort = false;
     Status m_status = Status::created;

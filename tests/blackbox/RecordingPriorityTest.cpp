@@ -1,12 +1,14 @@
 // The built app recording at 2560 × 1440 on this machine: the live pictures' render threads
-// run at a lower priority than the encoder, a machine with too few cores for the software
-// encoder says so in German as the recording starts, and the recording is saved all the same.
+// run at a lower priority than the encoder, the pace is settled from what the encoder shows in
+// the first seconds (a machine too slow for it says so in German), and the file holds every
+// frame the app says it wrote.
 
 #include "blackbox/AppRun.h"
 #include "recording/MediaProbe.h"
 #include "support/ProcThreads.h"
 
 #include <QDir>
+#include <QRegularExpression>
 
 #include <gtest/gtest.h>
 
@@ -31,7 +33,7 @@ std::map<int, int> niceOfThreads(qint64 pid, const QList<QByteArray>& prefixes) 
 
 } // namespace
 
-TEST(RecordingPriority, RenderThreadsYieldAndTooFewCoresForHighResolutionAreAnnounced) {
+TEST(RecordingPriority, RenderThreadsYieldAndAHighResolutionFileHoldsEveryFrameWritten) {
     AppRunOptions options;
     options.settings.insert(QStringLiteral("resolutionHigh"), true);
     AppRun app(options);
@@ -60,12 +62,11 @@ TEST(RecordingPriority, RenderThreadsYieldAndTooFewCoresForHighResolutionAreAnno
     const int fromLine = int(app.logLines().size());
     ASSERT_TRUE(app.pressKeys(QStringLiteral("r")));
     ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft (2560×1440"), 60000, fromLine));
-    const bool software =
-        app.waitForLog(QStringLiteral("Video-Encoder: libx265"), 1000, fromLine).has_value();
-    if (software && std::thread::hardware_concurrency() < 4) {
-        EXPECT_TRUE(app.waitForLog(QStringLiteral("30 fps voraussichtlich nicht erreichbar"), 10000,
-                                   fromLine));
-        // The notice box: dark, under the top bar, across the middle of the window.
+    // Two seconds in, the encoder has shown what a frame costs it.
+    const auto measured = app.waitForLog(QStringLiteral("fps mit voller Last"), 60000, fromLine);
+    ASSERT_TRUE(measured);
+    if (app.waitForLog(QStringLiteral("Aufnahme gleichmäßig mit"), 1000, fromLine)) {
+        // Too slow for every frame: the notice box, dark, under the top bar.
         const QRect window = app.windowGeometry();
         const auto showsNotice = [&](const QImage& shot) {
             int dark = 0, total = 0;
@@ -80,8 +81,12 @@ TEST(RecordingPriority, RenderThreadsYieldAndTooFewCoresForHighResolutionAreAnno
             screen.save(out + QStringLiteral("/blackbox-high-resolution-notice.png"));
         EXPECT_TRUE(showsNotice(screen));
     }
-    std::this_thread::sleep_for(std::chrono::seconds(4));
     ASSERT_TRUE(app.pressKeys(QStringLiteral("r")));
+    const auto summary = app.waitForLog(QStringLiteral("Aufnahme beendet: "), 120000, fromLine);
+    ASSERT_TRUE(summary);
+    const QRegularExpressionMatch written =
+        QRegularExpression(QStringLiteral("Aufnahme beendet: (\\d+) Frames")).match(*summary);
+    ASSERT_TRUE(written.hasMatch()) << summary->toStdString();
     ASSERT_TRUE(app.waitForFiles(QStringLiteral("OSTREL-*.mp4"), 1, 120000));
     const QString file =
         QDir(app.recordingFolder()).filePath(app.recordingFiles(QStringLiteral("OSTREL-*.mp4"))[0]);
@@ -90,7 +95,9 @@ TEST(RecordingPriority, RenderThreadsYieldAndTooFewCoresForHighResolutionAreAnno
     ASSERT_TRUE(probed.ok);
     EXPECT_EQ(probed.stream("video").value("width").toInt(), 2560);
     EXPECT_EQ(probed.stream("video").value("codec_name").toString(), "hevc");
-    EXPECT_GT(decodedVideoFrames(file), 0); // how many depends on the machine's load
+    // However fast this machine is: every frame the app reports as written is in the file.
+    EXPECT_GT(written.captured(1).toInt(), 0);
+    EXPECT_EQ(decodedVideoFrames(file), written.captured(1).toInt());
 
     ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+q")));
     EXPECT_EQ(app.waitForExit(60000), 0);

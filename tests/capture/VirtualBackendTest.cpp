@@ -83,9 +83,12 @@ TEST(VirtualDevices, FaultListForManualRuns) {
     const QStringList rejected = devices.applyFaults(QStringLiteral(
         "silent=ostrel-virtual-camera-1; size=ostrel-virtual-camera-2:640x480;refusePreset;"
         "inputError=ostrel-virtual-microphone:Kein Zugriff: belegt;unplug=ostrel-virtual-camera-1;"
-        "bogus=1;size=ostrel-virtual-camera-2:wide;refuseOutput"));
-    EXPECT_EQ(rejected,
-              (QStringList{"bogus=1", "size=ostrel-virtual-camera-2:wide", "refuseOutput"}));
+        "bogus=1;size=ostrel-virtual-camera-2:wide;refuseOutput;fps=ostrel-virtual-camera-2:15;"
+        "fps=ostrel-virtual-camera-1:0"));
+    EXPECT_EQ(rejected, (QStringList{"bogus=1", "size=ostrel-virtual-camera-2:wide", "refuseOutput",
+                                     "fps=ostrel-virtual-camera-1:0"}));
+    EXPECT_EQ(devices.state(VirtualDevices::camera2ID)->framesPerSecond, 15);
+    EXPECT_EQ(devices.state(VirtualDevices::camera1ID)->framesPerSecond, 0);
     EXPECT_TRUE(devices.state(VirtualDevices::camera1ID)->silent);
     EXPECT_FALSE(devices.state(VirtualDevices::camera1ID)->present);
     EXPECT_EQ(devices.state(VirtualDevices::camera2ID)->frameSize, QSize(640, 480));

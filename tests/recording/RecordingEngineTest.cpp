@@ -556,6 +556,26 @@ TEST_F(RecordingEngineTest, RateLimitLeavesFramesOutEvenlySoTheFileRunsSteadily)
     feed(0, 10, 320, 180);
     EXPECT_EQ(engine.counters().framesAppended, 10);
     EXPECT_TRUE(stop().file);
+
+    // The pace is of the camera's own rate: a camera at 15 fps (every other time stamp) is kept
+    // whole under 24, and two of every three frames are kept under 10.
+    ASSERT_EQ(engine.start(path("dim.mp4"), 320, 180, false, {}, 0.3), std::nullopt);
+    engine.setRateLimit(24);
+    for (int i = 0; i < 60; i += 2) {
+        engine.enqueueFrame(job(i, 320, 180));
+        engine.waitUntilIdle();
+    }
+    EXPECT_NEAR(engine.cameraRate(), 15, 0.01);
+    EXPECT_EQ(engine.counters().framesAppended, 30);
+    engine.setRateLimit(10);
+    for (int i = 60; i < 120; i += 2) {
+        engine.enqueueFrame(job(i, 320, 180));
+        engine.waitUntilIdle();
+    }
+    EXPECT_EQ(engine.counters().framesAppended, 50);
+    EXPECT_EQ(engine.counters().skippedPaced, 10);
+    EXPECT_EQ(engine.counters().cameraFrames, 60);
+    EXPECT_TRUE(stop().file);
 }
 
 TEST_F(RecordingEngineTest, FailingHardwareEncoderFallsBackToSoftwareWithoutLosingTheRecording) {

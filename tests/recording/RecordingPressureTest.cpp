@@ -12,6 +12,15 @@ public:
         m_totals.appended += appended;
         m_totals.dropped += dropped;
         m_totals.backlogged += backlogged;
+        m_totals.encoded += appended;
+        return m_pressure.update(m_totals);
+    }
+    // A tick of the first seconds: `frames` encoded at `cpuUs` each, from a camera at `fps`.
+    bool measuredTick(int frames, std::int64_t cpuUs, double fps) {
+        m_totals.appended += frames;
+        m_totals.encoded += frames;
+        m_totals.encoderCpuUs += frames * cpuUs;
+        m_totals.cameraFps = fps;
         return m_pressure.update(m_totals);
     }
     // An encoder that keeps up: 15 frames per tick, none waiting.
@@ -186,55 +195,119 @@ TEST(RecordingPressure, TheLimitStaysWithinTenAndTwentyNineFps) {
     }
 }
 
-TEST(RecordingPressure, ALiveViewStartedAtItsFloorComesBackOnlyOnceTheEncoderKeepsUp) {
-    RecordingPressure pressure;
-    pressure.startLiveViewAtFloor();
-    // Set at the press; the recording's own start keeps it.
-    pressure.reset();
-    EXPECT_EQ(pressure.liveIntervalMs(), 100);
-    Ticks ticks(pressure);
-    ticks.calm(5);
-    ticks.tick(15, 0, 9); // the encoder still catching up: the quiet time starts again
-    ticks.calm(5);
-    EXPECT_EQ(pressure.liveIntervalMs(), 100);
-    EXPECT_TRUE(ticks.tick(15));
-    EXPECT_EQ(pressure.liveIntervalMs(), 67);
-    EXPECT_EQ(pressure.rateLimit(), 0);
-}
-
-TEST(RecordingPressure, ARecordingStartedPacedRisesWhileTheEncoderKeepsUp) {
-    RecordingPressure pressure;
-    pressure.startPaced(15);
-    EXPECT_EQ(pressure.rateLimit(), 15);
-    EXPECT_EQ(pressure.liveIntervalMs(), 100);
-    Ticks ticks(pressure);
-    for (int i = 0; i < 6; ++i)
-        ticks.tick(7);
-    EXPECT_EQ(pressure.rateLimit(), 17);
-    // Behind at 17: after two seconds of drops it goes back below, and stays there.
-    for (int i = 0; i < 4; ++i)
-        ticks.tick(8, 1);
-    EXPECT_EQ(pressure.rateLimit(), 16);
-    // Quiet again: the room goes to the live view, not to another try at 17.
-    for (int i = 0; i < 6; ++i)
-        ticks.tick(8);
-    EXPECT_EQ(pressure.rateLimit(), 16);
-    EXPECT_EQ(pressure.liveIntervalMs(), 67);
-}
-
-TEST(RecordingPressure, ANewRecordingStartsWithoutLimitAndFromFreshTotals) {
-    RecordingPressure pressure;
-    {
+TEST(RecordingPressure, TheEncodersCostInTheFirstSecondsSetsThePace) {
+    struct Case {
+        int cpus;
+        std::int64_t cpuPerFrameUs;
+        double cameraFps;
+        int limit;          // 0: every frame
+        int liveIntervalMs; // right after the measurement
+    };
+    const Case cases[] = {
+        {2, 1'000, 30, 0, 33},     // a hardware encoder: full rate everywhere
+        {2, 20'000, 30, 0, 33},    // 100 fps flat out: room for the live view as well
+        {2, 40'000, 30, 0, 67},    // 50 fps: every frame, the live view at 15 fps
+        {2, 60'000, 30, 25, 100},  // 33 fps, short of the margin: evenly 33 / 1.3
+        {2, 60'000, 15, 0, 67},    // the same encoder keeps up with a 15 fps camera
+        {2, 120'000, 15, 12, 100}, // 17 fps flat out: 12, below the camera's rate
+        {1, 200'000, 30, 10, 100}, // 5 fps: no lower than 10
+        {4, 60'000, 30, 0, 67},    // the cores count: 67 fps flat out
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.cpus << " cores, " << c.cpuPerFrameUs << " us, "
+                                        << c.cameraFps << " fps");
+        RecordingPressure pressure;
+        pressure.start(c.cpus);
+        EXPECT_EQ(pressure.liveIntervalMs(), 100); // the encoder gets the room while measured
         Ticks ticks(pressure);
-        for (int i = 0; i < 7; ++i)
-            ticks.tick(12, 3);
-        ASSERT_GT(pressure.rateLimit(), 0);
+        const int perTick = int(c.cameraFps / 2);
+        // The first key frame costs several frames' time: that tick is left out.
+        EXPECT_FALSE(ticks.measuredTick(perTick, 20 * c.cpuPerFrameUs, c.cameraFps));
+        EXPECT_FALSE(ticks.measuredTick(perTick, c.cpuPerFrameUs, c.cameraFps));
+        EXPECT_FALSE(ticks.measuredTick(perTick, c.cpuPerFrameUs, c.cameraFps));
+        EXPECT_TRUE(ticks.measuredTick(perTick, c.cpuPerFrameUs, c.cameraFps));
+        EXPECT_FALSE(pressure.measuring());
+        EXPECT_EQ(pressure.rateLimit(), c.limit);
+        EXPECT_EQ(pressure.liveIntervalMs(), c.liveIntervalMs);
     }
-    pressure.reset();
-    EXPECT_EQ(pressure.rateLimit(), 0);
-    // The engine's counters start at zero again: small totals are not read as going backwards.
+}
+
+TEST(RecordingPressure, MeasuringWaitsForPicturesAndEachRecordingMeasuresAfresh) {
+    RecordingPressure pressure;
+    pressure.start(2);
     Ticks ticks(pressure);
+    for (int i = 0; i < 6; ++i)
+        EXPECT_FALSE(ticks.measuredTick(0, 0, 0)); // no Wide picture yet
+    EXPECT_TRUE(pressure.measuring());
+    for (int i = 0; i < 4; ++i)
+        ticks.measuredTick(15, 60'000, 30);
+    ASSERT_EQ(pressure.rateLimit(), 25);
+    EXPECT_NEAR(*pressure.flatOutFps(), 33.3, 0.1);
+
+    // The next recording: no limit, measuring again, and the engine's counters start at zero.
+    pressure.start(2);
+    EXPECT_EQ(pressure.rateLimit(), 0);
+    EXPECT_TRUE(pressure.measuring());
+    Ticks again(pressure);
+    for (int i = 0; i < 4; ++i)
+        again.measuredTick(15, 10'000, 30);
+    EXPECT_EQ(pressure.rateLimit(), 0);
+    EXPECT_EQ(pressure.liveIntervalMs(), 33);
+}
+
+TEST(RecordingPressure, AMeasuredPaceIsLoweredOnDropsAndNeverRaisedAboveWhatWasMeasured) {
+    RecordingPressure pressure;
+    pressure.start(2);
+    Ticks ticks(pressure);
+    for (int i = 0; i < 4; ++i)
+        ticks.measuredTick(15, 60'000, 30);
+    ASSERT_EQ(pressure.rateLimit(), 25);
+    for (int i = 0; i < 4; ++i)
+        ticks.tick(11, 1, 11); // other programs took the CPU: 22 fps reached
+    ASSERT_EQ(pressure.rateLimit(), 22);
     ticks.calm(6);
-    EXPECT_EQ(pressure.liveIntervalMs(), 67);
-    EXPECT_FALSE(pressure.pressed());
+    EXPECT_EQ(pressure.rateLimit(), 24);
+    ticks.calm(60);
+    EXPECT_EQ(pressure.rateLimit(), 24);
+}
+
+TEST(RecordingPressure, AStepUpTheLiveViewCannotHoldIsTriedAgainOnlyAfterTwiceTheWait) {
+    RecordingPressure pressure;
+    Ticks ticks(pressure);
+    ticks.tick(15, 1);
+    ASSERT_EQ(pressure.liveIntervalMs(), 50);
+    ticks.calm(6);
+    ASSERT_EQ(pressure.liveIntervalMs(), 33);
+    ticks.tick(15, 0, 9); // 30 fps is too much for the encoder
+    ASSERT_EQ(pressure.liveIntervalMs(), 50);
+    ticks.calm(11);
+    EXPECT_EQ(pressure.liveIntervalMs(), 50);
+    ticks.calm(1);
+    EXPECT_EQ(pressure.liveIntervalMs(), 33);
+}
+
+TEST(RecordingPressure, AnEncoderMeasuredToKeepUpGetsEveryFrameBackAfterOtherProgramsTookTheCpu) {
+    RecordingPressure pressure;
+    pressure.start(2);
+    Ticks ticks(pressure);
+    for (int i = 0; i < 4; ++i)
+        ticks.measuredTick(15, 35'000, 30); // 57 fps flat out
+    ASSERT_EQ(pressure.rateLimit(), 0);
+    ASSERT_EQ(pressure.liveIntervalMs(), 67);
+    // A build next door: the live view gives way, then two seconds at 24 fps pace the recording.
+    for (int i = 0; i < 5; ++i)
+        ticks.tick(12, 3, 12);
+    ASSERT_EQ(pressure.rateLimit(), 24);
+    ticks.calm(5);
+    EXPECT_EQ(pressure.rateLimit(), 24);
+    ticks.calm(1);
+    EXPECT_EQ(pressure.rateLimit(), 0);
+    // Still crowded: paced again, and every frame is tried again only after twice the wait.
+    for (int i = 0; i < 4; ++i)
+        ticks.tick(12, 3, 12);
+    ASSERT_EQ(pressure.rateLimit(), 24);
+    ticks.calm(11);
+    EXPECT_EQ(pressure.rateLimit(), 24);
+    ticks.calm(1);
+    EXPECT_EQ(pressure.rateLimit(), 0);
 }

@@ -2,12 +2,15 @@
 #include "TestImages.h"
 #include "recording/CompositeRenderer.h"
 #include "recording/LogoMark.h"
+#include "recording/WatermarkCache.h"
 #include "resources/Fonts.h"
 
 #include <QFontDatabase>
 #include <QPainter>
 
 #include <gtest/gtest.h>
+
+#include <future>
 
 namespace {
 
@@ -112,4 +115,25 @@ TEST(Watermark, CompositesWithWatermarkAreSavedForInspection) {
             testOutputFolder() + QStringLiteral("/composite-%1x%2.png").arg(W).arg(H);
         EXPECT_TRUE(toImage(out).save(path));
     }
+}
+
+// Made off the asking thread, once per size and text, the very image makeWatermark draws.
+TEST(Watermark, CacheMakesEachImageOnceOffTheCallersThreadAndKeepsIt) {
+    registerBrandFont();
+    WatermarkCache cache;
+    const WatermarkKey named{QStringLiteral("Praxis Dr. Muster"), 2560, 1440};
+    std::promise<QImage> made;
+    cache.whenMade(named, [&made](const QImage& image) { made.set_value(image); });
+    std::future<QImage> arrived = made.get_future();
+    ASSERT_EQ(arrived.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    const QImage image = arrived.get();
+    EXPECT_EQ(image, makeWatermark(named.text, 2560, 1440));
+    // Kept: found at once, the same pixels, not drawn again.
+    const std::optional<QImage> found = cache.find(named);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->constBits(), image.constBits());
+    // An empty name is the mark alone, the same image as no name.
+    const QImage plain = cache.get({std::nullopt, 1920, 1080});
+    EXPECT_EQ(cache.get({QString(), 1920, 1080}).constBits(), plain.constBits());
+    EXPECT_EQ(plain, makeWatermark(std::nullopt, 1920, 1080));
 }

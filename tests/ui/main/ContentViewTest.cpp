@@ -279,6 +279,9 @@ TEST_F(ContentViewTest, StorageWarningShowsBesideTheFreeSpaceUntilTheRecordingEn
     freeBytes = 1'800'000'000; // about 8 minutes above the stop reserve at 1080p
     EXPECT_TRUE(key(Qt::Key_R));
     ASSERT_TRUE(pumpUntil([this] { return cam->isRecording(); }));
+    // The monitor starts once the start is back on the main thread, which the first frame may
+    // overtake.
+    ASSERT_TRUE(pumpUntil([this] { return cam->activeTempFile().has_value(); }));
     ASSERT_TRUE(pumpUntil([this] { return cam->recorder().counters().framesAppended >= 1; }));
     state->bumpActivity();
     scheduler.advance(5s); // the storage monitor's first check
@@ -326,11 +329,8 @@ TEST_F(ContentViewTest, PhotoFlashJumpsToThreeQuartersAndFadesOut) {
     EXPECT_FALSE(find("flash")->isVisible());
 }
 
-TEST_F(ContentViewTest, SoftwareEncoderOnTwoCoresGetsTheCpuFromThePressAndMotionComesInSteps) {
-    makeCamera(2);
+TEST_F(ContentViewTest, TheEncoderGetsTheCpuFromThePressAndMotionComesInSteps) {
     openLive();
-    if (ffmpeg::VideoEncoder::expectedName() != QStringLiteral("libx265"))
-        GTEST_SKIP() << "a hardware encoder leaves the CPU to the live view";
     auto* wide = find<LiveCameraView>("wideView");
     auto* macro = find<LiveCameraView>("macroView");
     auto* shape = find("recordShape");
@@ -440,8 +440,17 @@ TEST_F(ContentViewTest, LiveViewGivesWayToAnEncoderThatFallsBehindAndSaysSoWhenI
     ASSERT_TRUE(wide && macro);
     EXPECT_EQ(wide->refreshInterval(), 33);
     cam->startRecording(320, 180, false, QImage(), 0.3);
-    ASSERT_TRUE(pumpUntil([this] { return cam->recorder().counters().framesAppended >= 3; }));
-    pumpPosted();
+    // While the encoder shows what a frame costs it, the live views make room; on a machine
+    // with cores to spare they are back at full rate two seconds in.
+    EXPECT_EQ(wide->refreshInterval(), 100);
+    for (int tick = 0; tick < 12 && wide->refreshInterval() != 33; ++tick) {
+        const int encoded = cam->recorder().counters().encoded;
+        ASSERT_TRUE(pumpUntil([&] { return cam->recorder().counters().encoded > encoded; }));
+        scheduler.advance(500ms);
+    }
+    EXPECT_EQ(wide->refreshInterval(), 33);
+    EXPECT_EQ(macro->refreshInterval(), 33);
+    EXPECT_EQ(cam->recorder().rateLimit(), 0);
 
     // The encoder takes nothing: every frame that arrives is dropped. Each half-second tick that
     // saw a drop slows both live views one step, down to 10 fps.
@@ -467,10 +476,11 @@ TEST_F(ContentViewTest, LiveViewGivesWayToAnEncoderThatFallsBehindAndSaysSoWhenI
     for (int i = 0; i < 4; ++i)
         tickAfterADrop();
     EXPECT_EQ(cam->recorder().rateLimit(), 10);
-    EXPECT_EQ(cam->recordingNotice(),
-              QStringLiteral("Dieser Rechner schafft 320 × 180 nicht mit 30 Bildern pro "
-                             "Sekunde. Die Aufnahme läuft gleichmäßig mit 10 Bildern pro "
-                             "Sekunde."));
+    // The camera's rate as measured on a busy machine may be under its 30.
+    EXPECT_TRUE(cam->recordingNotice().startsWith(
+        QStringLiteral("Dieser Rechner schafft 320 × 180 nicht mit ")));
+    EXPECT_TRUE(cam->recordingNotice().endsWith(
+        QStringLiteral("Die Aufnahme läuft gleichmäßig mit 10 Bildern pro Sekunde.")));
     EXPECT_TRUE(find("recordingNotice")->isVisible());
 
     // The recording ends: full rate again, no notice, and the file is kept.
@@ -487,33 +497,6 @@ TEST_F(ContentViewTest, LiveViewGivesWayToAnEncoderThatFallsBehindAndSaysSoWhenI
                    .entryList({QStringLiteral("OSTREL-*.mp4")}, QDir::Files)
                    .size() == 1;
     }));
-}
-
-TEST_F(ContentViewTest, HighResolutionWithTheSoftwareEncoderOnFewCoresIsAnnouncedAtTheStart) {
-    makeCamera(2);
-    openLive();
-    settings->setValue(Setting::resolutionHigh, true);
-    EXPECT_TRUE(key(Qt::Key_R));
-    ASSERT_TRUE(pumpUntil([this] { return cam->recorder().active(); }, 20000));
-    pumpPosted();
-    if (cam->recorder().videoEncoderName() == QStringLiteral("libx265")) {
-        ASSERT_TRUE(pumpUntil([this] { return !cam->recordingNotice().isEmpty(); }));
-        EXPECT_EQ(cam->recordingNotice(),
-                  QStringLiteral("Dieser Rechner schafft 2560 × 1440 voraussichtlich nicht mit 30 "
-                                 "Bildern pro Sekunde. Die Aufnahme läuft dann gleichmäßig mit "
-                                 "weniger Bildern pro Sekunde; für 30 Bilder pro Sekunde "
-                                 "1920 × 1080 wählen."));
-        EXPECT_TRUE(find("recordingNotice")->isVisible());
-        // Seen as the user sees it.
-        if (qEnvironmentVariableIsSet("OSTREL_SCREENSHOT_DIR"))
-            window->grabWindow().save(qEnvironmentVariable("OSTREL_SCREENSHOT_DIR") +
-                                      QStringLiteral("/main-recording-notice.png"));
-    } else {
-        EXPECT_TRUE(cam->recordingNotice().isEmpty());
-    }
-    cam->stopRecording();
-    ASSERT_TRUE(pumpUntil([this] { return !cam->isRecording(); }, 30000));
-    EXPECT_TRUE(cam->recordingNotice().isEmpty());
 }
 
 TEST_F(ContentViewTest, TuningOverlayShowsEachValueWithItsOwnPrecision) {

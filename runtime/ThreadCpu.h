@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QByteArrayList>
+
+#include <chrono>
+
+// CPU time used so far by this process's threads whose names start with one of `prefixes`
+// (Linux keeps 15 characters of a name), living threads only. Reads /proc: a few hundred
+// microseconds, so for occasional measurements, not per frame.
+std::chrono::microseconds cpuTimeOfThreads(const QByteArrayList& prefixes);
+
+// CPUs this process may run on.
+int usableCpuCount();
