@@ -177,14 +177,6 @@
 <context>
     <name>CameraManager</name>
     <message>
-        <source>Dieser Rechner schafft %1 × %2 voraussichtlich nicht mit 30 Bildern pro Sekunde. Die Aufnahme läuft dann gleichmäßig mit weniger Bildern pro Sekunde; für 30 Bilder pro Sekunde 1920 × 1080 wählen.</source>
-        <translation>This computer will probably not manage %1 × %2 at 30 frames per second. The recording then runs evenly at fewer frames per second; choose 1920 × 1080 for 30 frames per second.</translation>
-    </message>
-    <message>
-        <source>Dieser Rechner schafft %1 × %2 nicht mit 30 Bildern pro Sekunde. Die Aufnahme läuft gleichmäßig mit %3 Bildern pro Sekunde.</source>
-        <translation>This computer cannot manage %1 × %2 at 30 frames per second. The recording runs evenly at %3 frames per second.</translation>
-    </message>
-    <message>
         <source>Für 30 Bilder pro Sekunde 1920 × 1080 wählen.</source>
         <translation>Choose 1920 × 1080 for 30 frames per second.</translation>
     </message>
@@ -263,6 +255,10 @@
     <message>
         <source>Laufwerk reagiert nicht. Die Aufnahme läuft weiter und wird im Arbeitsspeicher gehalten, bis das Laufwerk wieder schreibt.</source>
         <translation>The drive is not responding. The recording continues and is held in memory until the drive writes again.</translation>
+    </message>
+    <message>
+        <source>Dieser Rechner schafft %1 × %2 nicht mit %3 Bildern pro Sekunde. Die Aufnahme läuft gleichmäßig mit %4 Bildern pro Sekunde.</source>
+        <translation>This computer cannot record %1 × %2 at %3 frames per second. The recording runs evenly at %4 frames per second.</translation>
     </message>
 </context>
 <context>
