@@ -21,8 +21,8 @@ AppController::Reply AppController::applicationShouldTerminate() {
     if (manager && manager->isRecording()) {
         m_quitting = true;
         emit quittingChanged();
-        ostrelLog(LogLevel::event,
-                  QStringLiteral("Beenden: Aufnahme wird abgeschlossen und gespeichert…"));
+        logOnMainThread(LogLevel::event,
+                        QStringLiteral("Beenden: Aufnahme wird abgeschlossen und gespeichert…"));
         QPointer<CameraManager> weak(manager);
         manager->onRecordingFinished = [weak, terminate = m_terminate] {
             if (weak)
@@ -61,8 +61,8 @@ void AppController::leaveMainView() {
     }
     // Stopping capture under a running recording would leave the file open and append the
     // next session's frames to it.
-    ostrelLog(LogLevel::event,
-              QStringLiteral("Einrichtung: Aufnahme wird abgeschlossen und gespeichert…"));
+    logOnMainThread(LogLevel::event,
+                    QStringLiteral("Einrichtung: Aufnahme wird abgeschlossen und gespeichert…"));
     QPointer<CameraManager> weak(manager);
     QPointer<AppController> self(this);
     manager->onRecordingFinished = [weak, self] {

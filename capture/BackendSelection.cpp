@@ -50,11 +50,11 @@ std::unique_ptr<CaptureBackend> makeCaptureBackend() {
         const QString faults = qEnvironmentVariable("OSTREL_VIRTUAL_FAULTS");
         const QStringList rejected = backend->devices().applyFaults(faults);
         if (!rejected.isEmpty())
-            ostrelLog(LogLevel::warn, QStringLiteral("OSTREL_VIRTUAL_FAULTS: unbekannt: ") +
-                                          rejected.join(QStringLiteral("; ")));
+            logOnMainThread(LogLevel::warn, QStringLiteral("OSTREL_VIRTUAL_FAULTS: unbekannt: ") +
+                                                rejected.join(QStringLiteral("; ")));
         const QString streams = qEnvironmentVariable("OSTREL_VIRTUAL_STREAMS");
         for (const QString& problem : backend->devices().applyStreams(streams))
-            ostrelLog(LogLevel::warn, QStringLiteral("OSTREL_VIRTUAL_STREAMS: ") + problem);
+            logOnMainThread(LogLevel::warn, QStringLiteral("OSTREL_VIRTUAL_STREAMS: ") + problem);
         return backend;
     }
     auto cameras = std::make_unique<V4l2Backend>();
@@ -64,9 +64,10 @@ std::unique_ptr<CaptureBackend> makeCaptureBackend() {
     // Its first listing opens every video node: off the GUI thread too.
     backend->listing().runOnWorker([v4l2] {
         if (const auto failure = v4l2->startMonitoring())
-            ostrelPost(LogLevel::error,
-                       QStringLiteral("Geräteüberwachung (udev) nicht gestartet: ") + *failure +
-                           QStringLiteral(" — an- und abgesteckte Kameras werden nicht bemerkt"));
+            logFromAnyThread(
+                LogLevel::error,
+                QStringLiteral("Geräteüberwachung (udev) nicht gestartet: ") + *failure +
+                    QStringLiteral(" — an- und abgesteckte Kameras werden nicht bemerkt"));
     });
     return backend;
 }

@@ -36,10 +36,10 @@ void CameraControlKeeper::applyAtStart(int role, const CaptureDevice& device) {
             const QString key = cameraControlKey(CameraControlId::powerLineFrequency);
             if (!m_store.values(id).contains(key))
                 m_store.setValue(id, key, int(m_regionDefault));
-            ostrelPost(LogLevel::info,
-                       QStringLiteral("Kamera %1: Netzfrequenz der Region: %2 Hz")
-                           .arg(cameraRoleName(role))
-                           .arg(m_regionDefault == PowerLineFrequency::hz60 ? 60 : 50));
+            logFromAnyThread(LogLevel::info,
+                             QStringLiteral("Kamera %1: Netzfrequenz der Region: %2 Hz")
+                                 .arg(cameraRoleName(role))
+                                 .arg(m_regionDefault == PowerLineFrequency::hz60 ? 60 : 50));
         }
         m_store.markFirstUseDone(id);
     }
@@ -67,8 +67,8 @@ void CameraControlKeeper::applyAtStart(int role, const CaptureDevice& device) {
         applied << QStringLiteral("%1=%2").arg(cameraControlKey(control.id)).arg(wanted->second);
     }
     if (!applied.isEmpty())
-        ostrelPost(LogLevel::info, QStringLiteral("Kamera %1: Bildregler gesetzt (%2)")
-                                       .arg(cameraRoleName(role), applied.join(u", ")));
+        logFromAnyThread(LogLevel::info, QStringLiteral("Kamera %1: Bildregler gesetzt (%2)")
+                                             .arg(cameraRoleName(role), applied.join(u", ")));
 }
 
 std::vector<CameraControl> CameraControlKeeper::controls(const CaptureDevice& device) {
@@ -105,8 +105,9 @@ void CameraControlKeeper::resetToDefaults(int role, const CaptureDevice& device)
             if (const auto error = camera->set(control.id, control.defaultValue))
                 warnOnce(role, control.id, *error);
     }
-    ostrelPost(LogLevel::info, QStringLiteral("Kamera %1: Bildregler auf Kamerawerte zurückgesetzt")
-                                   .arg(cameraRoleName(role)));
+    logFromAnyThread(LogLevel::info,
+                     QStringLiteral("Kamera %1: Bildregler auf Kamerawerte zurückgesetzt")
+                         .arg(cameraRoleName(role)));
 }
 
 void CameraControlKeeper::warnOnce(int role, CameraControlId id, const QString& reason) {
@@ -115,6 +116,6 @@ void CameraControlKeeper::warnOnce(int role, CameraControlId id, const QString& 
         if (!m_warned.insert({role, id}).second)
             return;
     }
-    ostrelPost(LogLevel::warn, QStringLiteral("Kamera %1: Regler „%2“ nicht gesetzt: %3")
-                                   .arg(cameraRoleName(role), cameraControlKey(id), reason));
+    logFromAnyThread(LogLevel::warn, QStringLiteral("Kamera %1: Regler „%2“ nicht gesetzt: %3")
+                                         .arg(cameraRoleName(role), cameraControlKey(id), reason));
 }

@@ -72,11 +72,12 @@ void CameraManager::resetRecovery() {
 void CameraManager::recoverStream(int index, StreamEnd reason) {
     const CaptureDevice& device = m_runCameras[index];
     const QString role = CameraErrorTexts::role(index);
-    ostrelLog(LogLevel::warn, (reason == StreamEnd::stalled
-                                   ? CameraErrorTexts::stalled(role, device.localizedName)
-                                   : CameraErrorTexts::streamEnded(role, device.localizedName))
-                                      .section(QStringLiteral(" — "), 0, 0) +
-                                  QStringLiteral(" — wird neu gestartet"));
+    logOnMainThread(LogLevel::warn,
+                    (reason == StreamEnd::stalled
+                         ? CameraErrorTexts::stalled(role, device.localizedName)
+                         : CameraErrorTexts::streamEnded(role, device.localizedName))
+                            .section(QStringLiteral(" — "), 0, 0) +
+                        QStringLiteral(" — wird neu gestartet"));
     m_recovery[std::size_t(index)].tries = 0;
     if (m_running)
         setStatus(CameraStatus::restarting);
@@ -103,10 +104,11 @@ void CameraManager::restartCamera(int index, bool comingBack) {
     const std::uint64_t epoch = ++camera.epoch;
     const std::uint64_t generation = m_runGeneration;
     if (!comingBack)
-        ostrelLog(LogLevel::warn, QStringLiteral("%1-Kamera wird neu gestartet (Versuch %2/%3)")
-                                      .arg(CameraErrorTexts::role(index))
-                                      .arg(camera.tries)
-                                      .arg(restartDelays.size()));
+        logOnMainThread(LogLevel::warn,
+                        QStringLiteral("%1-Kamera wird neu gestartet (Versuch %2/%3)")
+                            .arg(CameraErrorTexts::role(index))
+                            .arg(camera.tries)
+                            .arg(restartDelays.size()));
     CameraRestart request;
     request.owner = this;
     request.sessions = &m_sessions;
@@ -175,7 +177,7 @@ void CameraManager::restartFailed(int index) {
     const CaptureDevice& device = m_runCameras[index];
     const QString message =
         CameraErrorTexts::stalled(CameraErrorTexts::role(index), device.localizedName);
-    ostrelLog(LogLevel::error, message);
+    logOnMainThread(LogLevel::error, message);
     setUserAlert(CameraErrorTexts::alertFor(message).value_or(message));
     cameraGone(index);
 }
@@ -184,9 +186,9 @@ void CameraManager::cameraBack(int index, bool comingBack) {
     CameraRecovery& camera = m_recovery[std::size_t(index)];
     camera.restarting = false;
     camera.tries = 0;
-    ostrelLog(LogLevel::event,
-              QStringLiteral("Kamera wieder live: ") +
-                  CameraErrorTexts::namedRole(m_runCameras[index].localizedName, index));
+    logOnMainThread(LogLevel::event,
+                    QStringLiteral("Kamera wieder live: ") +
+                        CameraErrorTexts::namedRole(m_runCameras[index].localizedName, index));
     if (comingBack) {
         setMissing(index, false);
         setConnectedCount(std::min(m_connectedCount + 1, 2));

@@ -83,7 +83,7 @@ void CameraManager::pollForCameras() {
             return;
         }
         setStatus(CameraStatus::noCameras);
-        ostrelLog(
+        logOnMainThread(
             LogLevel::warn,
             QStringLiteral("Kameras nicht erkannt — beide anstecken; bei Bedarf neu starten."));
         return;
@@ -104,8 +104,8 @@ bool CameraManager::isStale(std::uint64_t generation) {
     // outcome has now arrived, so a new start may go.
     if (m_starting && generation == m_startingGeneration)
         m_starting = false;
-    ostrelLog(LogLevel::info,
-              QStringLiteral("Ergebnis eines abgebrochenen Kamera-Starts verworfen"));
+    logOnMainThread(LogLevel::info,
+                    QStringLiteral("Ergebnis eines abgebrochenen Kamera-Starts verworfen"));
     return true;
 }
 
@@ -165,7 +165,8 @@ void CameraManager::configurationFailed(std::uint64_t generation) {
         return;
     m_starting = false;
     setStatus(CameraStatus::cameraError);
-    ostrelLog(LogLevel::error, QStringLiteral("Video-Sessions konnten nicht konfiguriert werden"));
+    logOnMainThread(LogLevel::error,
+                    QStringLiteral("Video-Sessions konnten nicht konfiguriert werden"));
     reportStartFailure();
 }
 
@@ -185,8 +186,8 @@ void CameraManager::reportStartFailure() {
 
 void CameraManager::logGaveUpStarting() {
     if (m_startFailure)
-        ostrelLog(LogLevel::warn,
-                  QStringLiteral("Kameras gefunden, starten aber nicht: ") + *m_startFailure);
+        logOnMainThread(LogLevel::warn,
+                        QStringLiteral("Kameras gefunden, starten aber nicht: ") + *m_startFailure);
 }
 
 void CameraManager::started(std::uint64_t generation, bool videoRunning, bool audioRunning) {
@@ -196,8 +197,8 @@ void CameraManager::started(std::uint64_t generation, bool videoRunning, bool au
     m_micActive = audioRunning;
     if (!videoRunning) {
         setStatus(CameraStatus::cameraError);
-        ostrelLog(LogLevel::error,
-                  QStringLiteral("startRunning ohne Erfolg — Bild bleibt schwarz"));
+        logOnMainThread(LogLevel::error,
+                        QStringLiteral("startRunning ohne Erfolg — Bild bleibt schwarz"));
         reportStartFailure();
         return;
     }
@@ -212,8 +213,9 @@ void CameraManager::started(std::uint64_t generation, bool videoRunning, bool au
     setStatus(CameraStatus::live);
     startFPSTask();
     scheduleWatchdog();
-    ostrelLog(LogLevel::event, QStringLiteral("2 Kameras live") +
-                                   (m_micActive ? QStringLiteral(" · Mikrofon aktiv") : QString()));
+    logOnMainThread(LogLevel::event,
+                    QStringLiteral("2 Kameras live") +
+                        (m_micActive ? QStringLiteral(" · Mikrofon aktiv") : QString()));
     if (m_mic.missing) {
         if (m_micActive)
             microphoneBack();
@@ -245,15 +247,16 @@ void CameraManager::checkWatchdog(std::uint64_t generation) {
         m_recovery[1].pictureless = !macro;
         emit liveCamerasChanged();
         setStatus(CameraStatus::noImage);
-        ostrelLog(LogLevel::error,
-                  QStringLiteral("Kamera liefert kein Bild ") + results +
-                      QStringLiteral(" — bitte USB-Verbindung/Hub prüfen und neu starten (↻)."));
+        logOnMainThread(
+            LogLevel::error,
+            QStringLiteral("Kamera liefert kein Bild ") + results +
+                QStringLiteral(" — bitte USB-Verbindung/Hub prüfen und neu starten (↻)."));
         return;
     }
     ++m_watchdogRetries;
-    ostrelLog(LogLevel::warn,
-              QStringLiteral("Kamera ohne Bild ") + results +
-                  QStringLiteral(" — automatischer Neustart %1/3").arg(m_watchdogRetries));
+    logOnMainThread(LogLevel::warn,
+                    QStringLiteral("Kamera ohne Bild ") + results +
+                        QStringLiteral(" — automatischer Neustart %1/3").arg(m_watchdogRetries));
     restartPipelines();
 }
 
@@ -300,7 +303,7 @@ void CameraManager::stopCapture() {
     setWriterFPS(std::nullopt);
     FrameStore::shared().clear();
     setStatus(CameraStatus::stopped);
-    ostrelLog(LogLevel::event, QStringLiteral("Kamera-Sessions gestoppt"));
+    logOnMainThread(LogLevel::event, QStringLiteral("Kamera-Sessions gestoppt"));
 }
 
 void CameraManager::deviceDisconnected(const CaptureDevice& device) {
@@ -316,8 +319,8 @@ void CameraManager::deviceDisconnected(const CaptureDevice& device) {
             return;
         }
     const int index = device.uniqueID == m_wideUID ? 0 : 1;
-    ostrelLog(LogLevel::error, CameraErrorTexts::unplugged(
-                                   CameraErrorTexts::namedRole(device.localizedName, index)));
+    logOnMainThread(LogLevel::error, CameraErrorTexts::unplugged(
+                                         CameraErrorTexts::namedRole(device.localizedName, index)));
     if (m_recovery[index].missing) {
         // Already gone from the run (its stream could not be restarted): now it is unplugged.
         setStatus(CameraStatus::cameraDisconnected);
@@ -348,8 +351,8 @@ void CameraManager::streamEnded(std::uint64_t generation, int index, std::uint64
     }
     // Its notice follows; it is the same loss.
     m_lost[index] = true;
-    ostrelLog(LogLevel::error, CameraErrorTexts::unplugged(
-                                   CameraErrorTexts::namedRole(device.localizedName, index)));
+    logOnMainThread(LogLevel::error, CameraErrorTexts::unplugged(
+                                         CameraErrorTexts::namedRole(device.localizedName, index)));
     cameraGone(index);
 }
 
@@ -371,9 +374,10 @@ void CameraManager::deviceConnected(const CaptureDevice& device) {
     }
     if (device.uniqueID != m_wideUID && device.uniqueID != m_macroUID)
         return;
-    ostrelLog(LogLevel::event, QStringLiteral("Kamera angeschlossen: ") +
-                                   CameraErrorTexts::namedRole(
-                                       device.localizedName, device.uniqueID == m_wideUID ? 0 : 1));
+    logOnMainThread(LogLevel::event,
+                    QStringLiteral("Kamera angeschlossen: ") +
+                        CameraErrorTexts::namedRole(device.localizedName,
+                                                    device.uniqueID == m_wideUID ? 0 : 1));
     if (!m_running) {
         m_pollCount = 0;
         if (!m_polling) {

@@ -55,8 +55,9 @@ void CameraManager::microphoneDisconnected(const CaptureDevice& device) {
             // Its stream ended first, as the device went: the retries cannot help.
             m_mic.unplugged = true;
             m_mic.retry.cancel();
-            ostrelLog(LogLevel::warn, QStringLiteral("Mikrofon getrennt: ") + device.localizedName +
-                                          QStringLiteral(" — Anschluss prüfen"));
+            logOnMainThread(LogLevel::warn, QStringLiteral("Mikrofon getrennt: ") +
+                                                device.localizedName +
+                                                QStringLiteral(" — Anschluss prüfen"));
         }
         return;
     }
@@ -86,13 +87,13 @@ void CameraManager::microphoneLost(bool unplugged) {
     setAudioLevel(0);
     const QString name = m_mic.device.localizedName;
     if (unplugged)
-        ostrelLog(LogLevel::warn,
-                  QStringLiteral("Mikrofon getrennt: ") + name +
-                      (m_isRecording ? QStringLiteral(" — Aufnahme läuft ohne Ton weiter")
-                                     : QStringLiteral(" — Anschluss prüfen")));
+        logOnMainThread(LogLevel::warn,
+                        QStringLiteral("Mikrofon getrennt: ") + name +
+                            (m_isRecording ? QStringLiteral(" — Aufnahme läuft ohne Ton weiter")
+                                           : QStringLiteral(" — Anschluss prüfen")));
     else
-        ostrelLog(LogLevel::warn, QStringLiteral("Tonstrom des Mikrofons (") + name +
-                                      QStringLiteral(") abgebrochen — wird neu gestartet"));
+        logOnMainThread(LogLevel::warn, QStringLiteral("Tonstrom des Mikrofons (") + name +
+                                            QStringLiteral(") abgebrochen — wird neu gestartet"));
     CaptureSessions* sessions = &m_sessions;
     m_camQueue->async([sessions] { PipelineSetup::stopMicrophone(*sessions); });
     startSilence();
@@ -140,9 +141,9 @@ void CameraManager::microphoneRestarted(std::uint64_t generation, std::uint64_t 
     }
     startSilence();
     if (m_mic.tries > int(retryDelays.size())) {
-        ostrelLog(LogLevel::warn, QStringLiteral("Mikrofon startet nicht neu: ") +
-                                      m_mic.device.localizedName +
-                                      QStringLiteral(" — Anschluss prüfen"));
+        logOnMainThread(LogLevel::warn, QStringLiteral("Mikrofon startet nicht neu: ") +
+                                            m_mic.device.localizedName +
+                                            QStringLiteral(" — Anschluss prüfen"));
         return;
     }
     m_mic.retry = m_scheduler.after(retryDelays[std::size_t(m_mic.tries - 1)], this,
@@ -155,8 +156,8 @@ void CameraManager::microphoneBack() {
     m_micActive = true;
     stopSilence();
     setMicrophoneMissing(false);
-    ostrelLog(LogLevel::info,
-              QStringLiteral("Mikrofon wieder verbunden: ") + m_mic.device.localizedName);
+    logOnMainThread(LogLevel::info,
+                    QStringLiteral("Mikrofon wieder verbunden: ") + m_mic.device.localizedName);
 }
 
 void CameraManager::resetMicrophone() {

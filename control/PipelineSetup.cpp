@@ -49,14 +49,14 @@ bool PipelineSetup::configureVideoSession(CaptureSession& session, const Capture
     const DeviceInputResult made = m_backend.makeDeviceInput(device);
     if (!made.input) {
         session.commitConfiguration();
-        ostrelPost(LogLevel::error, cameraPrefix(index, device) + made.error);
+        logFromAnyThread(LogLevel::error, cameraPrefix(index, device) + made.error);
         noteFailure(made.error);
         return false;
     }
     if (!session.canAddInput(made.input)) {
         session.commitConfiguration();
-        ostrelPost(LogLevel::error,
-                   cameraPrefix(index, device) + QStringLiteral("canAddInput = false"));
+        logFromAnyThread(LogLevel::error,
+                         cameraPrefix(index, device) + QStringLiteral("canAddInput = false"));
         return false;
     }
     session.addInput(made.input);
@@ -68,13 +68,13 @@ bool PipelineSetup::configureVideoSession(CaptureSession& session, const Capture
     if (session.canAddOutput(output)) {
         session.addOutput(output);
         session.commitConfiguration();
-        ostrelPost(
+        logFromAnyThread(
             LogLevel::info,
             QStringLiteral("Kamera %1 konfiguriert: %2").arg(index).arg(device.localizedName));
         return true;
     }
     session.commitConfiguration();
-    ostrelPost(LogLevel::error, QStringLiteral("Kamera %1: canAddOutput = false").arg(index));
+    logFromAnyThread(LogLevel::error, QStringLiteral("Kamera %1: canAddOutput = false").arg(index));
     return false;
 }
 
@@ -85,8 +85,8 @@ bool PipelineSetup::configureAudioSession(CaptureSession& session, const Capture
     const DeviceInputResult made = m_backend.makeDeviceInput(device);
     if (!made.input) {
         session.commitConfiguration();
-        ostrelPost(LogLevel::warn,
-                   QStringLiteral("Mikrofon konnte nicht verbunden werden: ") + made.error);
+        logFromAnyThread(LogLevel::warn,
+                         QStringLiteral("Mikrofon konnte nicht verbunden werden: ") + made.error);
         return false;
     }
     if (!session.canAddInput(made.input)) {
@@ -100,7 +100,8 @@ bool PipelineSetup::configureAudioSession(CaptureSession& session, const Capture
     if (session.canAddOutput(output)) {
         session.addOutput(output);
         session.commitConfiguration();
-        ostrelPost(LogLevel::info, QStringLiteral("Mikrofon eingebunden: ") + device.localizedName);
+        logFromAnyThread(LogLevel::info,
+                         QStringLiteral("Mikrofon eingebunden: ") + device.localizedName);
         return true;
     }
     session.commitConfiguration();

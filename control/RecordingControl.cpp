@@ -73,21 +73,22 @@ void CameraManager::startRecording(int width, int height, bool withAudio, const 
                 weak->setRecording(false);
                 weak->stopPressureWatch();
                 weak->setStatus(CameraStatus::recordingError);
-                ostrelLog(LogLevel::error,
-                          QStringLiteral("Aufnahme-Start fehlgeschlagen: ") + *error);
+                logOnMainThread(LogLevel::error,
+                                QStringLiteral("Aufnahme-Start fehlgeschlagen: ") + *error);
                 return;
             }
             weak->m_activePartial = partial;
             weak->m_activeTempFile = partial->path();
             weak->startStorageMonitor(width >= 2560);
             weak->startPressureWatch(width, height);
-            ostrelLog(LogLevel::event,
-                      QStringLiteral("Aufnahme läuft (%1×%2, Audio: %3)")
-                          .arg(width)
-                          .arg(height)
-                          .arg(sound ? QStringLiteral("an") : QStringLiteral("aus")));
+            logOnMainThread(LogLevel::event,
+                            QStringLiteral("Aufnahme läuft (%1×%2, Audio: %3)")
+                                .arg(width)
+                                .arg(height)
+                                .arg(sound ? QStringLiteral("an") : QStringLiteral("aus")));
             if (sound && weak->m_recorder->soundMuted())
-                ostrelLog(LogLevel::event, QStringLiteral("Ton der Aufnahme stumm geschaltet"));
+                logOnMainThread(LogLevel::event,
+                                QStringLiteral("Ton der Aufnahme stumm geschaltet"));
         });
     });
 }
@@ -96,9 +97,10 @@ void CameraManager::recordingStartFailed(const QString& folderError, bool folder
     setRecording(false);
     stopPressureWatch();
     setStatus(CameraStatus::recordingError);
-    ostrelLog(LogLevel::error,
-              QStringLiteral("Aufnahme-Start fehlgeschlagen: Aufnahmeordner nicht beschreibbar (") +
-                  folderError + QStringLiteral(")"));
+    logOnMainThread(
+        LogLevel::error,
+        QStringLiteral("Aufnahme-Start fehlgeschlagen: Aufnahmeordner nicht beschreibbar (") +
+            folderError + QStringLiteral(")"));
     setUserAlert(tr("Aufnahme nicht gestartet: In den Aufnahmeordner kann nicht geschrieben "
                     "werden (Laufwerk voll, schreibgeschützt oder getrennt?). Bitte den Ordner "
                     "prüfen oder einen anderen wählen."));
@@ -113,8 +115,9 @@ void CameraManager::setRecordingSoundMuted(bool muted) {
         return;
     m_recorder->setSoundMuted(muted);
     if (m_isRecording)
-        ostrelLog(LogLevel::event, muted ? QStringLiteral("Ton der Aufnahme stumm geschaltet")
-                                         : QStringLiteral("Ton der Aufnahme wieder eingeschaltet"));
+        logOnMainThread(LogLevel::event,
+                        muted ? QStringLiteral("Ton der Aufnahme stumm geschaltet")
+                              : QStringLiteral("Ton der Aufnahme wieder eingeschaltet"));
 }
 
 void CameraManager::startRecordingWith(bool high, bool withAudio, bool watermarkOn,
@@ -217,8 +220,9 @@ void CameraManager::recordingFileMoved(std::uint64_t generation,
             to->discard();
         if (generation != m_recordingGeneration || !m_isRecording)
             return; // ended meanwhile: the file is saved from where it is
-        ostrelLog(LogLevel::error,
-                  QStringLiteral("Aufnahmedatei nicht mehr erreichbar, kein Ersatzort: ") + *error);
+        logOnMainThread(LogLevel::error,
+                        QStringLiteral("Aufnahmedatei nicht mehr erreichbar, kein Ersatzort: ") +
+                            *error);
         setUserAlert(tr("Der Aufnahmeordner ist während der Aufnahme verschwunden, und es gibt "
                         "keinen Ort, an dem sie weiterlaufen kann. Die Aufnahme wird beim Beenden "
                         "gerettet, soweit möglich."));
@@ -230,10 +234,10 @@ void CameraManager::recordingFileMoved(std::uint64_t generation,
         m_activeTempFile = to->path();
     }
     const QString where = QDir::toNativeSeparators(QFileInfo(to->path()).absolutePath());
-    ostrelLog(LogLevel::warn, QStringLiteral("Aufnahmedatei nicht mehr erreichbar (Ordner "
-                                             "gelöscht, umbenannt oder Laufwerk getrennt) — "
-                                             "Aufnahme läuft weiter in ") +
-                                  where);
+    logOnMainThread(LogLevel::warn, QStringLiteral("Aufnahmedatei nicht mehr erreichbar (Ordner "
+                                                   "gelöscht, umbenannt oder Laufwerk getrennt) — "
+                                                   "Aufnahme läuft weiter in ") +
+                                        where);
     setUserAlert(tr("Der Aufnahmeordner ist während der Aufnahme verschwunden (gelöscht, "
                     "umbenannt oder Laufwerk getrennt). Die Aufnahme läuft weiter in „%1“ und wird "
                     "beim Beenden gespeichert.")
@@ -250,7 +254,8 @@ void CameraManager::recordingFinished(std::uint64_t generation, std::optional<QS
     recordingEnded();
     if (error) {
         setStatus(CameraStatus::recordingError);
-        ostrelLog(LogLevel::error, QStringLiteral("Aufnahme-Fehler beim Abschluss: ") + *error);
+        logOnMainThread(LogLevel::error,
+                        QStringLiteral("Aufnahme-Fehler beim Abschluss: ") + *error);
     }
     saveRecording(std::move(m_activePartial), file && !error);
 }
@@ -268,11 +273,12 @@ void CameraManager::finishOverdue(std::uint64_t generation) {
         return;
     const QString where =
         m_activePartial ? QFileInfo(m_activePartial->path()).absolutePath() : QString();
-    ostrelLog(LogLevel::error,
-              QStringLiteral("Aufnahme-Abschluss hängt seit %1 s — Laufwerk reagiert nicht. Die "
-                             "Teilaufnahme bleibt erhalten: %2")
-                  .arg(finishBound.count())
-                  .arg(m_activePartial ? m_activePartial->path() : QString()));
+    logOnMainThread(
+        LogLevel::error,
+        QStringLiteral("Aufnahme-Abschluss hängt seit %1 s — Laufwerk reagiert nicht. Die "
+                       "Teilaufnahme bleibt erhalten: %2")
+            .arg(finishBound.count())
+            .arg(m_activePartial ? m_activePartial->path() : QString()));
     setUserAlert(tr("Die Aufnahme konnte nicht abgeschlossen werden: Das Laufwerk reagiert nicht. "
                     "Sie bleibt als versteckte Teilaufnahme in „%1“ erhalten und wird gespeichert, "
                     "sobald das Laufwerk wieder antwortet.")
@@ -301,8 +307,9 @@ void CameraManager::lateFinish(std::uint64_t generation, bool finished) {
         return;
     std::shared_ptr<PartialRecording> partial = std::move(overdue->second);
     m_overduePartials.erase(overdue);
-    ostrelLog(LogLevel::info, QStringLiteral("Laufwerk antwortet wieder — verspätete Aufnahme wird "
-                                             "gespeichert"));
+    logOnMainThread(LogLevel::info,
+                    QStringLiteral("Laufwerk antwortet wieder — verspätete Aufnahme wird "
+                                   "gespeichert"));
     saveRecording(std::move(partial), finished, true);
 }
 
@@ -393,21 +400,24 @@ void CameraManager::saveRecording(std::shared_ptr<PartialRecording> partial, boo
                 activeTempFile.reset();
                 break;
             case SaveResult::Kind::unsaved:
-                ostrelLog(LogLevel::warn, QStringLiteral("Kein Aufnahmeordner gewählt — Datei "
-                                                         "bleibt im temporären Ordner: ") +
-                                              result.name);
+                logOnMainThread(LogLevel::warn,
+                                QStringLiteral("Kein Aufnahmeordner gewählt — Datei "
+                                               "bleibt im temporären Ordner: ") +
+                                    result.name);
                 activeTempFile = result.path;
                 break;
             case SaveResult::Kind::saved:
-                ostrelLog(LogLevel::event, QStringLiteral("Aufnahme gespeichert: ") + result.name);
+                logOnMainThread(LogLevel::event,
+                                QStringLiteral("Aufnahme gespeichert: ") + result.name);
                 activeTempFile.reset();
                 emit weak->filesSaved({result.path}, true);
                 break;
             case SaveResult::Kind::savedElsewhere:
-                ostrelLog(LogLevel::warn,
-                          QStringLiteral("Aufnahmeordner nicht erreichbar — Aufnahme gespeichert "
-                                         "unter ") +
-                              result.path);
+                logOnMainThread(
+                    LogLevel::warn,
+                    QStringLiteral("Aufnahmeordner nicht erreichbar — Aufnahme gespeichert "
+                                   "unter ") +
+                        result.path);
                 weak->setUserAlert(tr("Der Aufnahmeordner war nicht erreichbar. Die Aufnahme "
                                       "wurde in „%1“ gespeichert.")
                                        .arg(QDir::toNativeSeparators(result.path)));
@@ -415,25 +425,26 @@ void CameraManager::saveRecording(std::shared_ptr<PartialRecording> partial, boo
                 emit weak->filesSaved({result.path}, true);
                 break;
             case SaveResult::Kind::lost:
-                ostrelLog(LogLevel::error,
-                          QStringLiteral("Aufnahme verloren: Datei nicht mehr erreichbar und "
-                                         "nicht zu retten (") +
-                              result.error + QStringLiteral(")"));
+                logOnMainThread(LogLevel::error,
+                                QStringLiteral("Aufnahme verloren: Datei nicht mehr erreichbar und "
+                                               "nicht zu retten (") +
+                                    result.error + QStringLiteral(")"));
                 weak->setUserAlert(tr("Die Aufnahme konnte nicht gespeichert werden: Ihr Ordner "
                                       "ist verschwunden, und es gibt keinen beschreibbaren Ort "
                                       "für sie."));
                 activeTempFile.reset();
                 break;
             case SaveResult::Kind::rescued:
-                ostrelLog(LogLevel::event,
-                          QStringLiteral("Aufnahme bis zum Schreibfehler gespeichert: ") +
-                              result.name);
+                logOnMainThread(LogLevel::event,
+                                QStringLiteral("Aufnahme bis zum Schreibfehler gespeichert: ") +
+                                    result.name);
                 activeTempFile.reset();
                 emit weak->filesSaved({result.path}, true);
                 break;
             case SaveResult::Kind::moveFailed:
-                ostrelLog(LogLevel::error,
-                          QStringLiteral("Aufnahme speichern fehlgeschlagen: ") + result.error);
+                logOnMainThread(LogLevel::error,
+                                QStringLiteral("Aufnahme speichern fehlgeschlagen: ") +
+                                    result.error);
                 weak->setUserAlert(
                     tr("Aufnahme konnte nicht in den Aufnahmeordner verschoben werden (Laufwerk "
                        "voll oder getrennt?). Sie liegt als versteckte Teilaufnahme in „%1“ und "
@@ -464,7 +475,7 @@ void CameraManager::takeSnapshot(bool high, bool watermarkOn, const QString& pra
                                  double macroFraction) {
     const std::optional<PixelBuffer> wide = FrameStore::shared().latestBuffer(0);
     if (!m_running || !wide) {
-        ostrelLog(LogLevel::warn, QStringLiteral("Foto nicht möglich — noch kein Live-Bild"));
+        logOnMainThread(LogLevel::warn, QStringLiteral("Foto nicht möglich — noch kein Live-Bild"));
         return;
     }
     SnapshotJob job;
@@ -482,8 +493,7 @@ void CameraManager::takeSnapshot(bool high, bool watermarkOn, const QString& pra
     const WatermarkKey key{watermarkOn ? std::optional<QString>(praxisText) : std::nullopt,
                            int(job.canvas.width), int(job.canvas.height)};
     QPointer<CameraManager> weak(this);
-    m_snapshotQueue->async([weak, job = std::move(job), key,
-                            watermarks = &m_watermarks]() mutable {
+    m_snapshotQueue->async([weak, job = std::move(job), key, watermarks = &m_watermarks]() mutable {
         job.overlay = watermarks->get(key);
         const QStringList saved = renderPhotos(job);
         runOn(weak.data(), [weak, saved] {

@@ -54,15 +54,16 @@ bool CameraManager::checkDrive(int waitingMs, std::int64_t backlogBytes) {
         return stalled;
     m_driveStalled = stalled;
     if (stalled) {
-        ostrelLog(LogLevel::warn,
-                  QStringLiteral("Laufwerk reagiert nicht: seit %1 s nichts geschrieben, %2 MB "
-                                 "der Aufnahme warten im Arbeitsspeicher")
-                      .arg(waitingMs / 1000)
-                      .arg(backlogBytes / 1'000'000));
+        logOnMainThread(
+            LogLevel::warn,
+            QStringLiteral("Laufwerk reagiert nicht: seit %1 s nichts geschrieben, %2 MB "
+                           "der Aufnahme warten im Arbeitsspeicher")
+                .arg(waitingMs / 1000)
+                .arg(backlogBytes / 1'000'000));
         setRecordingNotice(tr("Laufwerk reagiert nicht. Die Aufnahme läuft weiter und wird im "
                               "Arbeitsspeicher gehalten, bis das Laufwerk wieder schreibt."));
     } else {
-        ostrelLog(LogLevel::info, QStringLiteral("Laufwerk schreibt wieder"));
+        logOnMainThread(LogLevel::info, QStringLiteral("Laufwerk schreibt wieder"));
         setRecordingNotice(m_paceNotice);
     }
     return stalled;
@@ -95,26 +96,28 @@ void CameraManager::pressureTick(int width, int height) {
         emit liveRefreshIntervalChanged();
     const int cameraFps = int(std::lround(m_pressure.cameraFps()));
     if (measuring && !m_pressure.measuring())
-        ostrelLog(LogLevel::info,
-                  QStringLiteral("Encoder %1 bei %2×%3: %4 fps mit voller Last auf %5 Kernen, "
-                                 "Kamera %6 fps")
-                      .arg(m_recorder->videoEncoderName())
-                      .arg(width)
-                      .arg(height)
-                      .arg(m_pressure.flatOutFps().value_or(0), 0, 'f', 0)
-                      .arg(cores())
-                      .arg(cameraFps));
+        logOnMainThread(
+            LogLevel::info,
+            QStringLiteral("Encoder %1 bei %2×%3: %4 fps mit voller Last auf %5 Kernen, "
+                           "Kamera %6 fps")
+                .arg(m_recorder->videoEncoderName())
+                .arg(width)
+                .arg(height)
+                .arg(m_pressure.flatOutFps().value_or(0), 0, 'f', 0)
+                .arg(cores())
+                .arg(cameraFps));
     const int limit = m_pressure.rateLimit();
     if (limit == limitBefore || limit == 0)
         return;
     m_recorder->setRateLimit(limit);
-    ostrelLog(LogLevel::warn,
-              QStringLiteral("Encoder schafft %1×%2 nicht mit %3 fps — Aufnahme gleichmäßig mit "
-                             "%4 fps")
-                  .arg(width)
-                  .arg(height)
-                  .arg(cameraFps)
-                  .arg(limit));
+    logOnMainThread(
+        LogLevel::warn,
+        QStringLiteral("Encoder schafft %1×%2 nicht mit %3 fps — Aufnahme gleichmäßig mit "
+                       "%4 fps")
+            .arg(width)
+            .arg(height)
+            .arg(cameraFps)
+            .arg(limit));
     QString notice = tr("Dieser Rechner schafft %1 × %2 nicht mit %3 Bildern pro Sekunde. Die "
                         "Aufnahme läuft gleichmäßig mit %4 Bildern pro Sekunde.")
                          .arg(width)

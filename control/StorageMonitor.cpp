@@ -60,9 +60,9 @@ void CameraManager::checkStorage(std::optional<std::int64_t> freeBytes,
         return;
     const std::int64_t free = *freeBytes;
     if (free < budget.stopReserve) {
-        ostrelLog(LogLevel::event, QStringLiteral("Speicherplatz fast voll (%1 MB frei) — "
-                                                  "Aufnahme wird automatisch beendet")
-                                       .arg(free / 1000000));
+        logOnMainThread(LogLevel::event, QStringLiteral("Speicherplatz fast voll (%1 MB frei) — "
+                                                        "Aufnahme wird automatisch beendet")
+                                             .arg(free / 1000000));
         setUserAlert(tr("Aufnahme automatisch beendet: Der Speicherplatz am Ziel ist fast voll. "
                         "Die Aufnahme wurde gespeichert."));
         stopRecording();
@@ -71,9 +71,10 @@ void CameraManager::checkStorage(std::optional<std::int64_t> freeBytes,
     if (!m_storageWarning && free < budget.warnLevel) {
         const std::int64_t minutes = budget.minutesBeforeStop(free);
         setStorageWarning(tr("Speicher fast voll · ≈ %1 Min").arg(minutes));
-        ostrelLog(LogLevel::warn,
-                  QStringLiteral("Speicherplatz wird knapp: ≈ %1 Min Restzeit am Aufnahmeziel")
-                      .arg(minutes));
+        logOnMainThread(
+            LogLevel::warn,
+            QStringLiteral("Speicherplatz wird knapp: ≈ %1 Min Restzeit am Aufnahmeziel")
+                .arg(minutes));
     }
 }
 

@@ -63,10 +63,10 @@ private:
     std::unique_ptr<SerialQueue> m_fileQueue;
 };
 
-// Shorthands for the shared log.
-inline void ostrelLog(LogLevel level, const QString& message) {
+// Shorthands for the shared log, named for the thread they may be called on.
+inline void logOnMainThread(LogLevel level, const QString& message) {
     OstrelLog::shared().log(level, message);
 }
-inline void ostrelPost(LogLevel level, const QString& message) {
+inline void logFromAnyThread(LogLevel level, const QString& message) {
     OstrelLog::shared().post(level, message);
 }

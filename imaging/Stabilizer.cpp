@@ -40,8 +40,8 @@ void Stabilizer::setEnabled(bool on) {
             m_needsReset = true;
     }
     if (on && !wasOn)
-        ostrelPost(LogLevel::info, QStringLiteral("Stabilisierung an — ") +
-                                       StabilizerTuning::read(m_settings).describe());
+        logFromAnyThread(LogLevel::info, QStringLiteral("Stabilisierung an — ") +
+                                             StabilizerTuning::read(m_settings).describe());
 }
 
 bool Stabilizer::isEnabled() const {
@@ -253,20 +253,22 @@ void Stabilizer::flushDiag() {
         return;
     if (m_diagFrames < 1) {
         if (m_diagErrors >= 1)
-            ostrelPost(LogLevel::warn, QStringLiteral("Stab-Diagnose: keine Messung in %1 s · "
-                                                      "Fehler %2")
-                                           .arg(qint64(elapsed))
-                                           .arg(m_diagErrors));
+            logFromAnyThread(LogLevel::warn,
+                             QStringLiteral("Stab-Diagnose: keine Messung in %1 s · "
+                                            "Fehler %2")
+                                 .arg(qint64(elapsed))
+                                 .arg(m_diagErrors));
     } else {
         const double frames = m_diagFrames;
-        ostrelPost(LogLevel::info,
-                   QString::asprintf(
-                       "Stab-Diagnose: %.0f/s · Vision %.1f ms (max %.1f) · "
-                       "Bewegung %.1f px (max %.1f) · Korrektur %.1f px (max %.1f) "
-                       "· Gate %d%% · Fehler %d",
-                       frames / elapsed, m_diagVisionSum / frames, m_diagVisionMax,
-                       m_diagStepSum / frames, m_diagStepMax, m_diagCorrSum / frames, m_diagCorrMax,
-                       int(std::lround(m_diagGateSum / frames * 100.0)), m_diagErrors));
+        logFromAnyThread(
+            LogLevel::info,
+            QString::asprintf("Stab-Diagnose: %.0f/s · Vision %.1f ms (max %.1f) · "
+                              "Bewegung %.1f px (max %.1f) · Korrektur %.1f px (max %.1f) "
+                              "· Gate %d%% · Fehler %d",
+                              frames / elapsed, m_diagVisionSum / frames, m_diagVisionMax,
+                              m_diagStepSum / frames, m_diagStepMax, m_diagCorrSum / frames,
+                              m_diagCorrMax, int(std::lround(m_diagGateSum / frames * 100.0)),
+                              m_diagErrors));
     }
     openDiagPeriod(now);
 }

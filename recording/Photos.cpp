@@ -95,8 +95,8 @@ QStringList renderPhotos(const SnapshotJob& job) {
 QStringList writePhotos(const std::vector<PhotoImage>& images, CompositeRenderer& renderer,
                         const std::optional<QString>& folder) {
     if (!folder) {
-        ostrelPost(LogLevel::warn,
-                   QStringLiteral("Kein Aufnahmeordner gewählt — Fotos nicht gespeichert"));
+        logFromAnyThread(LogLevel::warn,
+                         QStringLiteral("Kein Aufnahmeordner gewählt — Fotos nicht gespeichert"));
         return {};
     }
     const QDir dir(*folder);
@@ -123,23 +123,24 @@ QStringList writePhotos(const std::vector<PhotoImage>& images, CompositeRenderer
         const QString name = QStringLiteral("OSTREL-") + timestamp + QLatin1Char('-') + image.kind +
                              QStringLiteral(".jpg");
         if (const auto error = writeFile(dir.filePath(name), *jpeg)) {
-            ostrelPost(LogLevel::error,
-                       QStringLiteral("Foto speichern fehlgeschlagen: ") +
-                           (error->isEmpty() ? QStringLiteral("unbekannt") : *error));
+            logFromAnyThread(LogLevel::error,
+                             QStringLiteral("Foto speichern fehlgeschlagen: ") +
+                                 (error->isEmpty() ? QStringLiteral("unbekannt") : *error));
             continue;
         }
         saved.append(dir.filePath(name));
         kinds.append(image.kind);
     }
     if (saved.isEmpty()) {
-        ostrelPost(LogLevel::error, QStringLiteral("Keine Fotos gespeichert"));
+        logFromAnyThread(LogLevel::error, QStringLiteral("Keine Fotos gespeichert"));
         return saved;
     }
-    ostrelPost(LogLevel::event, QString::number(saved.size()) +
-                                    QStringLiteral(" Fotos gespeichert (Wide, Macro, Ansicht)"));
+    logFromAnyThread(LogLevel::event,
+                     QString::number(saved.size()) +
+                         QStringLiteral(" Fotos gespeichert (Wide, Macro, Ansicht)"));
     // The line above names all three kinds whatever was written; a short set says what it holds.
     if (saved.size() < 3)
-        ostrelPost(LogLevel::info,
-                   QStringLiteral("Gespeicherte Fotos: ") + kinds.join(QStringLiteral(", ")));
+        logFromAnyThread(LogLevel::info,
+                         QStringLiteral("Gespeicherte Fotos: ") + kinds.join(QStringLiteral(", ")));
     return saved;
 }

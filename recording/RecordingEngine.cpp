@@ -171,9 +171,11 @@ std::optional<QString> RecordingEngine::prepareWriter(const QString& path, int w
     if (auto error = writer->startWriting())
         return QStringLiteral("startWriting fehlgeschlagen: ") + orUnknown(*error);
     for (const QString& failed : writer->failedVideoEncoders())
-        ostrelPost(LogLevel::warn, QStringLiteral("Video-Encoder %1 öffnet nicht — weiter mit %2")
-                                       .arg(failed, writer->videoEncoderName()));
-    ostrelPost(LogLevel::info, QStringLiteral("Video-Encoder: ") + writer->videoEncoderName());
+        logFromAnyThread(LogLevel::warn,
+                         QStringLiteral("Video-Encoder %1 öffnet nicht — weiter mit %2")
+                             .arg(failed, writer->videoEncoderName()));
+    logFromAnyThread(LogLevel::info,
+                     QStringLiteral("Video-Encoder: ") + writer->videoEncoderName());
     {
         std::lock_guard lock(m_lock);
         m_encoderName = writer->videoEncoderName();
@@ -235,7 +237,7 @@ void RecordingEngine::appendFrame(const FrameJob& job) {
         m_failureLogged = true;
         const QString message =
             QStringLiteral("Aufnahme-Writer fehlgeschlagen: ") + orUnknown(m_writer->errorText());
-        ostrelPost(LogLevel::error, message);
+        logFromAnyThread(LogLevel::error, message);
         if (onFailure)
             onFailure(message);
         return;
@@ -304,10 +306,11 @@ void RecordingEngine::checkDropWindow() {
     const int d = drops - m_winDropsBase;
     if (!m_dropWarned && d > 0 && m_winAppends < 4 * d) {
         m_dropWarned = true;
-        ostrelPost(LogLevel::warn, QStringLiteral("Aufnahme verwirft Frames (%1 in 5 s bei %2 "
-                                                  "geschrieben) — Aufnahme kann ruckeln")
-                                       .arg(d)
-                                       .arg(m_winAppends));
+        logFromAnyThread(LogLevel::warn,
+                         QStringLiteral("Aufnahme verwirft Frames (%1 in 5 s bei %2 "
+                                        "geschrieben) — Aufnahme kann ruckeln")
+                             .arg(d)
+                             .arg(m_winAppends));
     }
     m_winStart = t;
     m_winAppends = 0;
@@ -421,16 +424,16 @@ void RecordingEngine::logSummary() {
         if (elapsed > 0.5)
             fps = c.framesAppended / elapsed;
     }
-    ostrelPost(LogLevel::event,
-               QString::asprintf("Aufnahme beendet: %d Frames, Ø %.1f fps, verworfen: %d "
-                                 "(Compositing), %d (Encoder)",
-                                 c.framesAppended, fps, c.droppedBusy, c.droppedNotReady));
+    logFromAnyThread(LogLevel::event,
+                     QString::asprintf("Aufnahme beendet: %d Frames, Ø %.1f fps, verworfen: %d "
+                                       "(Compositing), %d (Encoder)",
+                                       c.framesAppended, fps, c.droppedBusy, c.droppedNotReady));
     if (c.skippedPaced > 0)
-        ostrelPost(LogLevel::info,
-                   QStringLiteral("Aufnahme gleichmäßig mit %1 fps: %2 Kamerabilder "
-                                  "planmäßig ausgelassen")
-                       .arg(rateLimit())
-                       .arg(c.skippedPaced));
+        logFromAnyThread(LogLevel::info,
+                         QStringLiteral("Aufnahme gleichmäßig mit %1 fps: %2 Kamerabilder "
+                                        "planmäßig ausgelassen")
+                             .arg(rateLimit())
+                             .arg(c.skippedPaced));
 }
 
 void RecordingEngine::resetWriter() {

@@ -71,8 +71,8 @@ void reportOnce(QSet<QString>& reported, const QString& path, const QString& why
     if (reported.contains(path))
         return;
     reported.insert(path);
-    ostrelPost(LogLevel::warn,
-               QStringLiteral("Teilaufnahme nicht angetastet (%1): %2").arg(why, path));
+    logFromAnyThread(LogLevel::warn,
+                     QStringLiteral("Teilaufnahme nicht angetastet (%1): %2").arg(why, path));
 }
 
 } // namespace
@@ -99,22 +99,22 @@ int recoverUnownedRecordings(const QStringList& folders, const QString& destinat
             switch (outcome.kind) {
             case RecoveryOutcome::Kind::saved:
                 ++saved;
-                ostrelPost(LogLevel::event,
-                           (cause == RecoveryCause::crash
-                                ? QStringLiteral("Aufnahme nach Absturz wiederhergestellt: ")
-                                : QStringLiteral("Aufnahme gespeichert, nachdem der "
-                                                 "Aufnahmeordner wieder erreichbar ist: ")) +
-                               outcome.name);
+                logFromAnyThread(LogLevel::event,
+                                 (cause == RecoveryCause::crash
+                                      ? QStringLiteral("Aufnahme nach Absturz wiederhergestellt: ")
+                                      : QStringLiteral("Aufnahme gespeichert, nachdem der "
+                                                       "Aufnahmeordner wieder erreichbar ist: ")) +
+                                     outcome.name);
                 break;
             case RecoveryOutcome::Kind::discarded:
-                ostrelPost(LogLevel::info,
-                           QStringLiteral("Abgebrochene Aufnahme ohne Bilddaten entfernt: ") +
-                               outcome.name);
+                logFromAnyThread(LogLevel::info,
+                                 QStringLiteral("Abgebrochene Aufnahme ohne Bilddaten entfernt: ") +
+                                     outcome.name);
                 break;
             case RecoveryOutcome::Kind::failed:
-                ostrelPost(LogLevel::error,
-                           QStringLiteral("Aufnahme nicht wiederhergestellt (%1): %2")
-                               .arg(QFileInfo(path).fileName(), outcome.error));
+                logFromAnyThread(LogLevel::error,
+                                 QStringLiteral("Aufnahme nicht wiederhergestellt (%1): %2")
+                                     .arg(QFileInfo(path).fileName(), outcome.error));
                 break;
             }
         }

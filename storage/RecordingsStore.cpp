@@ -43,8 +43,9 @@ std::optional<QUrl> RecordingsStore::resolveStoredFolder() {
     const QString path = QString::fromUtf8(stored);
     if (const auto problem = folderProblem(path)) {
         // The stored path stays: the drive may be back at the next launch.
-        ostrelLog(LogLevel::warn,
-                  QStringLiteral("Aufnahmeordner konnte nicht aufgelöst werden: ") + *problem);
+        logOnMainThread(LogLevel::warn,
+                        QStringLiteral("Aufnahmeordner konnte nicht aufgelöst werden: ") +
+                            *problem);
         return std::nullopt;
     }
     return QUrl::fromLocalFile(QDir::cleanPath(path));
@@ -53,14 +54,14 @@ std::optional<QUrl> RecordingsStore::resolveStoredFolder() {
 bool RecordingsStore::setFolder(const QUrl& folder) {
     const QString path = folder.isLocalFile() ? folder.toLocalFile() : QString();
     if (const auto problem = folderProblem(path)) {
-        ostrelLog(LogLevel::error,
-                  QStringLiteral("Aufnahmeordner-Bookmark fehlgeschlagen: ") + *problem);
+        logOnMainThread(LogLevel::error,
+                        QStringLiteral("Aufnahmeordner-Bookmark fehlgeschlagen: ") + *problem);
         return false;
     }
     const QString clean = QDir::cleanPath(path);
     m_settings.setValue(Setting::recordingFolderPath, clean.toUtf8());
     setFolderURL(QUrl::fromLocalFile(clean));
-    ostrelLog(LogLevel::event, QStringLiteral("Aufnahmeordner gesetzt: ") + clean);
+    logOnMainThread(LogLevel::event, QStringLiteral("Aufnahmeordner gesetzt: ") + clean);
     return true;
 }
 

@@ -57,9 +57,10 @@ FrameDecoder::~FrameDecoder() {
         parts << QStringLiteral("%1 abgeschnitten und verworfen").arg(c.cutOff);
     if (c.broken > 0)
         parts << QStringLiteral("%1 nicht dekodierbar und verworfen").arg(c.broken);
-    ostrelPost(c.cutOff + c.broken > 0 ? LogLevel::warn : LogLevel::info,
-               QStringLiteral("MJPEG-Bildstrom %1: von %2 Bildern %3")
-                   .arg(m_source, QString::number(c.frames), parts.join(QStringLiteral(", "))));
+    logFromAnyThread(
+        c.cutOff + c.broken > 0 ? LogLevel::warn : LogLevel::info,
+        QStringLiteral("MJPEG-Bildstrom %1: von %2 Bildern %3")
+            .arg(m_source, QString::number(c.frames), parts.join(QStringLiteral(", "))));
 }
 
 FrameDecoder::Counts FrameDecoder::counts() const {

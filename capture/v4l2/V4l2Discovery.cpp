@@ -232,10 +232,10 @@ void V4l2Discovery::follow(udev_monitor* monitor, int stopFd) {
         if (::poll(fds, 2, -1) < 0) {
             if (errno == EINTR)
                 continue;
-            ostrelPost(LogLevel::error,
-                       QStringLiteral("Geräteüberwachung (udev) beendet (%1) — an- und "
-                                      "abgesteckte Kameras werden nicht mehr bemerkt")
-                           .arg(QString::fromLocal8Bit(std::strerror(errno))));
+            logFromAnyThread(LogLevel::error,
+                             QStringLiteral("Geräteüberwachung (udev) beendet (%1) — an- und "
+                                            "abgesteckte Kameras werden nicht mehr bemerkt")
+                                 .arg(QString::fromLocal8Bit(std::strerror(errno))));
             return;
         }
         if (fds[1].revents)

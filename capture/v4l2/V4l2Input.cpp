@@ -47,8 +47,8 @@ std::optional<QString> V4l2Input::fail(int error) {
     const QString reason = std::abs(error) == EBUSY
                                ? CameraErrorTexts::busy(deviceHolder(m_path, ::getpid()))
                                : v4l2ErrorText(error);
-    ostrelPost(LogLevel::warn, QStringLiteral("Kamera-Stream nicht gestartet (%1): %2")
-                                   .arg(device().localizedName, reason));
+    logFromAnyThread(LogLevel::warn, QStringLiteral("Kamera-Stream nicht gestartet (%1): %2")
+                                         .arg(device().localizedName, reason));
     return reason;
 }
 
@@ -65,9 +65,10 @@ std::optional<QString> V4l2Input::start(SessionPreset preset, CaptureSink& sink)
         V4l2StreamFormat tried = *chosen;
         for (std::size_t i = 0; i < smaller.size() && i < maxBandwidthFallbacks; ++i) {
             releaseBuffers();
-            ostrelPost(LogLevel::warn,
-                       QStringLiteral("USB-Bandbreite reicht nicht für %1 (%2) — versuche %3")
-                           .arg(formatText(tried), device().localizedName, formatText(smaller[i])));
+            logFromAnyThread(
+                LogLevel::warn,
+                QStringLiteral("USB-Bandbreite reicht nicht für %1 (%2) — versuche %3")
+                    .arg(formatText(tried), device().localizedName, formatText(smaller[i])));
             tried = smaller[i];
             error = startStream(tried);
             if (error != -ENOSPC)

@@ -181,8 +181,8 @@ void MainViewState::restartCapture() {
         return;
     if (m_recording) {
         if (!m_restartAfterRecording)
-            ostrelLog(LogLevel::info,
-                      QStringLiteral("Kamerawechsel wartet bis zum Ende der Aufnahme"));
+            logOnMainThread(LogLevel::info,
+                            QStringLiteral("Kamerawechsel wartet bis zum Ende der Aufnahme"));
         m_restartAfterRecording = true;
         showNotice(tr("Während der Aufnahme nicht möglich"),
                    tr("Der Kamerawechsel folgt, sobald die Aufnahme endet."));
@@ -226,8 +226,9 @@ void MainViewState::noteSaved(const QStringList& paths, bool recording) {
 }
 
 void MainViewState::logFolderMissing() const {
-    ostrelLog(LogLevel::warn, QStringLiteral("Aufnahmeordner nicht erreichbar (externe Platte "
-                                             "entfernt?)"));
+    logOnMainThread(LogLevel::warn,
+                    QStringLiteral("Aufnahmeordner nicht erreichbar (externe Platte "
+                                   "entfernt?)"));
 }
 
 QSizeF MainViewState::insetSize(double width) const {
