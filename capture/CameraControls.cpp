@@ -1,5 +1,7 @@
 #include "capture/CameraControls.h"
 
+#include <algorithm>
+
 #include <array>
 
 namespace {
@@ -42,4 +44,10 @@ std::optional<CameraControlId> automaticSwitchOf(CameraControlId id) {
     default:
         return std::nullopt;
     }
+}
+
+bool CameraControl::accepts(int value) const {
+    if (kind == CameraControlKind::choice)
+        return std::find(choices.begin(), choices.end(), value) != choices.end();
+    return value >= minimum && value <= maximum;
 }

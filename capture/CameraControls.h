@@ -46,6 +46,9 @@ struct CameraControl {
     // Offered, but without effect now (a manual value while its automatic mode is on).
     bool inactive = false;
 
+    // Whether `value` is one the control takes: one of its choices, or within its range.
+    bool accepts(int value) const;
+
     friend bool operator==(const CameraControl&, const CameraControl&) = default;
 };
 

@@ -143,11 +143,7 @@ std::optional<QString> V4l2Controls::set(CameraControlId id, int value) {
     const std::optional<CameraControl> control = query(id);
     if (!control)
         return QStringLiteral("wird von der Kamera nicht angeboten");
-    const bool inRange = control->kind == CameraControlKind::choice
-                             ? std::find(control->choices.begin(), control->choices.end(), value) !=
-                                   control->choices.end()
-                             : value >= control->minimum && value <= control->maximum;
-    if (!inRange)
+    if (!control->accepts(value))
         return QStringLiteral("Wert %1 außerhalb des Bereichs").arg(value);
     int written = value;
     if (id == CameraControlId::exposureAuto) {

@@ -92,11 +92,7 @@ std::optional<QString> VirtualCameraControls::set(CameraControlId id, int value)
     const auto& table = virtualControlTable();
     const auto control = std::find_if(table.begin(), table.end(),
                                       [id](const CameraControl& c) { return c.id == id; });
-    const bool inRange = control->kind == CameraControlKind::choice
-                             ? std::find(control->choices.begin(), control->choices.end(), value) !=
-                                   control->choices.end()
-                             : value >= control->minimum && value <= control->maximum;
-    if (!inRange)
+    if (!control->accepts(value))
         return QStringLiteral("Wert %1 außerhalb des Bereichs").arg(value);
     // Like a UVC camera: a manual value is refused while its automatic mode is on.
     if (const auto automatic = automaticSwitchOf(id);
