@@ -48,6 +48,7 @@ ColumnLayout {
             }
 
             Label {
+                objectName: panel.objectName + "-" + row.key + "-label"
                 visible: row.modelData.kind !== "toggle"
                 text: row.modelData.label
                 color: row.disabled ? Theme.secondaryText : Theme.text
