@@ -27,6 +27,13 @@ SizeD canvasFor(bool high) {
     return high ? SizeD{2560, 1440} : SizeD{1920, 1080};
 }
 
+// The watermark of a press: at canvas size, with the practice name when it is switched on.
+WatermarkKey watermarkFor(bool high, bool watermarkOn, const QString& praxisText) {
+    const SizeD canvas = canvasFor(high);
+    return {watermarkOn ? std::optional<QString>(praxisText) : std::nullopt, int(canvas.width),
+            int(canvas.height)};
+}
+
 } // namespace
 
 void CameraManager::startRecording(int width, int height, bool withAudio, const QImage& overlay,
@@ -123,8 +130,7 @@ void CameraManager::setRecordingSoundMuted(bool muted) {
 void CameraManager::startRecordingWith(bool high, bool withAudio, bool watermarkOn,
                                        const QString& praxisText, double macroFraction) {
     const SizeD canvas = canvasFor(high);
-    const WatermarkKey key{watermarkOn ? std::optional<QString>(praxisText) : std::nullopt,
-                           int(canvas.width), int(canvas.height)};
+    const WatermarkKey key = watermarkFor(high, watermarkOn, praxisText);
     // A press never waits for the watermark: without it the first frames go out plain.
     const std::optional<QImage> overlay = m_watermarks.find(key);
     const bool wasRecording = m_isRecording;
@@ -147,10 +153,8 @@ void CameraManager::startRecordingWith(bool high, bool withAudio, bool watermark
 }
 
 void CameraManager::prepareWatermark() {
-    const SizeD canvas = canvasFor(m_settings.resolutionHigh());
-    m_watermarks.prepare(
-        {m_settings.watermarkOn() ? std::optional<QString>(m_settings.praxisText()) : std::nullopt,
-         int(canvas.width), int(canvas.height)});
+    m_watermarks.prepare(watermarkFor(m_settings.resolutionHigh(), m_settings.watermarkOn(),
+                                      m_settings.praxisText()));
 }
 
 void CameraManager::stopRecording() {
@@ -490,8 +494,7 @@ void CameraManager::takeSnapshot(bool high, bool watermarkOn, const QString& pra
     if (!m_saveURL.isEmpty())
         job.folder = m_saveURL.toLocalFile();
     // The watermark is made (or found) on the photo queue, not here on the GUI thread.
-    const WatermarkKey key{watermarkOn ? std::optional<QString>(praxisText) : std::nullopt,
-                           int(job.canvas.width), int(job.canvas.height)};
+    const WatermarkKey key = watermarkFor(high, watermarkOn, praxisText);
     QPointer<CameraManager> weak(this);
     m_snapshotQueue->async([weak, job = std::move(job), key, watermarks = &m_watermarks]() mutable {
         job.overlay = watermarks->get(key);

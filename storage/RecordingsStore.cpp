@@ -10,7 +10,6 @@
 #include <QFileInfo>
 #include <QPointer>
 #include <QStandardPaths>
-#include <QStorageInfo>
 
 namespace {
 
