@@ -538,6 +538,15 @@ std::optional<QString> AppRun::focusWindow(const QString& id) {
         .arg(id, focused.trimmed());
 }
 
+bool AppRun::pressKeysUntil(const QString& keys, const std::function<bool()>& done,
+                            const QString& windowTitle) {
+    for (int attempt = 0; attempt < 3; ++attempt)
+        if (pressKeys(keys, windowTitle) && pumpUntil(done, 5000))
+            return true;
+    std::fprintf(stderr, "%s did not take effect in 3 tries\n", qPrintable(keys));
+    return false;
+}
+
 bool AppRun::pressKeys(const QString& keys, const QString& windowTitle, int holdMs) {
     const auto fail = [&](const QString& why) {
         qWarning("pressKeys(%s) into \"%s\": %s", qPrintable(keys), qPrintable(windowTitle),

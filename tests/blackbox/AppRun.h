@@ -81,6 +81,10 @@ public:
     // it does a held key. False, with the reason on stderr, when any of it did not happen.
     bool pressKeys(const QString& keys, const QString& windowTitle = mainWindowTitle(),
                    int holdMs = 0);
+    // Types the keys until `done` holds (up to 3 times, each given 5 s): a key typed while the
+    // focus still settles after a window closed or a recording ended can be lost.
+    bool pressKeysUntil(const QString& keys, const std::function<bool()>& done,
+                        const QString& windowTitle = mainWindowTitle());
     // Clicks the left mouse button at a point of the screen; with `windowTitle`, the window
     // matching it focused first. False, with the reason on stderr, when it did not happen.
     bool click(QPoint at, const QString& windowTitle = {});

@@ -104,9 +104,9 @@ std::optional<AppRun::ShownText> waitForText(AppRun& app, const QString& window,
 // still moving from a window that just closed can be lost.
 bool pressUntilShown(AppRun& app, const QString& keys, const QString& window,
                      const QString& shownIn, const QString& text) {
-    for (int attempt = 0; attempt < 3; ++attempt)
-        if (app.pressKeys(keys, window) && waitForText(app, shownIn, text, 5000, false))
-            return true;
+    if (app.pressKeysUntil(
+            keys, [&] { return waitForText(app, shownIn, text, 0, false).has_value(); }, window))
+        return true;
     ADD_FAILURE() << keys.toStdString() << " did not show " << text.toStdString();
     return false;
 }
