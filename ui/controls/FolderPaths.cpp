@@ -1,4 +1,4 @@
-#include "FolderPaths.h"
+#include "ui/controls/FolderPaths.h"
 
 #include <QDir>
 #include <QFileInfo>
