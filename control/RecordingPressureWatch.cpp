@@ -80,8 +80,13 @@ void CameraManager::pressureTick(int width, int height) {
     totals.encoded = c.encoded;
     totals.cameraFps = m_recorder->cameraRate();
     const bool measuring = m_pressure.measuring();
-    if (measuring) // read from /proc: only while it counts
+    if (measuring) { // read from /proc: only while it counts
         totals.encoderCpuUs = RecordingEngine::encoderCpuTime().count();
+        totals.otherCpuUs = processCpuTime().count() - totals.encoderCpuUs;
+        totals.atUs = std::chrono::duration_cast<std::chrono::microseconds>(
+                          std::chrono::steady_clock::now().time_since_epoch())
+                          .count();
+    }
     if (checkDrive(c.diskWaitingMs, c.diskBacklogBytes)) {
         m_pressure.pass(totals);
         return;
@@ -98,12 +103,13 @@ void CameraManager::pressureTick(int width, int height) {
     if (measuring && !m_pressure.measuring())
         logOnMainThread(
             LogLevel::info,
-            QStringLiteral("Encoder %1 bei %2×%3: %4 fps mit voller Last auf %5 Kernen, "
-                           "Kamera %6 fps")
+            QStringLiteral("Encoder %1 bei %2×%3: %4 fps mit voller Last auf den %5 von %6 "
+                           "Kernen, die der Rest der App frei lässt, Kamera %7 fps")
                 .arg(m_recorder->videoEncoderName())
                 .arg(width)
                 .arg(height)
                 .arg(m_pressure.flatOutFps().value_or(0), 0, 'f', 0)
+                .arg(m_pressure.encoderCores(), 0, 'f', 1)
                 .arg(cores())
                 .arg(cameraFps));
     const int limit = m_pressure.rateLimit();

@@ -18,6 +18,9 @@ bool RecordingPressure::update(const Sample& totals) {
     // A thread that ended takes its time with it; such a tick counts nothing.
     const std::int64_t cpuUs =
         std::max<std::int64_t>(0, totals.encoderCpuUs - m_previous.encoderCpuUs);
+    const std::int64_t otherUs =
+        std::max<std::int64_t>(0, totals.otherCpuUs - m_previous.otherCpuUs);
+    const std::int64_t wallUs = std::max<std::int64_t>(0, totals.atUs - m_previous.atUs);
     m_previous = totals;
     if (totals.cameraFps > 0)
         m_cameraFps = totals.cameraFps;
@@ -26,7 +29,7 @@ bool RecordingPressure::update(const Sample& totals) {
     bool settled = false;
     if (m_measuring) {
         m_lastPressed = false;
-        if (measure(encoded, cpuUs)) {
+        if (measure(encoded, cpuUs, otherUs, wallUs)) {
             settle();
             settled = true;
         }
@@ -36,7 +39,8 @@ bool RecordingPressure::update(const Sample& totals) {
     return settled || m_step != stepBefore || m_rateLimit != limitBefore;
 }
 
-bool RecordingPressure::measure(int encoded, std::int64_t cpuUs) {
+bool RecordingPressure::measure(int encoded, std::int64_t cpuUs, std::int64_t otherUs,
+                                std::int64_t wallUs) {
     if (encoded == 0)
         return false; // no picture yet: nothing to measure
     if (m_warmUpSeen < warmUpTicks) {
@@ -45,6 +49,8 @@ bool RecordingPressure::measure(int encoded, std::int64_t cpuUs) {
     }
     m_measuredFrames += encoded;
     m_measuredCpuUs += cpuUs;
+    m_measuredOtherUs += otherUs;
+    m_measuredWallUs += wallUs;
     return ++m_measuredTicks >= measureTicks;
 }
 
@@ -55,14 +61,17 @@ int RecordingPressure::cameraCeiling() const {
 void RecordingPressure::settle() {
     m_measuring = false;
     const double cpuPerFrameUs = double(m_measuredCpuUs) / m_measuredFrames;
-    const double flatOut = cpuPerFrameUs > 0 ? m_cpus * 1e6 / cpuPerFrameUs : 1e6;
+    // The live view, capture and compositing keep their share (measured with the live view at
+    // its floor, where a paced recording keeps it); the encoder gets the rest, at least half a
+    // core.
+    const double otherCores =
+        m_measuredWallUs > 0 ? double(m_measuredOtherUs) / double(m_measuredWallUs) : 0;
+    m_encoderCores = std::max(0.5, m_cpus - otherCores);
+    const double flatOut = cpuPerFrameUs > 0 ? m_encoderCores * 1e6 / cpuPerFrameUs : 1e6;
     m_flatOutFps = flatOut;
     if (flatOut < encoderMargin * m_cameraFps) {
-        const int limit = std::max(minimumLimit, int(flatOut / encoderMargin));
-        if (limit <= cameraCeiling()) {
-            m_rateLimit = limit;
-            m_failedRate = limit + 1; // what the encoder showed; never paced above it
-        }
+        m_rateLimit = std::clamp(int(flatOut / paceMargin), minimumLimit, cameraCeiling());
+        m_failedRate = m_rateLimit + 1; // what the encoder showed; never paced above it
     }
     if (flatOut >= roomyMargin * m_cameraFps)
         m_step = 0;

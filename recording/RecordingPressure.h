@@ -9,10 +9,10 @@
 //
 // A recording begins with the live view at its floor while the encoder shows what it costs: over
 // its first seconds the CPU time of the encoder's threads per frame gives the rate it would reach
-// flat out on this machine's cores. Short of a margin over the camera's own (measured) rate, the
-// recording is paced evenly below it from then on; with plenty of room the live view returns to
-// full rate at once, with the margin to 15 fps, and from there step by step while the encoder
-// keeps up.
+// flat out on the cores the rest of the app leaves it. Short of a margin over the camera's own
+// (measured) rate, the recording is paced evenly below it from then on; with plenty of room the
+// live view returns to full rate at once, with the margin to 15 fps, and from there step by step
+// while the encoder keeps up.
 //
 // Afterwards drops in a recording are permanent while a slower preview is not, so the live view
 // gives way first, step by step down to 10 fps. When the encoder still falls behind with the live
@@ -30,6 +30,8 @@ public:
         int backlogged = 0; // appends that found an earlier frame still waiting for the encoder
         int encoded = 0;    // frames the encoder has taken
         std::int64_t encoderCpuUs = 0; // CPU time of the encoder's threads (while measuring)
+        std::int64_t otherCpuUs = 0;   // CPU time of the rest of the app (while measuring)
+        std::int64_t atUs = 0;         // when the totals were read, on a steady clock
         double cameraFps = 0;          // the Wide camera's rate from its frames; 0 unknown
     };
 
@@ -48,11 +50,13 @@ public:
     // ticks the encoder is measured over: settled two seconds into the recording.
     static constexpr int warmUpTicks = 1;
     static constexpr int measureTicks = 3;
-    // Flat out, the encoder must reach this multiple of the camera's rate to be given every
-    // frame: the rest of the app, and moments when the encoder gets less CPU, need the room.
-    static constexpr double encoderMargin = 1.3;
+    // Flat out on the cores left to it, the encoder must reach this multiple of the camera's
+    // rate to be given every frame: moments when it gets less CPU need the room.
+    static constexpr double encoderMargin = 1.15;
     // With this much more, the live view costs the encoder nothing it needs.
     static constexpr double roomyMargin = 2.5;
+    // A pace below the camera's rate keeps this much of the encoder's measured rate in reserve.
+    static constexpr double paceMargin = 1.1;
     // The live view's step after the measurement for an encoder that keeps up, short of that.
     static constexpr int keepingUpStep = 2; // 67 ms
 
@@ -67,9 +71,11 @@ public:
     void pass(const Sample& totals) { m_previous = totals; }
 
     bool measuring() const { return m_measuring; }
-    // What the measurement found: the encoder's rate flat out on all cores, and the camera's.
+    // What the measurement found: the encoder's rate flat out on the cores the rest of the app
+    // leaves it, and the camera's.
     std::optional<double> flatOutFps() const { return m_flatOutFps; }
     double cameraFps() const { return m_cameraFps; }
+    double encoderCores() const { return m_encoderCores; }
 
     int liveIntervalMs() const { return intervalsMs[std::size_t(m_step)]; }
     // Frames per second the recording is paced to; 0 while unlimited.
@@ -77,7 +83,7 @@ public:
     bool pressed() const { return m_lastPressed; }
 
 private:
-    bool measure(int encoded, std::int64_t cpuUs);
+    bool measure(int encoded, std::int64_t cpuUs, std::int64_t otherUs, std::int64_t wallUs);
     void settle();
     void judge(int appended, int dropped, int backlogged);
     int cameraCeiling() const; // highest limit below the camera's rate
@@ -89,7 +95,10 @@ private:
     int m_measuredTicks = 0;
     int m_measuredFrames = 0;
     std::int64_t m_measuredCpuUs = 0;
+    std::int64_t m_measuredOtherUs = 0;
+    std::int64_t m_measuredWallUs = 0;
     std::optional<double> m_flatOutFps;
+    double m_encoderCores = 0;
     double m_cameraFps = 30;
 
     int m_step = 0;

@@ -33,6 +33,13 @@ std::chrono::microseconds cpuTimeOfThreads(const QByteArrayList& prefixes) {
     return total;
 }
 
+std::chrono::microseconds processCpuTime() {
+    timespec t{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+    return std::chrono::seconds(t.tv_sec) + std::chrono::duration_cast<std::chrono::microseconds>(
+                                                std::chrono::nanoseconds(t.tv_nsec));
+}
+
 int usableCpuCount() {
     cpu_set_t set;
     CPU_ZERO(&set);

@@ -9,5 +9,8 @@
 // microseconds, so for occasional measurements, not per frame.
 std::chrono::microseconds cpuTimeOfThreads(const QByteArrayList& prefixes);
 
+// CPU time used so far by the whole process, ended threads included.
+std::chrono::microseconds processCpuTime();
+
 // CPUs this process may run on.
 int usableCpuCount();

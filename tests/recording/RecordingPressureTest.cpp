@@ -15,11 +15,14 @@ public:
         m_totals.encoded += appended;
         return m_pressure.update(m_totals);
     }
-    // A tick of the first seconds: `frames` encoded at `cpuUs` each, from a camera at `fps`.
-    bool measuredTick(int frames, std::int64_t cpuUs, double fps) {
+    // A tick of the first seconds: `frames` encoded at `cpuUs` each, from a camera at `fps`,
+    // the rest of the app on `otherCores`.
+    bool measuredTick(int frames, std::int64_t cpuUs, double fps, double otherCores = 0) {
         m_totals.appended += frames;
         m_totals.encoded += frames;
         m_totals.encoderCpuUs += frames * cpuUs;
+        m_totals.atUs += RecordingPressure::tickMs * 1000;
+        m_totals.otherCpuUs += std::int64_t(otherCores * RecordingPressure::tickMs * 1000);
         m_totals.cameraFps = fps;
         return m_pressure.update(m_totals);
     }
@@ -198,34 +201,37 @@ TEST(RecordingPressure, TheLimitStaysWithinTenAndTwentyNineFps) {
 TEST(RecordingPressure, TheEncodersCostInTheFirstSecondsSetsThePace) {
     struct Case {
         int cpus;
+        double otherCores; // the live view, capture and compositing
         std::int64_t cpuPerFrameUs;
         double cameraFps;
         int limit;          // 0: every frame
         int liveIntervalMs; // right after the measurement
     };
     const Case cases[] = {
-        {2, 1'000, 30, 0, 33},     // a hardware encoder: full rate everywhere
-        {2, 20'000, 30, 0, 33},    // 100 fps flat out: room for the live view as well
-        {2, 40'000, 30, 0, 67},    // 50 fps: every frame, the live view at 15 fps
-        {2, 60'000, 30, 25, 100},  // 33 fps, short of the margin: evenly 33 / 1.3
-        {2, 60'000, 15, 0, 67},    // the same encoder keeps up with a 15 fps camera
-        {2, 120'000, 15, 12, 100}, // 17 fps flat out: 12, below the camera's rate
-        {1, 200'000, 30, 10, 100}, // 5 fps: no lower than 10
-        {4, 60'000, 30, 0, 67},    // the cores count: 67 fps flat out
+        {2, 0.0, 1'000, 30, 0, 33},     // a hardware encoder: full rate everywhere
+        {2, 0.0, 20'000, 30, 0, 33},    // 100 fps flat out: room for the live view as well
+        {2, 0.0, 40'000, 30, 0, 67},    // 50 fps: every frame, the live view at 15 fps
+        {2, 0.0, 60'000, 30, 29, 100},  // 33 fps, short of the margin: just below the camera
+        {2, 0.7, 69'000, 30, 17, 100},  // 1.3 cores left: 18.8 fps flat out, evenly 17
+        {2, 1.8, 20'000, 30, 22, 100},  // the encoder keeps half a core: 25 fps, evenly 22
+        {2, 0.0, 60'000, 15, 0, 67},    // the same encoder keeps up with a 15 fps camera
+        {2, 0.0, 120'000, 15, 14, 100}, // 17 fps flat out: below the camera's rate
+        {1, 0.0, 200'000, 30, 10, 100}, // 5 fps: no lower than 10
+        {4, 0.0, 60'000, 30, 0, 67},    // the cores count: 67 fps flat out
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.cpus << " cores, " << c.cpuPerFrameUs << " us, "
-                                        << c.cameraFps << " fps");
+        SCOPED_TRACE(testing::Message() << c.cpus << " cores, " << c.otherCores << " taken, "
+                                        << c.cpuPerFrameUs << " us, " << c.cameraFps << " fps");
         RecordingPressure pressure;
         pressure.start(c.cpus);
         EXPECT_EQ(pressure.liveIntervalMs(), 100); // the encoder gets the room while measured
         Ticks ticks(pressure);
         const int perTick = int(c.cameraFps / 2);
         // The first key frame costs several frames' time: that tick is left out.
-        EXPECT_FALSE(ticks.measuredTick(perTick, 20 * c.cpuPerFrameUs, c.cameraFps));
-        EXPECT_FALSE(ticks.measuredTick(perTick, c.cpuPerFrameUs, c.cameraFps));
-        EXPECT_FALSE(ticks.measuredTick(perTick, c.cpuPerFrameUs, c.cameraFps));
-        EXPECT_TRUE(ticks.measuredTick(perTick, c.cpuPerFrameUs, c.cameraFps));
+        EXPECT_FALSE(ticks.measuredTick(perTick, 20 * c.cpuPerFrameUs, c.cameraFps, 2.0));
+        for (int i = 0; i < RecordingPressure::measureTicks; ++i)
+            EXPECT_EQ(ticks.measuredTick(perTick, c.cpuPerFrameUs, c.cameraFps, c.otherCores),
+                      i + 1 == RecordingPressure::measureTicks);
         EXPECT_FALSE(pressure.measuring());
         EXPECT_EQ(pressure.rateLimit(), c.limit);
         EXPECT_EQ(pressure.liveIntervalMs(), c.liveIntervalMs);
@@ -241,7 +247,7 @@ TEST(RecordingPressure, MeasuringWaitsForPicturesAndEachRecordingMeasuresAfresh)
     EXPECT_TRUE(pressure.measuring());
     for (int i = 0; i < 4; ++i)
         ticks.measuredTick(15, 60'000, 30);
-    ASSERT_EQ(pressure.rateLimit(), 25);
+    ASSERT_EQ(pressure.rateLimit(), 29);
     EXPECT_NEAR(*pressure.flatOutFps(), 33.3, 0.1);
 
     // The next recording: no limit, measuring again, and the engine's counters start at zero.
@@ -260,15 +266,15 @@ TEST(RecordingPressure, AMeasuredPaceIsLoweredOnDropsAndNeverRaisedAboveWhatWasM
     pressure.start(2);
     Ticks ticks(pressure);
     for (int i = 0; i < 4; ++i)
-        ticks.measuredTick(15, 60'000, 30);
-    ASSERT_EQ(pressure.rateLimit(), 25);
+        ticks.measuredTick(15, 69'000, 30, 0.7);
+    ASSERT_EQ(pressure.rateLimit(), 17);
     for (int i = 0; i < 4; ++i)
-        ticks.tick(11, 1, 11); // other programs took the CPU: 22 fps reached
-    ASSERT_EQ(pressure.rateLimit(), 22);
+        ticks.tick(7, 1, 7); // other programs took the CPU: 14 fps reached
+    ASSERT_EQ(pressure.rateLimit(), 14);
     ticks.calm(6);
-    EXPECT_EQ(pressure.rateLimit(), 24);
+    EXPECT_EQ(pressure.rateLimit(), 16);
     ticks.calm(60);
-    EXPECT_EQ(pressure.rateLimit(), 24);
+    EXPECT_EQ(pressure.rateLimit(), 16);
 }
 
 TEST(RecordingPressure, AStepUpTheLiveViewCannotHoldIsTriedAgainOnlyAfterTwiceTheWait) {
