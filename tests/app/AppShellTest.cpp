@@ -3,20 +3,17 @@
 #include "capture/virtual/VirtualBackend.h"
 #include "control/CameraManager.h"
 #include "control/FrameStore.h"
-#include "desktop/DesktopColorScheme.h"
 #include "diagnostics/LogListModel.h"
 #include "recording/MediaProbe.h"
 #include "recording/RecordingEngine.h"
 #include "settings/SettingsStore.h"
 #include "storage/RecordingsStore.h"
 #include "support/EventLoop.h"
-#include "support/FakePortal.h"
 #include "support/LogProbe.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QGuiApplication>
-#include <QPalette>
 #include <QQmlApplicationEngine>
 #include <QQmlComponent>
 #include <QQmlContext>
@@ -147,15 +144,6 @@ TEST_F(AppShellTest, FirstLaunchShowsTheSetupAndFinishingItSwitchesTheSameWindow
     EXPECT_EQ(window->minimumHeight(), 560);
 }
 
-TEST_F(AppShellTest, ClosingTheWindowWithoutRecordingQuitsAtOnce) {
-    settings->setValue(Setting::didCompleteOnboarding, true);
-    QQuickWindow* window = open();
-    ASSERT_TRUE(window);
-    window->close();
-    pumpPosted();
-    EXPECT_EQ(terminated, 1);
-}
-
 TEST_F(AppShellTest, DiagnosticsWindowStartsWithAllLevelsEachTimeItOpens) {
     QQuickWindow* window = open();
     ASSERT_TRUE(window);
@@ -239,40 +227,4 @@ TEST_F(AppShellTest, ClosingTheWindowWhileRecordingQuitsOnlyAfterTheFileIsSaved)
     ASSERT_TRUE(pumpUntil([&] { return terminated > 0; }));
     EXPECT_EQ(savedWhenTerminated.size(), 1);
     EXPECT_FALSE(shell->camera().running());
-}
-
-TEST_F(AppShellTest, AutomaticAppearanceFollowsTheDesktopThenThePalette) {
-    PrivateBus bus;
-    ASSERT_TRUE(bus.isValid());
-    FakePortal portal(bus);
-    ASSERT_TRUE(portal.start(2));
-    QQuickWindow* window = open();
-    ASSERT_TRUE(window);
-    shell->colorScheme().listenOn(bus.connect());
-    // The palette singleton every window draws with, as QML sees it.
-    QQmlComponent probe(engine.get());
-    probe.setData("import QtQml\nimport Ostrel\nQtObject { property bool dark: Theme.dark }",
-                  QUrl(QStringLiteral("qrc:/Ostrel/ThemeProbe.qml")));
-    std::unique_ptr<QObject> theme(probe.create());
-    ASSERT_TRUE(theme) << probe.errorString().toStdString();
-    const auto dark = [&] { return theme->property("dark").toBool(); };
-
-    ASSERT_TRUE(pumpUntil([&] { return !dark(); })) << "the desktop prefers light";
-    portal.changeColorScheme(1);
-    ASSERT_TRUE(pumpUntil(dark)) << "the desktop switched to dark";
-
-    // A choice in the settings wins over the desktop.
-    settings->setValue(Setting::appearanceMode, 1);
-    ASSERT_TRUE(pumpUntil([&] { return !dark(); }));
-    settings->setValue(Setting::appearanceMode, 0);
-    ASSERT_TRUE(pumpUntil(dark));
-
-    // No stated preference: the palette decides.
-    const bool paletteDark = QGuiApplication::palette().color(QPalette::Window).lightnessF() < 0.5;
-    portal.changeColorScheme(0);
-    ASSERT_TRUE(pumpUntil([&] {
-        return shell->colorScheme().preference() == DesktopColorScheme::Preference::noPreference;
-    }));
-    pumpPosted();
-    EXPECT_EQ(dark(), paletteDark);
 }

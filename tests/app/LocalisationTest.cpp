@@ -1,5 +1,4 @@
 #include "app/Localisation.h"
-#include "capture/CameraErrorTexts.h"
 #include "settings/AppearanceMode.h"
 
 #include <QCoreApplication>
@@ -68,34 +67,6 @@ QStringList productFolders() {
 }
 
 } // namespace
-
-TEST(Localisation, EnglishSystemsGetTheEnglishTable) {
-    QTranslator translator;
-    ASSERT_TRUE(installTranslation(*QCoreApplication::instance(), translator,
-                                   QLocale(QLocale::English, QLocale::UnitedStates)));
-    EXPECT_EQ(appearanceModeLabel(AppearanceMode::system), QStringLiteral("Automatic"));
-    EXPECT_EQ(appearanceModeLabel(AppearanceMode::dark), QStringLiteral("Dark"));
-    QCoreApplication::removeTranslator(&translator);
-    EXPECT_EQ(appearanceModeLabel(AppearanceMode::dark), QStringLiteral("Dunkel"));
-}
-
-// Camera errors are logged in German and alerted in the user's language, arguments kept.
-TEST(Localisation, CameraErrorAlertsAreTranslatedWithTheirDetails) {
-    QTranslator translator;
-    ASSERT_TRUE(installTranslation(*QCoreApplication::instance(), translator,
-                                   QLocale(QLocale::English, QLocale::UnitedStates)));
-    EXPECT_EQ(CameraErrorTexts::alertFor(CameraErrorTexts::busy(QStringLiteral("cheese, PID 7"))),
-              QStringLiteral("The camera is in use by another program (cheese, PID 7) — quit that "
-                             "program, then restart (↻)"));
-    EXPECT_EQ(CameraErrorTexts::alertFor(
-                  CameraErrorTexts::stalled(QStringLiteral("Macro"), QStringLiteral("C920"))),
-              QStringLiteral("The Macro camera (C920) no longer delivers a picture — check the "
-                             "USB connection/hub and restart (↻)"));
-    EXPECT_EQ(CameraErrorTexts::alertFor(CameraErrorTexts::usbBandwidth()),
-              QStringLiteral("Not enough USB bandwidth — connect the cameras to different USB "
-                             "ports"));
-    QCoreApplication::removeTranslator(&translator);
-}
 
 TEST(Localisation, GermanSystemsKeepTheSourceTexts) {
     QTranslator translator;

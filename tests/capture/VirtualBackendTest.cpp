@@ -48,36 +48,6 @@ struct Stream {
 
 } // namespace
 
-TEST(VirtualDevices, TwoSameNamedCamerasWithDifferentIdsAndAMicrophone) {
-    VirtualDevices devices;
-    const auto all = devices.allDevices();
-    ASSERT_EQ(all.size(), 3u);
-    EXPECT_EQ(all[0].localizedName, QStringLiteral("OSTREL Kamera"));
-    EXPECT_EQ(all[1].localizedName, QStringLiteral("OSTREL Kamera"));
-    EXPECT_NE(all[0].uniqueID, all[1].uniqueID);
-    EXPECT_EQ(all[0].deviceType, DeviceType::external);
-    EXPECT_EQ(all[2].deviceType, DeviceType::microphone);
-    EXPECT_EQ(all[2].mediaType(), MediaType::audio);
-}
-
-TEST(VirtualDevices, UnplugAndReplugAreEachReportedOnce) {
-    VirtualDevices devices;
-    std::vector<std::pair<DeviceChange, QString>> seen;
-    QObject::connect(&devices, &DeviceDiscovery::devicesChanged,
-                     [&](DeviceChange change, const CaptureDevice& device) {
-                         seen.emplace_back(change, device.uniqueID);
-                     });
-    devices.unplug(VirtualDevices::camera2ID);
-    devices.unplug(VirtualDevices::camera2ID); // already gone: no second notice
-    EXPECT_EQ(devices.allDevices().size(), 2u);
-    devices.replug(VirtualDevices::camera2ID);
-    devices.unplug(QStringLiteral("unknown"));
-    ASSERT_EQ(seen.size(), 2u);
-    EXPECT_EQ(seen[0], std::pair(DeviceChange::disconnected, VirtualDevices::camera2ID));
-    EXPECT_EQ(seen[1], std::pair(DeviceChange::connected, VirtualDevices::camera2ID));
-    EXPECT_EQ(devices.allDevices()[1].uniqueID, VirtualDevices::camera2ID);
-}
-
 TEST(VirtualDevices, FaultListForManualRuns) {
     VirtualDevices devices;
     const QStringList rejected = devices.applyFaults(QStringLiteral(
@@ -198,65 +168,6 @@ TEST(VideoDataOutput, FrameThatFailsToRenderIsNeverDelivered) {
     output->deliver({MediaTime(3), [] { return PixelBuffer::allocate(4, 2); }});
     queue.drain();
     EXPECT_EQ(delegate->frameCount(0), 1);
-}
-
-TEST(VirtualCamera, FollowsFrameSizeFaultsWhileStreaming) {
-    VirtualBackend backend;
-    SerialQueue queue("com.ostrel.cam.video0");
-    Stream stream(backend, VirtualDevices::camera1ID, queue);
-    ASSERT_TRUE(stream.session->isRunning());
-    ASSERT_TRUE(pumpUntil([&] { return stream.delegate->frameCount(0) >= 2; }));
-    EXPECT_EQ(stream.delegate->size(0), QSize(1920, 1080));
-    backend.devices().setFrameSize(VirtualDevices::camera1ID, QSize(640, 480));
-    ASSERT_TRUE(pumpUntil([&] { return stream.delegate->size(0) == QSize(640, 480); }));
-    backend.devices().setFrameSize(VirtualDevices::camera1ID, QSize(1280, 960));
-    ASSERT_TRUE(pumpUntil([&] { return stream.delegate->size(0) == QSize(1280, 960); }));
-}
-
-TEST(VirtualCamera, SilentCameraStreamsButDeliversNothing) {
-    VirtualBackend backend;
-    backend.devices().setSilent(VirtualDevices::camera1ID, true);
-    SerialQueue q0("com.ostrel.cam.video0");
-    SerialQueue q1("com.ostrel.cam.video1");
-    Stream silent(backend, VirtualDevices::camera1ID, q0);
-    Stream other(backend, VirtualDevices::camera2ID, q1);
-    ASSERT_TRUE(pumpUntil([&] { return other.delegate->frameCount(0) >= 10; }));
-    EXPECT_TRUE(silent.session->isRunning());
-    EXPECT_EQ(silent.delegate->frameCount(0), 0);
-    backend.devices().setSilent(VirtualDevices::camera1ID, false);
-    ASSERT_TRUE(pumpUntil([&] { return silent.delegate->frameCount(0) >= 1; }));
-}
-
-TEST(VirtualCamera, UnpluggedCameraCannotStart) {
-    VirtualBackend backend;
-    const CaptureDevice device = backend.discovery().allDevices()[0];
-    auto made = backend.makeDeviceInput(device);
-    ASSERT_TRUE(made.input);
-    backend.devices().unplug(device.uniqueID);
-    auto session = backend.makeSession();
-    session->addInput(made.input);
-    session->startRunning();
-    EXPECT_FALSE(session->isRunning());
-    EXPECT_EQ(session->lastStartError(), QStringLiteral("Gerät getrennt"));
-    EXPECT_FALSE(backend.makeDeviceInput(device).input);
-}
-
-TEST(VirtualMicrophone, DeliversAToneAsFloatSamples) {
-    VirtualBackend backend;
-    SerialQueue queue("com.ostrel.cam.frames");
-    Stream stream(backend, VirtualDevices::microphoneID, queue);
-    ASSERT_TRUE(pumpUntil([&] { return stream.delegate->audioCount() >= 2; }));
-    stream.session->stopRunning();
-    queue.drain();
-    std::lock_guard guard(stream.delegate->lock);
-    const AudioBuffer& buffer = stream.delegate->lastAudio;
-    EXPECT_EQ(buffer.format, (AudioFormat{true, 32, 1, 48000}));
-    ASSERT_EQ(buffer.frameCount(), VirtualMicrophoneInput::samplesPerBuffer);
-    const auto* samples = reinterpret_cast<const float*>(buffer.bytes->data());
-    double sum = 0;
-    for (int i = 0; i < buffer.frameCount(); ++i)
-        sum += double(samples[i]) * samples[i];
-    EXPECT_NEAR(std::sqrt(sum / buffer.frameCount()), 0.25 / std::sqrt(2.0), 0.01);
 }
 
 // Faults of a running camera, from a test or from OSTREL_VIRTUAL_FAULTS with a delay counted

@@ -103,32 +103,6 @@ protected:
 
 } // namespace
 
-TEST_F(CameraManagerTest, BothCamerasAtLaunchGoLiveWithTheMicrophone) {
-    settings->setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
-    CameraManager& cam = make();
-    EXPECT_EQ(cam.status(), CameraStatus::ready);
-    EXPECT_EQ(CameraManager::current(), &cam);
-    cam.startCapture();
-    EXPECT_TRUE(cam.starting());
-    settle();
-    EXPECT_EQ(cam.status(), CameraStatus::live);
-    EXPECT_TRUE(cam.running());
-    EXPECT_EQ(cam.connectedCount(), 2);
-    EXPECT_TRUE(cam.micActive());
-    EXPECT_TRUE(log.messages().contains(QStringLiteral("2 Kameras live · Mikrofon aktiv")));
-
-    ASSERT_TRUE(bothCamerasDeliver());
-    ASSERT_TRUE(pumpUntil([&] { return cam.audioLevel() > 0; })) << "the tone moves the meter";
-    scheduler.advance(1s);
-    EXPECT_GT(cam.fps().at(0), 0);
-    EXPECT_FALSE(cam.writerFPS());
-
-    cam.startCapture(); // while running: only the ids are read again
-    settle();
-    EXPECT_EQ(cam.status(), CameraStatus::live);
-    EXPECT_EQ(log.messages().count(QStringLiteral("2 Kameras live · Mikrofon aktiv")), 1);
-}
-
 TEST_F(CameraManagerTest, LatePluggedCameraIsFoundByThePollLoop) {
     backend.devices().unplug(kMacro);
     CameraManager& cam = make();
@@ -224,35 +198,6 @@ TEST_F(CameraManagerTest, WatchdogFindingBothCamerasResetsItsCount) {
     EXPECT_EQ(cam.watchdogRetries(), 0);
 }
 
-TEST_F(CameraManagerTest, UnplugLowersTheCountAndIgnoresOtherDevices) {
-    settings->setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
-    CameraManager& cam = live();
-    backend.devices().unplug(VirtualDevices::microphoneID);
-    pumpPosted();
-    EXPECT_EQ(cam.status(), CameraStatus::live) << "the microphone changes nothing here";
-
-    backend.devices().unplug(kMacro);
-    pumpPosted();
-    EXPECT_EQ(cam.status(), CameraStatus::cameraDisconnected);
-    EXPECT_EQ(cam.connectedCount(), 1);
-    EXPECT_FALSE(cam.running());
-    EXPECT_TRUE(log.messages().contains(
-        QStringLiteral("Kamera getrennt: OSTREL Kamera (Makro) — USB-Verbindung/Hub prüfen")));
-    EXPECT_EQ(cam.missingCameraText(),
-              QStringLiteral("Makro-Kamera fehlt — USB-Verbindung/Hub prüfen."));
-    backend.devices().unplug(kWide);
-    pumpPosted();
-    EXPECT_EQ(cam.connectedCount(), 0);
-    cam.deviceDisconnected({kWide, QStringLiteral("OSTREL Kamera"), DeviceType::external});
-    EXPECT_EQ(cam.connectedCount(), 0);
-
-    backend.devices().replug(kWide);
-    backend.devices().replug(kMacro);
-    pumpPosted();
-    settle();
-    EXPECT_EQ(cam.status(), CameraStatus::live);
-}
-
 TEST_F(CameraManagerTest, StopWhileSearchingDoesNothingAndStopWhileLiveStopsEverything) {
     backend.devices().unplug(kMacro);
     CameraManager& cam = make();
@@ -274,63 +219,6 @@ TEST_F(CameraManagerTest, StopWhileSearchingDoesNothingAndStopWhileLiveStopsEver
     EXPECT_TRUE(cam.fps().empty());
     EXPECT_FALSE(FrameStore::shared().latestBuffer(0));
     EXPECT_EQ(log.messages().last(), QStringLiteral("Kamera-Sessions gestoppt"));
-}
-
-TEST_F(CameraManagerTest, RecordingLandsInTheFolderUnderItsFinalName) {
-    CameraManager& cam = live();
-    cam.startRecordingWith(false, true, true, QStringLiteral("Praxis Dr. Muster"), 0.3);
-    cam.startRecordingWith(false, true, true, QStringLiteral("zweimal"), 0.3); // ignored
-    EXPECT_TRUE(cam.isRecording());
-    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 15; }));
-    scheduler.advance(1s);
-    ASSERT_TRUE(cam.writerFPS());
-
-    bool finished = false;
-    cam.onRecordingFinished = [&] { finished = true; };
-    cam.stopRecording();
-    cam.stopRecording(); // ignored while stopping
-    ASSERT_TRUE(pumpUntil([&] { return finished; }));
-    EXPECT_FALSE(cam.isRecording());
-    EXPECT_FALSE(cam.onRecordingFinished);
-    const QStringList saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
-    ASSERT_EQ(saved.size(), 1);
-    EXPECT_TRUE(filesIn(tempFolder(), QStringLiteral("*")).isEmpty());
-    EXPECT_TRUE(partialRecordings(folder()).isEmpty()) << "renamed, not copied";
-    EXPECT_FALSE(cam.savingRecording());
-    const QStringList messages = log.messages();
-    EXPECT_EQ(messages.count(QStringLiteral("Aufnahme läuft (1920×1080, Audio: aus)")), 1)
-        << "no microphone assigned: no sound";
-    EXPECT_TRUE(messages.contains(QStringLiteral("Aufnahme gespeichert: ") + saved[0]));
-}
-
-TEST_F(CameraManagerTest, RecordWhileNotRunningDoesNothingAndLogsNothing) {
-    CameraManager& cam = make();
-    cam.startRecordingWith(false, true, true, QString(), 0.3);
-    cam.stopRecording();
-    EXPECT_FALSE(cam.isRecording());
-    EXPECT_TRUE(log.messages().isEmpty());
-}
-
-TEST_F(CameraManagerTest, FolderThatCannotBeWrittenStopsTheStartWithAnAlert) {
-    CameraManager& cam = live();
-    ASSERT_TRUE(QDir(folder()).removeRecursively()); // the drive is gone
-    cam.startRecordingWith(false, false, false, QString(), 0.3);
-    ASSERT_TRUE(pumpUntil([&] { return !cam.isRecording(); }));
-    EXPECT_EQ(cam.status(), CameraStatus::recordingError);
-    EXPECT_EQ(cam.userAlert(),
-              QStringLiteral("Aufnahme nicht gestartet: In den Aufnahmeordner kann nicht "
-                             "geschrieben werden (Laufwerk voll, schreibgeschützt oder "
-                             "getrennt?). Bitte den Ordner prüfen oder einen anderen wählen."));
-    const auto entries = log.entries();
-    ASSERT_FALSE(entries.empty());
-    EXPECT_EQ(entries.back().first, LogLevel::error);
-    EXPECT_EQ(entries.back().second,
-              QStringLiteral("Aufnahme-Start fehlgeschlagen: Aufnahmeordner nicht beschreibbar "
-                             "(Datei oder Ordner nicht gefunden)"));
-    EXPECT_EQ(cam.recorder().counters().framesAppended, 0) << "nothing recorded into the void";
-    cam.stopRecording(); // nothing to stop
-    pumpPosted();
-    EXPECT_EQ(log.entries().size(), entries.size());
 }
 
 TEST_F(CameraManagerTest, RecordingWithoutFramesIsAFinishError) {
@@ -367,49 +255,6 @@ TEST_F(CameraManagerTest, WithoutFolderTheFileStaysInTheTemporaryFolder) {
     EXPECT_EQ(log.messages().last(),
               QStringLiteral("Kein Aufnahmeordner gewählt — Datei bleibt im temporären Ordner: ") +
                   temp[0]);
-}
-
-// The folder is renamed (or deleted, or its drive unmounted) while the file is written: the
-// next storage check notices, the recording goes on in the folder made anew, and nothing is
-// left behind where the folder went. A stop before that check still saves the recording.
-TEST_F(CameraManagerTest, VanishedFolderIsMadeAnewAndTheRecordingGoesOnAndIsSavedThere) {
-    CameraManager& cam = live();
-    const QString away = dir.filePath(QStringLiteral("umbenannt"));
-    const auto stopAndWait = [&] {
-        bool finished = false;
-        cam.onRecordingFinished = [&] { finished = true; };
-        cam.stopRecording();
-        return pumpUntil([&] { return finished; });
-    };
-    cam.startRecordingWith(false, false, false, QString(), 0.3);
-    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 20; }));
-    ASSERT_TRUE(pumpUntil([&] { return cam.activeTempFile().has_value(); }));
-    ASSERT_TRUE(QDir().rename(folder(), away));
-    scheduler.advance(5s);
-    ASSERT_TRUE(pumpUntil([&] { return cam.userAlert().has_value(); }));
-    EXPECT_TRUE(cam.userAlert()->contains(QDir::toNativeSeparators(folder())));
-    EXPECT_TRUE(partialRecordings(away).isEmpty());
-    EXPECT_EQ(partialRecordings(folder()).size(), 1);
-    const int before = cam.recorder().counters().framesAppended;
-    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= before + 20; }));
-    ASSERT_TRUE(stopAndWait());
-    const int appended = cam.recorder().counters().framesAppended;
-    QStringList saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
-    ASSERT_EQ(saved.size(), 1);
-    EXPECT_EQ(decodedVideoFrames(QDir(folder()).filePath(saved[0])), appended);
-
-    // Gone just before the stop, with no check in between.
-    QDir(away).removeRecursively();
-    cam.startRecordingWith(false, false, false, QString(), 0.3);
-    ASSERT_TRUE(pumpUntil([&] { return cam.activeTempFile().has_value(); }));
-    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 20; }));
-    ASSERT_TRUE(QDir().rename(folder(), away));
-    ASSERT_TRUE(stopAndWait());
-    saved = filesIn(folder(), QStringLiteral("OSTREL-*.mp4"));
-    ASSERT_EQ(saved.size(), 1);
-    EXPECT_GE(decodedVideoFrames(QDir(folder()).filePath(saved[0])), 20);
-    EXPECT_TRUE(partialRecordings(away).isEmpty());
-    EXPECT_TRUE(partialRecordings(folder()).isEmpty());
 }
 
 // A drive that stops answering (a frozen file system, a hung network folder): the recording
@@ -484,28 +329,6 @@ TEST_F(CameraManagerTest, StorageMonitorWarnsOnceThenStopsTheRecording) {
                              "voll. Die Aufnahme wurde gespeichert."));
     EXPECT_FALSE(cam.storageWarning());
     EXPECT_EQ(filesIn(folder(), QStringLiteral("OSTREL-*.mp4")).size(), 1);
-}
-
-TEST_F(CameraManagerTest, WriterFailureAlertsAndStops) {
-    CameraManager& cam = live();
-    cam.startRecordingWith(false, false, false, QString(), 0.3);
-    ASSERT_TRUE(pumpUntil([&] { return cam.recorder().counters().framesAppended >= 3; }));
-    cam.recorder().injectWriteFaultForTesting();
-    ASSERT_TRUE(pumpUntil([&] { return !cam.isRecording(); }));
-    EXPECT_EQ(cam.userAlert(),
-              QStringLiteral("Aufnahme fehlgeschlagen — Laufwerk getrennt oder Schreibfehler. Die "
-                             "Datei ist voraussichtlich unbrauchbar."));
-}
-
-TEST_F(CameraManagerTest, PhotoNeedsALivePictureAndWritesThreeFiles) {
-    CameraManager& cam = make();
-    cam.takeSnapshot(false, true, QStringLiteral("Praxis"), 0.3);
-    EXPECT_EQ(log.messages().last(), QStringLiteral("Foto nicht möglich — noch kein Live-Bild"));
-    cam.startCapture();
-    settle();
-    ASSERT_TRUE(bothCamerasDeliver());
-    cam.takeSnapshot(false, true, QStringLiteral("Praxis"), 0.3);
-    ASSERT_TRUE(pumpUntil([&] { return filesIn(folder(), QStringLiteral("*.jpg")).size() == 3; }));
 }
 
 // What a run that died mid-recording leaves: a partial file with some complete fragments,
@@ -722,92 +545,6 @@ TEST_F(CameraManagerTest, StalledCameraIsRestartedFiveTimesThenGivenUpWhileTheRe
     settle();
     EXPECT_EQ(cam.status(), CameraStatus::live) << "the whole run started again";
     EXPECT_FALSE(cam.cameraMissing());
-}
-
-// A stream that ends by itself while its camera is still there comes back in place, without
-// stopping the other camera; a later unplug of the same camera is reported as such.
-TEST_F(CameraManagerTest, EndedStreamComesBackInPlaceAndALaterUnplugIsStillReported) {
-    EXPECT_TRUE(backend.devices().applyFaults(QStringLiteral("end=%1@300ms").arg(kWide)).isEmpty());
-    CameraManager& cam = live();
-    ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::restarting; }));
-    EXPECT_TRUE(log.messages().contains(QStringLiteral(
-        "Bildstrom der Wide-Kamera (OSTREL Kamera) abgebrochen — wird neu gestartet")));
-    settle();
-    ASSERT_TRUE(pumpUntil([] { return FrameStore::shared().latestBuffer(0).has_value(); }));
-    scheduler.advance(3s);
-    EXPECT_EQ(cam.status(), CameraStatus::live);
-    EXPECT_TRUE(cam.running());
-    EXPECT_EQ(cam.connectedCount(), 2);
-    EXPECT_TRUE(
-        log.messages().contains(QStringLiteral("Kamera wieder live: OSTREL Kamera (Wide)")));
-    EXPECT_FALSE(log.messages().contains(QStringLiteral("Kamera-Sessions gestoppt")));
-
-    backend.devices().unplug(kWide);
-    ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::cameraDisconnected; }));
-    pumpPosted();
-    EXPECT_EQ(log.messages().count(QStringLiteral(
-                  "Kamera getrennt: OSTREL Kamera (Wide) — USB-Verbindung/Hub prüfen")),
-              1);
-}
-
-// An unplug is seen twice (the stream ends, the notice comes): counted and logged once.
-TEST_F(CameraManagerTest, UnplugSeenByTheStreamAndTheNoticeCountsOnce) {
-    CameraManager& cam = live();
-    backend.devices().unplug(kMacro);
-    ASSERT_TRUE(pumpUntil([&] { return cam.status() == CameraStatus::cameraDisconnected; }));
-    // Both reports have arrived once the session no longer runs and the notice is delivered.
-    pumpPosted();
-    manager->drainConfigurationQueue();
-    pumpPosted();
-    EXPECT_EQ(cam.connectedCount(), 1);
-    EXPECT_EQ(log.messages().count(QStringLiteral(
-                  "Kamera getrennt: OSTREL Kamera (Makro) — USB-Verbindung/Hub prüfen")),
-              1);
-    EXPECT_FALSE(cam.userAlert()) << "the status and the banner say it";
-}
-
-// A microphone whose stream ends comes back in place by itself; one that is pulled is said once
-// as a warning and shown, the meter reads nothing while it is gone, and it is taken back when it
-// is plugged in again. The cameras go on throughout.
-TEST_F(CameraManagerTest, LostMicrophoneIsSaidShownAndTakenBackWhileTheCamerasGoOn) {
-    settings->setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
-    const QString mic = VirtualDevices::microphoneID;
-    EXPECT_TRUE(backend.devices().applyFaults(QStringLiteral("end=%1@300ms").arg(mic)).isEmpty());
-    CameraManager& cam = live();
-    const QString back = QStringLiteral("Mikrofon wieder verbunden: OSTREL Mikrofon");
-    ASSERT_TRUE(pumpUntil([&] { return log.messages().contains(back); }));
-    EXPECT_TRUE(log.messages().contains(QStringLiteral(
-        "Tonstrom des Mikrofons (OSTREL Mikrofon) abgebrochen — wird neu gestartet")));
-    EXPECT_TRUE(cam.micActive());
-    EXPECT_FALSE(cam.microphoneMissing());
-    ASSERT_TRUE(pumpUntil([&] { return cam.audioLevel() > 0; })) << "the tone again";
-
-    QSignalSpy shown(&cam, &CameraManager::microphoneMissingChanged);
-    backend.devices().unplug(mic);
-    ASSERT_TRUE(pumpUntil([&] { return cam.microphoneMissing(); }));
-    settle(); // the stream end and the notice have both arrived
-    const auto pulled = std::make_pair(
-        LogLevel::warn, QStringLiteral("Mikrofon getrennt: OSTREL Mikrofon — Anschluss prüfen"));
-    const auto entries = log.entries();
-    EXPECT_EQ(std::count(entries.begin(), entries.end(), pulled), 1);
-    EXPECT_EQ(shown.count(), 1);
-    EXPECT_EQ(cam.missingMicrophoneText(), QStringLiteral("Mikrofon fehlt — Anschluss prüfen."));
-    EXPECT_FALSE(cam.micActive());
-    EXPECT_EQ(cam.audioLevel(), 0.0f);
-    EXPECT_FALSE(pumpUntil([&] { return cam.audioLevel() > 0; }, 300)) << "no level while gone";
-    EXPECT_EQ(cam.status(), CameraStatus::live);
-    EXPECT_EQ(cam.connectedCount(), 2);
-    EXPECT_FALSE(cam.cameraMissing());
-
-    backend.devices().replug(mic);
-    pumpPosted();
-    settle();
-    EXPECT_FALSE(cam.microphoneMissing());
-    EXPECT_TRUE(cam.missingMicrophoneText().isEmpty());
-    EXPECT_TRUE(cam.micActive());
-    EXPECT_EQ(log.entries().back(), std::make_pair(LogLevel::info, back));
-    ASSERT_TRUE(pumpUntil([&] { return cam.audioLevel() > 0; })) << "the meter moves again";
-    EXPECT_FALSE(log.messages().contains(QStringLiteral("Kamera-Sessions gestoppt")));
 }
 
 // Two cameras on one USB 2 hub: not "cameras not found" after 60 attempts, but the bandwidth

@@ -130,8 +130,6 @@ TEST_F(RecordingEngineTest, RecordsComposedFramesWithSoundIntoAPlayableFile) {
     const QString file = path("rec.mp4");
     ASSERT_EQ(engine.start(file, 640, 360, true, {}, 0.3), std::nullopt);
     EXPECT_TRUE(engine.active());
-    EXPECT_EQ(engine.wideIndex(), 0);
-    EXPECT_EQ(engine.macroIndex(), 1);
 
     // A second of sound before the first picture is not written.
     const AudioFormat mic{true, 32, 2, 48000};
@@ -360,47 +358,6 @@ TEST_F(RecordingEngineTest, StopBeforeTheFirstFrameCancelsTheFile) {
     EXPECT_EQ(engine.counters().framesAppended, 0);
 }
 
-TEST_F(RecordingEngineTest, RecordingShorterThanHalfASecondReportsNoRate) {
-    ASSERT_EQ(engine.start(path("short.mp4"), 320, 180, false, {}, 0.3), std::nullopt);
-    feed(0, 12, 320, 180); // 0.4 s on the clock
-    EXPECT_TRUE(stop().file);
-    EXPECT_EQ(logged(LogLevel::event),
-              QStringList{"Aufnahme beendet: 12 Frames, Ø 0.0 fps, verworfen: 0 (Compositing), "
-                          "0 (Encoder)"});
-}
-
-TEST_F(RecordingEngineTest, WriterFailureIsReportedOnceAndEndsInTheFailedCompletion) {
-    const QString file = path("fault.mp4");
-    std::atomic<int> failures{0};
-    QString failure;
-    engine.onFailure = [&](const QString& message) {
-        failure = message;
-        ++failures;
-    };
-    ASSERT_EQ(engine.start(file, 320, 180, false, {}, 0.3), std::nullopt);
-    int next = 0;
-    while (!topLevelBoxes(file).contains("moof") && next < 300)
-        feed(next, next + 1, 320, 180), ++next;
-    engine.injectWriteFaultForTesting();
-    while (failures == 0 && next < 600)
-        feed(next, next + 1, 320, 180), ++next;
-    ASSERT_EQ(failures, 1);
-    EXPECT_EQ(failure, "Aufnahme-Writer fehlgeschlagen: Input/output error");
-    // Still active, jobs are taken and ignored without counting.
-    EXPECT_TRUE(engine.active());
-    const int appended = engine.counters().framesAppended;
-    feed(next, next + 5, 320, 180);
-    EXPECT_EQ(engine.counters().framesAppended, appended);
-    EXPECT_EQ(failures, 1);
-    EXPECT_EQ(logged(LogLevel::error),
-              QStringList{"Aufnahme-Writer fehlgeschlagen: Input/output error"});
-
-    const StopResult result = stop();
-    EXPECT_EQ(result.file, std::nullopt);
-    EXPECT_EQ(result.error, QString("Input/output error"));
-    EXPECT_GE(decodedVideoFrames(file), 1); // the fragments written before stay playable
-}
-
 TEST_F(RecordingEngineTest, FramesOfChangingSizesAndMissingMacroAreAllRecorded) {
     const QString file = path("sizes.mp4");
     ASSERT_EQ(engine.start(file, 640, 360, true, {}, 0.3), std::nullopt);
@@ -472,47 +429,6 @@ TEST_F(RecordingEngineTest, KilledRecordingStillPlaysUpToItsLastFragment) {
     EXPECT_EQ(topLevelBoxes(cut).last(), QStringLiteral("mdat"));
     std::int64_t none = 0;
     EXPECT_EQ(repair(headerOnly, none), AVERROR_INVALIDDATA);
-}
-
-TEST_F(RecordingEngineTest, NewRecordingWhileTheLastIsFinishingGetsAWriterOfItsOwn) {
-    const QString first = path("first.mp4");
-    const QString second = path("second.mp4");
-    ASSERT_EQ(engine.start(first, 640, 360, false, {}, 0.3), std::nullopt);
-    feed(0, 30);
-    // The first file cannot complete yet: its writer takes nothing from its queue.
-    engine.holdEncodingForTesting(true);
-    auto firstResult = std::make_shared<std::optional<StopResult>>();
-    auto mutex = std::make_shared<std::mutex>();
-    engine.stop([firstResult, mutex](std::optional<QString> file, std::optional<QString> error) {
-        std::lock_guard lock(*mutex);
-        *firstResult = StopResult{std::move(file), std::move(error)};
-    });
-    ASSERT_TRUE(pumpUntil([&] { return engine.finishingWriterCount() == 1; }));
-
-    ASSERT_EQ(engine.start(second, 640, 360, false, {}, 0.3), std::nullopt);
-    EXPECT_TRUE(engine.active());
-    feed(30, 75);
-    const StopResult secondResult = stop();
-    EXPECT_EQ(secondResult.file, second);
-    {
-        std::lock_guard lock(*mutex);
-        EXPECT_FALSE(firstResult->has_value()) << "the first file is still being completed";
-    }
-    engine.holdEncodingForTesting(false);
-    ASSERT_TRUE(pumpUntil([&] {
-        std::lock_guard lock(*mutex);
-        return firstResult->has_value();
-    }));
-    {
-        std::lock_guard lock(*mutex);
-        EXPECT_EQ((*firstResult)->file, first);
-        EXPECT_EQ((*firstResult)->error, std::nullopt);
-    }
-    EXPECT_EQ(engine.finishingWriterCount(), 0);
-    EXPECT_EQ(decodedVideoFrames(first), 30);
-    EXPECT_EQ(decodedVideoFrames(second), 45);
-    EXPECT_NEAR(probeFile(first).duration(), 1.0, 0.1);
-    EXPECT_NEAR(probeFile(second).duration(), 1.5, 0.1);
 }
 
 TEST_F(RecordingEngineTest, RateLimitLeavesFramesOutEvenlySoTheFileRunsSteadily) {

@@ -141,21 +141,6 @@ TEST_F(DiagnosticsViewTest, ClearLeavesOnlyTheClearedEntry) {
     EXPECT_EQ(model->data(model->index(0), LogListModel::LevelRole).toInt(), int(LogLevel::event));
 }
 
-TEST_F(DiagnosticsViewTest, ShareSavesTheExportAsATextFile) {
-    log->log(LogLevel::event, QStringLiteral("Aufnahme gespeichert: OSTREL-1.mp4"));
-    const QString path = dir.filePath(QStringLiteral("export.txt"));
-    EXPECT_EQ(actions->saveExport(QUrl::fromLocalFile(path)), QString());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QString saved = QString::fromUtf8(file.readAll());
-    EXPECT_TRUE(saved.startsWith(QStringLiteral("OSTREL Diagnose-Protokoll\n") + kVersion));
-    EXPECT_TRUE(saved.endsWith(QStringLiteral("EVENT   Aufnahme gespeichert: OSTREL-1.mp4")));
-    EXPECT_FALSE(actions->saveExport(QUrl::fromLocalFile(dir.filePath("fehlt/x.txt"))).isEmpty());
-    // Offered beside the log file, which is where the log could be written.
-    EXPECT_EQ(actions->suggestedExportFile(),
-              QUrl::fromLocalFile(dir.filePath(QStringLiteral("OSTREL-Diagnose.txt"))));
-}
-
 namespace {
 
 // The row a reader looks at: the delegate in the middle of the list's viewport, and where it

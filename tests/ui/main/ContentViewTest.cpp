@@ -136,24 +136,6 @@ protected:
 
 } // namespace
 
-TEST_F(ContentViewTest, DigitKeysSetTheInsetSizeWithinItsLimits) {
-    open();
-    EXPECT_DOUBLE_EQ(state->macroFraction(), 0.3);
-    EXPECT_EQ(find("macroSizeLabel")->property("text").toString(),
-              QStringLiteral("MACRO-GRÖSSE 30 %"));
-    EXPECT_TRUE(key(Qt::Key_7, Qt::NoModifier, QStringLiteral("7")));
-    EXPECT_DOUBLE_EQ(state->macroFraction(), 0.7);
-    EXPECT_NEAR(find("macroInset")->width(), 700, 0.01);
-    EXPECT_NEAR(find("macroInset")->height(), 700 * 9 * 0.0625, 0.01);
-    for (int digit : {Qt::Key_8, Qt::Key_9, Qt::Key_0})
-        EXPECT_FALSE(key(digit));
-    EXPECT_DOUBLE_EQ(state->macroFraction(), 0.7);
-    EXPECT_TRUE(key(Qt::Key_1));
-    EXPECT_DOUBLE_EQ(state->macroFraction(), 0.1);
-    EXPECT_EQ(find("macroSizeLabel")->property("text").toString(),
-              QStringLiteral("MACRO-GRÖSSE 10 %"));
-}
-
 TEST_F(ContentViewTest, KeysWithTheCommandModifierAreLeftToTheMenu) {
     open();
     EXPECT_FALSE(key(Qt::Key_R, Qt::ControlModifier));
@@ -168,27 +150,6 @@ TEST_F(ContentViewTest, KeysWithTheCommandModifierAreLeftToTheMenu) {
     EXPECT_TRUE(key(Qt::Key_M));
     EXPECT_TRUE(state->micMuted());
     EXPECT_EQ(find("audioMeter")->property("lit").toInt(), 0);
-}
-
-TEST_F(ContentViewTest, WKeySwapsTheCamerasAndRestartsCaptureAfterAPause) {
-    openLive();
-    const QString wide = devices->wideUID();
-    const QString macro = devices->macroUID();
-    ASSERT_FALSE(wide.isEmpty());
-    std::vector<bool> transitions;
-    QObject::connect(cam.get(), &CameraManager::runningChanged, cam.get(),
-                     [&] { transitions.push_back(cam->running()); });
-    EXPECT_TRUE(key(Qt::Key_W));
-    EXPECT_EQ(devices->wideUID(), macro);
-    EXPECT_EQ(devices->macroUID(), wide);
-    EXPECT_EQ(transitions, std::vector<bool>{false});
-    EXPECT_EQ(cam->status(), CameraStatus::stopped);
-    scheduler.advance(299ms);
-    EXPECT_EQ(cam->status(), CameraStatus::stopped);
-    scheduler.advance(1ms);
-    cam->drainConfigurationQueue();
-    pumpPosted();
-    EXPECT_TRUE(pumpUntil([this] { return cam->running(); }));
 }
 
 TEST_F(ContentViewTest, WheelNotchesAndMenuStepsStopAtTheLimits) {
@@ -245,28 +206,6 @@ TEST_F(ContentViewTest, MenuRecordingIsIgnoredWhileNoCameraRuns) {
     EXPECT_DOUBLE_EQ(state->flashOpacity(), 0);
 }
 
-TEST_F(ContentViewTest, RecordKeyStartsAndStopsWithTheTimeShown) {
-    openLive();
-    EXPECT_TRUE(key(Qt::Key_R));
-    ASSERT_TRUE(pumpUntil([this] { return cam->isRecording(); }));
-    EXPECT_EQ(find("recordTime")->property("text").toString(), QStringLiteral("00:00"));
-    scheduler.advance(65s);
-    EXPECT_EQ(state->recordSeconds(), 65);
-    EXPECT_EQ(find("recordTime")->property("text").toString(), QStringLiteral("01:05"));
-    EXPECT_TRUE(find("recordButton")->property("recording").toBool());
-
-    ASSERT_TRUE(invoke("toggleRecording", true));
-    ASSERT_TRUE(pumpUntil([this] { return !cam->isRecording(); }, 10000));
-    scheduler.advance(3s);
-    EXPECT_EQ(state->recordSeconds(), 65); // stands still once stopped
-    // A new recording starts from zero.
-    EXPECT_TRUE(key(Qt::Key_R));
-    EXPECT_EQ(state->recordSeconds(), 0);
-    ASSERT_TRUE(pumpUntil([this] { return cam->isRecording(); }));
-    cam->stopRecording();
-    ASSERT_TRUE(pumpUntil([this] { return !cam->isRecording(); }, 10000));
-}
-
 TEST_F(ContentViewTest, StorageWarningShowsBesideTheFreeSpaceUntilTheRecordingEnds) {
     openLive();
     auto* warning = find("storageWarning");
@@ -320,48 +259,6 @@ TEST_F(ContentViewTest, StorageWarningShowsBesideTheFreeSpaceUntilTheRecordingEn
     EXPECT_TRUE(warning->property("text").toString().isEmpty());
 }
 
-TEST_F(ContentViewTest, PhotoFlashJumpsToThreeQuartersAndFadesOut) {
-    openLive();
-    EXPECT_TRUE(key(Qt::Key_Space));
-    EXPECT_DOUBLE_EQ(state->flashOpacity(), 0.75);
-    EXPECT_TRUE(find("flash")->isVisible());
-    EXPECT_TRUE(pumpUntil([this] { return state->flashOpacity() == 0; }, 3000));
-    EXPECT_FALSE(find("flash")->isVisible());
-}
-
-TEST_F(ContentViewTest, TheEncoderGetsTheCpuFromThePressAndMotionComesInSteps) {
-    openLive();
-    auto* wide = find<LiveCameraView>("wideView");
-    auto* macro = find<LiveCameraView>("macroView");
-    auto* shape = find("recordShape");
-    ASSERT_TRUE(wide && macro && shape);
-    EXPECT_EQ(wide->refreshInterval(), 33);
-    EXPECT_EQ(shape->width(), 44);
-
-    // At the press, before the encoder has even opened: the live view at its floor, and the
-    // record button square at once instead of morphing over a dozen full redraws.
-    EXPECT_TRUE(key(Qt::Key_R));
-    EXPECT_EQ(wide->refreshInterval(), 100);
-    EXPECT_EQ(macro->refreshInterval(), 100);
-    EXPECT_EQ(shape->width(), 26);
-    EXPECT_FALSE(find("macroClip")->property("rounded").toBool());
-    ASSERT_TRUE(pumpUntil([this] { return cam->recorder().active(); }, 20000));
-    pumpPosted();
-    EXPECT_EQ(wide->refreshInterval(), 100);
-
-    // The bars go without sliding, the flash goes without fading.
-    scheduler.advance(MainViewState::hideDelay);
-    EXPECT_FALSE(find("topBar")->isVisible());
-    EXPECT_FALSE(find("bottomBar")->isVisible());
-    EXPECT_TRUE(key(Qt::Key_Space));
-    EXPECT_DOUBLE_EQ(state->flashOpacity(), 0.75);
-    EXPECT_TRUE(pumpUntil([this] { return state->flashOpacity() == 0; }, 3000));
-
-    cam->stopRecording();
-    ASSERT_TRUE(pumpUntil([this] { return !cam->isRecording(); }, 30000));
-    EXPECT_EQ(wide->refreshInterval(), 33);
-}
-
 TEST_F(ContentViewTest, UnreachableFolderWarnsAndAlerts) {
     QDir(recordings->folderPath()).removeRecursively();
     open();
@@ -370,18 +267,6 @@ TEST_F(ContentViewTest, UnreachableFolderWarnsAndAlerts) {
     // Looked at off the GUI thread, so the answer comes a moment later.
     EXPECT_TRUE(pumpUntil([&] { return alert->property("visible").toBool(); }));
     EXPECT_EQ(alert->property("title").toString(), QStringLiteral("Aufnahmeordner nicht gefunden"));
-}
-
-TEST_F(ContentViewTest, UserAlertIsShownAndDismissedToNone) {
-    open();
-    auto* alert = root->findChild<QObject*>(QStringLiteral("userAlert"));
-    ASSERT_TRUE(alert);
-    EXPECT_FALSE(alert->property("visible").toBool());
-    cam->setUserAlert(QStringLiteral("Aufnahme fehlgeschlagen"));
-    EXPECT_TRUE(alert->property("visible").toBool());
-    QMetaObject::invokeMethod(alert, "close");
-    pumpPosted();
-    EXPECT_FALSE(cam->userAlert().has_value());
 }
 
 TEST_F(ContentViewTest, AudioMeterLightsRoundedBarsAndNoneWhenMuted) {
@@ -396,34 +281,6 @@ TEST_F(ContentViewTest, AudioMeterLightsRoundedBarsAndNoneWhenMuted) {
     }
     meter->setProperty("muted", true);
     EXPECT_EQ(meter->property("lit").toInt(), 0);
-}
-
-// The meter of a pulled microphone goes dark and a notice says it is missing, over the live
-// pictures; both are undone when it is plugged in again.
-TEST_F(ContentViewTest, PulledMicrophoneDarkensTheMeterAndShowsANoticeUntilItIsBack) {
-    settings->setValue(Setting::micDeviceUID, VirtualDevices::microphoneID);
-    openLive();
-    auto* meter = find("audioMeter");
-    auto* symbol = find("micSymbol");
-    auto* banner = find("missingMicrophoneBanner");
-    ASSERT_TRUE(meter && symbol && banner);
-    ASSERT_TRUE(pumpUntil([&] { return meter->property("lit").toInt() > 0; })) << "the tone";
-    EXPECT_FALSE(banner->isVisible());
-
-    backend.devices().unplug(VirtualDevices::microphoneID);
-    ASSERT_TRUE(pumpUntil([&] { return banner->isVisible(); }));
-    EXPECT_EQ(meter->property("lit").toInt(), 0);
-    EXPECT_EQ(symbol->property("name").toString(), QStringLiteral("mic.slash"));
-    EXPECT_GT(banner->width(), 100);
-    EXPECT_LT(banner->width(), root->width());
-    EXPECT_TRUE(find("wideView")->isVisible()) << "the pictures stay";
-
-    backend.devices().replug(VirtualDevices::microphoneID);
-    pumpPosted();
-    cam->drainConfigurationQueue();
-    ASSERT_TRUE(pumpUntil([&] { return !banner->isVisible(); }));
-    EXPECT_EQ(symbol->property("name").toString(), QStringLiteral("mic"));
-    ASSERT_TRUE(pumpUntil([&] { return meter->property("lit").toInt() > 0; })) << "the tone again";
 }
 
 TEST(MainViewState, CorrectionTextShowsSignedPercentages) {
