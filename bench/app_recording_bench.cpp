@@ -12,16 +12,11 @@
 // "baseline" measures the app as it was before the live view gave way to the encoder: live
 // view at full rate, render threads at normal priority, recording unpaced.
 
-#include "app/AppShell.h"
 #include "bench/BenchApp.h"
-#include "bench/BenchWait.h"
-#include "capture/virtual/VirtualBackend.h"
-#include "control/CameraManager.h"
 #include "control/FrameStore.h"
 #include "diagnostics/OstrelLog.h"
 #include "recording/RecordingEngine.h"
 #include "recording/ffmpeg/VideoEncoder.h"
-#include "settings/SettingsStore.h"
 #include "support/ProcThreads.h"
 #include "ui/main/LiveCameraView.h"
 #include "ui/main/RenderThreadPriority.h"
@@ -30,9 +25,7 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QGuiApplication>
-#include <QQmlApplicationEngine>
 #include <QQuickWindow>
-#include <QTemporaryDir>
 #include <QTimer>
 
 #include <QSGRendererInterface>
@@ -289,9 +282,7 @@ int main(int argc, char** argv) {
     if (run.baseline)
         qputenv("OSTREL_RENDER_NICE", "0");
 
-    QTemporaryDir home;
-    qputenv("HOME", home.path().toUtf8());
-    qputenv("XDG_CONFIG_HOME", (home.path() + QStringLiteral("/.config")).toUtf8());
+    BenchHome home;
     QGuiApplication app(argc, argv);
 
     std::printf("HEVC encoders on this machine (%u cores)\n",
@@ -302,13 +293,10 @@ int main(int argc, char** argv) {
         benchEncoders(2560, 1440);
     std::fflush(stdout);
 
-    SettingsStore settings(home.filePath(QStringLiteral("ostrel.ini")));
-    onboardVirtualPair(settings, home.path(), true);
-    VirtualBackend backend;
-    AppShell shell(settings, backend);
+    BenchApp bench(home, home.path(), true);
+    AppShell& shell = bench.shell();
     shell.camera().setLiveViewYields(!run.baseline);
-    QQmlApplicationEngine engine;
-    QQuickWindow* window = loadMainWindow(shell, engine);
+    QQuickWindow* window = bench.loadWindow();
     if (!window || !waitUntilSettled(shell.camera()))
         return 1;
     const auto api = window->rendererInterface()->graphicsApi();
@@ -331,7 +319,8 @@ int main(int argc, char** argv) {
     // A Wide camera at 15 fps, as a UVC camera in dim light: recorded whole.
     shell.camera().stopCapture();
     waitFor([] { return false; }, 1000);
-    backend.devices().applyFaults(QStringLiteral("fps=%1:15").arg(VirtualDevices::camera1ID));
+    bench.backend().devices().applyFaults(
+        QStringLiteral("fps=%1:15").arg(VirtualDevices::camera1ID));
     shell.camera().startCapture();
     if (!waitUntilSettled(shell.camera()))
         return 1;

@@ -4,17 +4,12 @@
 //
 //   xvfb-run -a -s "-screen 0 1920x1080x24" build/bench/main_window_bench [seconds=10]
 
-#include "app/AppShell.h"
 #include "bench/BenchApp.h"
-#include "capture/virtual/VirtualBackend.h"
-#include "settings/SettingsStore.h"
 #include "ui/main/LiveCameraView.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
-#include <QQmlApplicationEngine>
 #include <QQuickWindow>
-#include <QTemporaryDir>
 #include <QTimer>
 
 #include <algorithm>
@@ -35,18 +30,12 @@ double threadCpuMs() {
 int main(int argc, char** argv) {
     QElapsedTimer launch;
     launch.start();
-    QTemporaryDir home;
-    qputenv("HOME", home.path().toUtf8());
-    qputenv("XDG_CONFIG_HOME", (home.path() + QStringLiteral("/.config")).toUtf8());
+    BenchHome home;
     QGuiApplication app(argc, argv);
     const int seconds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 10;
 
-    SettingsStore settings(home.filePath(QStringLiteral("ostrel.ini")));
-    onboardVirtualPair(settings, home.path(), false);
-    VirtualBackend backend;
-    AppShell shell(settings, backend);
-    QQmlApplicationEngine engine;
-    QQuickWindow* window = loadMainWindow(shell, engine);
+    BenchApp bench(home, home.path(), false);
+    QQuickWindow* window = bench.loadWindow();
     if (!window)
         return 1;
 

@@ -9,6 +9,7 @@
 #include "recording/CompositeRenderer.h"
 #include "recording/RecordingEngine.h"
 #include "recording/ffmpeg/VideoEncoder.h"
+#include "support/SyntheticMedia.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -35,25 +36,6 @@ double cpuSeconds(int who) {
     getrusage(who, &usage);
     return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
            double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
-}
-
-// A camera-like picture: smooth shading, moving bars and a little sensor noise.
-PixelBuffer cameraFrame(int width, int height, int index) {
-    PixelBuffer buffer = PixelBuffer::allocate(width, height);
-    std::uint32_t seed = 12345u + std::uint32_t(index) * 2654435761u;
-    for (int y = 0; y < height; ++y) {
-        std::uint8_t* row = buffer.row(y);
-        for (int x = 0; x < width; ++x) {
-            seed = seed * 1664525u + 1013904223u;
-            const int noise = int(seed >> 28);
-            const bool bar = ((x + 8 * index) / 64) % 2 == 0;
-            row[4 * x + 0] = std::uint8_t((x * 255 / width + noise) & 255);
-            row[4 * x + 1] = std::uint8_t((y * 255 / height + noise + (bar ? 40 : 0)) & 255);
-            row[4 * x + 2] = std::uint8_t(((x + y + 4 * index) / 4 + noise) & 255);
-            row[4 * x + 3] = 255;
-        }
-    }
-    return buffer;
 }
 
 FrameJob jobFor(const std::vector<PixelBuffer>& wide, const std::vector<PixelBuffer>& macro,
@@ -202,8 +184,8 @@ double ffmpegCpu(const QString& raw, const QString& file, int width, int height,
 void bench(const QTemporaryDir& dir, int width, int height, double seconds) {
     std::vector<PixelBuffer> wide, macro;
     for (int i = 0; i < sourceFrames; ++i) {
-        wide.push_back(cameraFrame(1920, 1080, i));
-        macro.push_back(cameraFrame(1280, 720, i + 100));
+        wide.push_back(syntheticFrame(1920, 1080, i));
+        macro.push_back(syntheticFrame(1280, 720, i + 100));
     }
     const QString file = dir.filePath(QStringLiteral("rec-%1.mp4").arg(width));
     const RunResult r = recordRealTime(file, width, height, seconds, wide, macro);

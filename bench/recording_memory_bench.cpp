@@ -12,23 +12,15 @@
 // "default-arenas" leaves glibc's default of up to eight heaps per core instead of the app's
 // limit, for comparison.
 
-#include "app/AppShell.h"
 #include "bench/BenchApp.h"
-#include "bench/BenchWait.h"
-#include "capture/virtual/VirtualBackend.h"
-#include "control/CameraManager.h"
 #include "diagnostics/OstrelLog.h"
 #include "recording/RecordingEngine.h"
 #include "runtime/HeapMemory.h"
-#include "settings/SettingsStore.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QGuiApplication>
-#include <QQmlApplicationEngine>
-#include <QQuickWindow>
-#include <QTemporaryDir>
 
 #include <algorithm>
 #include <cstdio>
@@ -126,20 +118,14 @@ int main(int argc, char** argv) {
     const int seconds = longRun ? (argc > 2 ? std::max(10, std::atoi(argv[2])) : 60)
                                 : (argc > 2 ? std::max(1, std::atoi(argv[2])) : 3);
 
-    QTemporaryDir home;
-    qputenv("HOME", home.path().toUtf8());
-    qputenv("XDG_CONFIG_HOME", (home.path() + QStringLiteral("/.config")).toUtf8());
+    BenchHome home;
     QGuiApplication app(argc, argv);
 
-    const QString folder = home.filePath(QStringLiteral("Aufnahmen"));
+    const QString folder = home.dir.filePath(QStringLiteral("Aufnahmen"));
     QDir().mkpath(folder);
-    SettingsStore settings(home.filePath(QStringLiteral("ostrel.ini")));
-    onboardVirtualPair(settings, folder, true);
-    VirtualBackend backend;
-    AppShell shell(settings, backend);
-    QQmlApplicationEngine engine;
-    CameraManager& cam = shell.camera();
-    if (!loadMainWindow(shell, engine) || !waitUntilSettled(cam))
+    BenchApp bench(home, folder, true);
+    CameraManager& cam = bench.camera();
+    if (!bench.loadWindow() || !waitUntilSettled(cam))
         return 1;
 
     const char* arenaVariable = std::getenv("MALLOC_ARENA_MAX");

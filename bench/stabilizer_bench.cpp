@@ -10,7 +10,7 @@
 #include "recording/CompositeRenderer.h"
 #include "settings/SettingsStore.h"
 #include "support/PictureMotion.h"
-#include "support/SyntheticScene.h"
+#include "support/SyntheticMedia.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
@@ -39,7 +39,7 @@ double percentile(std::vector<double> values, double p) {
     return values[size_t(p * double(values.size() - 1))];
 }
 
-void registrationAccuracy(const cv::Mat& scene) {
+void registrationAccuracy() {
     cv::RNG rng(7);
     PhaseCorrelator correlator(cropW, cropH);
     const int pairs = 200;
@@ -48,8 +48,8 @@ void registrationAccuracy(const cv::Mat& scene) {
     for (int i = 0; i < pairs; ++i) {
         const double ax = rng.uniform(-150.0, 150.0), ay = rng.uniform(-100.0, 100.0);
         const double dx = rng.uniform(-40.0, 40.0), dy = rng.uniform(-40.0, 40.0);
-        PixelBuffer reference = synthetic::renderFrame(scene, cropW, cropH, ax, ay);
-        PixelBuffer target = synthetic::renderFrame(scene, cropW, cropH, ax + dx, ay + dy);
+        PixelBuffer reference = synthetic::sceneAt(cropW, cropH, ax, ay);
+        PixelBuffer target = synthetic::sceneAt(cropW, cropH, ax + dx, ay + dy);
         synthetic::addSensorNoise(reference, rng);
         synthetic::addSensorNoise(target, rng);
         correlator.setReference(reference);
@@ -75,13 +75,13 @@ void registrationAccuracy(const cv::Mat& scene) {
                 sumAxis / std::max(2 * measured, 1), maxAxis, failures);
 }
 
-void registrationCost(const cv::Mat& scene) {
+void registrationCost() {
     cv::RNG rng(11);
     const int frames = 120;
     std::vector<PixelBuffer> crops;
     for (int i = 0; i < frames; ++i) {
-        crops.push_back(synthetic::renderFrame(scene, cropW, cropH, rng.uniform(-10.0, 10.0),
-                                               rng.uniform(-10.0, 10.0)));
+        crops.push_back(
+            synthetic::sceneAt(cropW, cropH, rng.uniform(-10.0, 10.0), rng.uniform(-10.0, 10.0)));
         synthetic::addSensorNoise(crops.back(), rng);
     }
     PhaseCorrelator correlator(cropW, cropH);
@@ -198,14 +198,14 @@ void headTremor() {
     const int width = 1920, height = 1080;
     const double fps = 30.0;
     const int count = int(20 * fps);
-    const cv::Mat scene = synthetic::makeScene(2720, 1520, 3);
     HeadPath head{0.005 * width};
     cv::RNG rng(5);
     std::vector<PixelBuffer> frames;
     const auto renderStart = Clock::now();
     for (int i = 0; i < count; ++i) {
         const Point p = head.at(i / fps);
-        frames.push_back(synthetic::renderFrame(scene, width, height, p.x, p.y));
+        // Centred on the turns' range, so the frames stay within the scene.
+        frames.push_back(synthetic::sceneAt(width, height, p.x - 160, p.y - 75));
         synthetic::addSensorNoise(frames.back(), rng);
     }
     std::printf("head tremor: %d frames of %dx%d at %.0f fps, tremor 8-12 Hz of %.1f px (0.5 %% "
@@ -252,9 +252,8 @@ void headTremor() {
 
 int main(int argc, char* argv[]) {
     QCoreApplication app(argc, argv);
-    const cv::Mat scene = synthetic::makeScene(1400, 900, 1);
-    registrationAccuracy(scene);
-    registrationCost(scene);
+    registrationAccuracy();
+    registrationCost();
     if (argc < 2)
         headTremor();
     return 0;

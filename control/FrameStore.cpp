@@ -5,48 +5,50 @@ FrameStore& FrameStore::shared() {
     return *store;
 }
 
+Newest<StoredFrame>* FrameStore::slot(int index) {
+    return index >= 0 && index < cameras ? &m_slots[std::size_t(index)] : nullptr;
+}
+
+const Newest<StoredFrame>* FrameStore::slot(int index) const {
+    return index >= 0 && index < cameras ? &m_slots[std::size_t(index)] : nullptr;
+}
+
 void FrameStore::store(int index, StoredFrame frame) {
-    std::lock_guard lock(m_lock);
-    std::swap(m_frames[index], frame); // the old frame is released after the lock
-    ++m_counts[index];
+    if (Newest<StoredFrame>* s = slot(index); s && frame.buffer)
+        s->put(std::move(frame));
 }
 
 std::optional<StoredFrame> FrameStore::latest(int index) const {
-    std::lock_guard lock(m_lock);
-    const auto it = m_frames.find(index);
-    if (it == m_frames.end())
+    const Newest<StoredFrame>* s = slot(index);
+    if (!s)
         return std::nullopt;
-    return it->second;
+    StoredFrame frame = s->get();
+    if (!frame.buffer)
+        return std::nullopt;
+    return frame;
 }
 
 std::optional<PixelBuffer> FrameStore::latestBuffer(int index) const {
-    std::lock_guard lock(m_lock);
-    const auto it = m_frames.find(index);
-    if (it == m_frames.end())
+    std::optional<StoredFrame> frame = latest(index);
+    if (!frame)
         return std::nullopt;
-    return it->second.buffer;
+    return std::move(frame->buffer);
 }
 
 std::map<int, int> FrameStore::takeCounts() {
     std::map<int, int> counts;
-    std::lock_guard lock(m_lock);
-    counts.swap(m_counts);
+    for (int index = 0; index < cameras; ++index)
+        if (const int stored = m_slots[std::size_t(index)].takePuts(); stored > 0)
+            counts[index] = stored;
     return counts;
 }
 
 void FrameStore::clear() {
-    std::map<int, StoredFrame> frames;
-    std::lock_guard lock(m_lock);
-    frames.swap(m_frames);
-    m_counts.clear();
+    for (Newest<StoredFrame>& s : m_slots)
+        s.clear();
 }
 
 void FrameStore::clear(int index) {
-    std::optional<StoredFrame> frame;
-    std::lock_guard lock(m_lock);
-    if (const auto it = m_frames.find(index); it != m_frames.end()) {
-        frame = std::move(it->second); // released after the lock
-        m_frames.erase(it);
-    }
-    m_counts.erase(index);
+    if (Newest<StoredFrame>* s = slot(index))
+        s->clear();
 }

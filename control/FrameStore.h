@@ -1,11 +1,12 @@
 #pragma once
 
 #include "media/PixelBuffer.h"
+#include "runtime/Newest.h"
 
 #include <QPointF>
 
+#include <array>
 #include <map>
-#include <mutex>
 #include <optional>
 
 // The newest frame of one camera, with the stabiliser's result for it (Macro only).
@@ -16,9 +17,11 @@ struct StoredFrame {
 };
 
 // The newest frame per camera index (0 Wide, 1 Macro) and how many were stored since the counts
-// were last taken. Safe from any thread; each call holds the lock only for its own field work.
+// were last taken. Safe from any thread; each call holds a lock only for its own field work.
 class FrameStore {
 public:
+    static constexpr int cameras = 2;
+
     // The process-wide store, made on first use and never destroyed.
     static FrameStore& shared();
 
@@ -30,7 +33,8 @@ public:
     void clear(int index);
 
 private:
-    mutable std::mutex m_lock;
-    std::map<int, StoredFrame> m_frames;
-    std::map<int, int> m_counts;
+    Newest<StoredFrame>* slot(int index);
+    const Newest<StoredFrame>* slot(int index) const;
+
+    std::array<Newest<StoredFrame>, cameras> m_slots; // a null buffer: nothing stored
 };

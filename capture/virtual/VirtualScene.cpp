@@ -1,5 +1,7 @@
 #include "capture/virtual/VirtualScene.h"
 
+#include <opencv2/imgproc.hpp>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -16,6 +18,10 @@ struct Texture {
     std::vector<std::uint32_t> pixels; // BGRA as little-endian words
     int width = textureWidth;
     int height = textureHeight;
+
+    cv::Mat asMat() const {
+        return cv::Mat(height, width, CV_8UC4, const_cast<std::uint32_t*>(pixels.data()));
+    }
 };
 
 // A small deterministic generator so the scene is the same on every run.
@@ -34,7 +40,8 @@ std::uint32_t bgra(int r, int g, int b) {
 }
 
 // Discs of many sizes and colours on a gradient with fine grain: detail at every scale, so the
-// picture is easy to register and its movement easy to see.
+// picture is easy to register and its movement easy to see. Softened at the end, as a lens
+// does, so that no detail is finer than interpolation between pixels can follow.
 Texture makeTexture(std::uint32_t seed, int discs, int minRadius, int maxRadius, int tint) {
     Texture texture;
     texture.pixels.resize(std::size_t(texture.width) * std::size_t(texture.height));
@@ -64,6 +71,8 @@ Texture makeTexture(std::uint32_t seed, int discs, int minRadius, int maxRadius,
         const int r = int(pixel >> 16 & 0xFF) + grain;
         pixel = bgra(r, g, b);
     }
+    cv::Mat pixels = texture.asMat();
+    cv::GaussianBlur(pixels, pixels, cv::Size(), 0.8, 0.8, cv::BORDER_REFLECT);
     return texture;
 }
 
@@ -121,6 +130,19 @@ void render(Motion motion, std::int64_t frameIndex, const PixelBuffer& into) {
             x = 0;
         }
     }
+}
+
+void renderAt(Motion motion, QPointF camera, const PixelBuffer& into) {
+    if (into.isNull())
+        return;
+    const Texture& source = texture(motion);
+    cv::Mat out(into.height(), into.width(), CV_8UC4, into.data(), std::size_t(into.stride()));
+    // The same rest position as `render`, so whole-pixel positions agree.
+    const double x0 = (source.width - into.width()) / 2 + camera.x();
+    const double y0 = (source.height - into.height()) / 2 + camera.y();
+    const cv::Matx23d move(1, 0, x0, 0, 1, y0);
+    cv::warpAffine(source.asMat(), out, move, out.size(), cv::INTER_CUBIC | cv::WARP_INVERSE_MAP,
+                   cv::BORDER_REFLECT);
 }
 
 void prepare() {

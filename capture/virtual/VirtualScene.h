@@ -3,11 +3,14 @@
 #include "media/PixelBuffer.h"
 
 #include <QPoint>
+#include <QPointF>
 
 #include <cstdint>
 
-// The synthetic picture of the virtual cameras: a precomputed texture per camera, of which each
-// frame shows a window moved by an offset, so making a frame is only copying rows.
+// The synthetic picture of the virtual cameras, the tests and the benchmarks: a precomputed
+// texture per camera, of which each frame shows a window moved by an offset, so making a frame
+// is only copying rows. The texture is soft like an optical picture, so a window at a sub-pixel
+// position can be rendered exactly enough to measure motion to a few hundredths of a pixel.
 namespace VirtualScene {
 
 enum class Motion {
@@ -25,6 +28,11 @@ QPoint tremor(std::int64_t frameIndex);
 
 // Fills `into` (any size) with the camera's picture at that frame.
 void render(Motion motion, std::int64_t frameIndex, const PixelBuffer& into);
+
+// Fills `into` with the texture seen from a camera moved by `camera` pixels from the rest
+// position (moving right moves the content left), between pixels by bicubic interpolation.
+// At whole pixels it matches `render` at the same offset.
+void renderAt(Motion motion, QPointF camera, const PixelBuffer& into);
 
 // Builds both textures now rather than at the first frame.
 void prepare();

@@ -4,11 +4,11 @@
 #include "control/FrameStore.h"
 #include "recording/MediaProbe.h"
 #include "recording/RecordingEngine.h"
-#include "recording/SyntheticMedia.h"
 #include "recording/ffmpeg/FragmentRepair.h"
 #include "settings/SettingsStore.h"
 #include "storage/RecordingFiles.h"
 #include "support/EventLoop.h"
+#include "support/SyntheticMedia.h"
 
 #include "capture/CaptureTestSupport.h"
 

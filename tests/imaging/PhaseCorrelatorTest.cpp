@@ -1,5 +1,5 @@
 #include "imaging/PhaseCorrelator.h"
-#include "support/SyntheticScene.h"
+#include "support/SyntheticMedia.h"
 
 #include <gtest/gtest.h>
 
@@ -10,13 +10,8 @@ namespace {
 constexpr int W = 960;
 constexpr int H = 540;
 
-const cv::Mat& scene() {
-    static const cv::Mat s = synthetic::makeScene(1300, 800, 21);
-    return s;
-}
-
 PixelBuffer view(double cameraX, double cameraY) {
-    return synthetic::renderFrame(scene(), W, H, cameraX, cameraY);
+    return synthetic::sceneAt(W, H, cameraX, cameraY);
 }
 
 } // namespace

@@ -9,7 +9,7 @@
 #include "settings/SettingsStore.h"
 #include "support/EventLoop.h"
 #include "support/PictureMotion.h"
-#include "support/SyntheticScene.h"
+#include "support/SyntheticMedia.h"
 #include "ui/main/LiveCameraView.h"
 
 #include <QQmlComponent>
@@ -48,12 +48,11 @@ cv::Point2d cameraAt(double t) {
 
 const std::vector<PixelBuffer>& shakingFrames() {
     static const std::vector<PixelBuffer> frames = [] {
-        const cv::Mat scene = synthetic::makeScene(1700, 1000, 9);
         cv::RNG rng(3);
         std::vector<PixelBuffer> out;
         for (int i = 0; i < frameCount; ++i) {
             const cv::Point2d c = cameraAt(i / fps);
-            out.push_back(synthetic::renderFrame(scene, FW, FH, c.x, c.y));
+            out.push_back(synthetic::sceneAt(FW, FH, c.x, c.y));
             synthetic::addSensorNoise(out.back(), rng);
         }
         return out;

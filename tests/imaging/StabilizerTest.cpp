@@ -2,7 +2,7 @@
 #include "diagnostics/OstrelLog.h"
 #include "settings/SettingsStore.h"
 #include "support/EventLoop.h"
-#include "support/SyntheticScene.h"
+#include "support/SyntheticMedia.h"
 
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -19,11 +19,6 @@ constexpr int FW = 1280; // frame size of the tests' Macro camera
 constexpr int FH = 720;
 constexpr double defaultMargin = 0.15 / 2.3; // zoom 1.15
 constexpr double defaultMaxStep = defaultMargin * 0.12;
-
-const cv::Mat& scene() {
-    static const cv::Mat s = synthetic::makeScene(1800, 1000, 5);
-    return s;
-}
 
 double margin(double zoom) {
     return (zoom - 1.0) / (2.0 * zoom);
@@ -52,8 +47,7 @@ protected:
     StabilizationResult move(double dx, double dy, int source = 1) {
         cameraX += dx;
         cameraY += dy;
-        return stabilizer.stabilize(synthetic::renderFrame(scene(), FW, FH, cameraX, cameraY),
-                                    source);
+        return stabilizer.stabilize(synthetic::sceneAt(FW, FH, cameraX, cameraY), source);
     }
 
     // A steady pan of 8 px per frame (gate open) builds up a clear positive x correction.
@@ -301,7 +295,7 @@ TEST_F(StabilizerTest, BadFramesKeepTheLastOffset) {
             check(stabilizer.stabilize(synthetic::noiseFrame(FW, FH, rng), 1), 1.15);
             break;
         case 1: {
-            PixelBuffer dim = synthetic::renderFrame(scene(), FW, FH, cameraX, cameraY);
+            PixelBuffer dim = synthetic::sceneAt(FW, FH, cameraX, cameraY);
             synthetic::scaleBrightness(dim, i % 2 ? 0.3 : 1.6);
             check(stabilizer.stabilize(dim, 1), 1.15);
             break;

@@ -1,7 +1,7 @@
 #include "recording/ffmpeg/Mp4Writer.h"
 
 #include "recording/MediaProbe.h"
-#include "recording/SyntheticMedia.h"
+#include "support/SyntheticMedia.h"
 
 #include <QFile>
 #include <QFileInfo>

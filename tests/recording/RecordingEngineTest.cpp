@@ -2,10 +2,10 @@
 
 #include "diagnostics/OstrelLog.h"
 #include "recording/MediaProbe.h"
-#include "recording/SyntheticMedia.h"
 #include "recording/ffmpeg/FragmentRepair.h"
 #include "recording/ffmpeg/Mp4Writer.h"
 #include "support/EventLoop.h"
+#include "support/SyntheticMedia.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,7 +1,7 @@
 // Records synthetic frames and sound into the file named on the command line until it is
 // killed; the kill test looks at what such a file holds afterwards.
 #include "recording/RecordingEngine.h"
-#include "recording/SyntheticMedia.h"
+#include "support/SyntheticMedia.h"
 
 #include "diagnostics/OstrelLog.h"
 

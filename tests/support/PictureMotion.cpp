@@ -1,6 +1,6 @@
 #include "support/PictureMotion.h"
 
-#include "support/SyntheticScene.h"
+#include "support/SyntheticMedia.h"
 
 #include <opencv2/imgproc.hpp>
 

@@ -1,18 +1,13 @@
 #include "ui/main/LiveCameraView.h"
 
-#include "ui/controls/FrameImage.h"
 #include "ui/main/LiveViewGeometry.h"
 #include "ui/main/RenderThreadPriority.h"
 
-#include <QImage>
 #include <QQuickWindow>
 #include <QSGImageNode>
-#include <QSGRendererInterface>
 
 #include <algorithm>
 #include <chrono>
-
-namespace {} // namespace
 
 LiveCameraView::LiveCameraView(QQuickItem* parent) : QQuickItem(parent) {
     setFlag(ItemHasContents, true);
@@ -103,43 +98,15 @@ QSGNode* LiveCameraView::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
         delete node;
         return nullptr;
     }
-    if (!node) {
-        node = window()->createImageNode();
-        node->setOwnsTexture(true);
-        node->setFiltering(QSGTexture::Linear);
-    }
-    // Only the part of the frame that is shown is uploaded (a stabilised crop leaves out a
-    // quarter of it), with a pixel's margin for the filter.
-    const QRect needed =
-        QRectF(draw->source.x, draw->source.y, draw->source.width, draw->source.height)
-            .toAlignedRect()
-            .adjusted(-1, -1, 1, 1)
-            .intersected(QRect(0, 0, buffer.width(), buffer.height()));
-    if (m_frameDirty || !node->texture() || !m_uploaded.contains(needed)) {
-        // The image is uploaded when the scene graph renders, on the render thread.
-        node->setTexture(window()->createTextureFromImage(wrapFrame(buffer, needed)));
-        m_uploaded = needed;
-        m_frameDirty = false;
-    }
-    node->setRect(QRectF(draw->target.x / dpr, draw->target.y / dpr, draw->target.width / dpr,
-                         draw->target.height / dpr));
-    RectD source = draw->source;
-    source.x -= m_uploaded.x();
-    source.y -= m_uploaded.y();
-    // Qt's software renderer mirrors the whole texture before taking the source rectangle,
-    // the hardware renderers mirror within it.
-    if (window()->rendererInterface()->graphicsApi() == QSGRendererInterface::Software) {
-        if (draw->mirrorX)
-            source.x = m_uploaded.width() - source.x - source.width;
-        if (draw->mirrorY)
-            source.y = m_uploaded.height() - source.y - source.height;
-    }
-    node->setSourceRect(QRectF(source.x, source.y, source.width, source.height));
-    QSGImageNode::TextureCoordinatesTransformMode mirror;
-    if (draw->mirrorX)
-        mirror |= QSGImageNode::MirrorHorizontally;
-    if (draw->mirrorY)
-        mirror |= QSGImageNode::MirrorVertically;
-    node->setTextureCoordinatesTransform(mirror);
+    Qt::Orientations mirrored;
+    mirrored.setFlag(Qt::Horizontal, draw->mirrorX);
+    mirrored.setFlag(Qt::Vertical, draw->mirrorY);
+    node = m_texture.update(
+        *window(), node, buffer,
+        QRectF(draw->target.x / dpr, draw->target.y / dpr, draw->target.width / dpr,
+               draw->target.height / dpr),
+        QRectF(draw->source.x, draw->source.y, draw->source.width, draw->source.height), mirrored,
+        m_frameDirty);
+    m_frameDirty = false;
     return node;
 }

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "control/FrameStore.h"
+#include "ui/controls/FrameTexture.h"
 
 #include <QQuickItem>
-#include <QRect>
 #include <QTimer>
 #include <QtQml/qqmlregistration.h>
 
@@ -61,5 +61,5 @@ private:
     void scheduleNextPull();
     StoredFrame m_frame;       // GUI thread, and render thread during sync
     bool m_frameDirty = false; // a new frame waits for the next sync
-    QRect m_uploaded;          // render thread: the part of the frame in the texture
+    FrameTexture m_texture;    // render thread
 };

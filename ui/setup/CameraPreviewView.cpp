@@ -1,10 +1,8 @@
 #include "ui/setup/CameraPreviewView.h"
 
 #include "control/PipelineSetup.h"
-#include "ui/controls/FrameImage.h"
 #include "ui/setup/PreviewSession.h"
 
-#include <QImage>
 #include <QQuickWindow>
 #include <QSGImageNode>
 #include <QSGRectangleNode>
@@ -158,22 +156,10 @@ QSGNode* CameraPreviewView::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) 
         old = nullptr;
     }
     m_nodeShowsPicture = true;
-    auto* image = static_cast<QSGImageNode*>(old);
-    if (!image) {
-        image = window()->createImageNode();
-        image->setOwnsTexture(true);
-        image->setFiltering(QSGTexture::Linear);
-        m_frameDirty = true;
-    }
-    if (m_frameDirty) {
-        image->setTexture(window()->createTextureFromImage(wrapFrame(m_frame)));
-        m_frameDirty = false;
-    }
-    image->setRect(boundingRect());
-    // The crop is centred, so renderers that mirror the whole texture before cropping (the
-    // software one) and those that mirror the crop show the same.
-    image->setSourceRect(aspectFillSource(QSizeF(m_frame.width(), m_frame.height()), size()));
-    image->setTextureCoordinatesTransform(m_mirrored ? QSGImageNode::MirrorHorizontally
-                                                     : QSGImageNode::NoTransform);
+    QSGImageNode* image =
+        m_texture.update(*window(), static_cast<QSGImageNode*>(old), m_frame, boundingRect(),
+                         aspectFillSource(QSizeF(m_frame.width(), m_frame.height()), size()),
+                         m_mirrored ? Qt::Horizontal : Qt::Orientations(), m_frameDirty);
+    m_frameDirty = false;
     return image;
 }

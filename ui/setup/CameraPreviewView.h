@@ -1,6 +1,7 @@
 #pragma once
 
 #include "media/PixelBuffer.h"
+#include "ui/controls/FrameTexture.h"
 #include "ui/setup/CaptureBackendHandle.h"
 
 #include <QPointer>
@@ -77,4 +78,5 @@ private:
     PixelBuffer m_frame;             // what is shown
     bool m_frameDirty = false;       // a new frame waits for the next sync
     bool m_nodeShowsPicture = false; // the paint node is the picture, not the black fill
+    FrameTexture m_texture;          // render thread
 };

@@ -1,35 +1,17 @@
 #include "ui/setup/PreviewSession.h"
 
 #include "capture/CaptureOutput.h"
+#include "runtime/Newest.h"
 
-#include <mutex>
-
+// The same hand-over as the frame store's, but of this preview's own device, which is not one
+// of the running pair.
 class PreviewSession::NewestPicture : public SampleBufferDelegate {
 public:
     void captureOutput(CaptureOutput&, const SampleBuffer& buffer) override {
-        if (!buffer.image)
-            return;
-        std::lock_guard guard(m_lock);
-        m_image = buffer.image;
-        ++m_sequence;
+        if (buffer.image)
+            newest.put(buffer.image);
     }
-    // Nothing to show until the next picture (another device, or none).
-    void clear() {
-        std::lock_guard guard(m_lock);
-        m_image = {};
-        ++m_sequence;
-    }
-    PixelBuffer newest(int* sequence) const {
-        std::lock_guard guard(m_lock);
-        if (sequence)
-            *sequence = m_sequence;
-        return m_image;
-    }
-
-private:
-    mutable std::mutex m_lock;
-    PixelBuffer m_image;
-    int m_sequence = 0;
+    Newest<PixelBuffer> newest;
 };
 
 PreviewSession::PreviewSession(CaptureBackend& backend)
@@ -60,7 +42,7 @@ void PreviewSession::configureOnQueue(const std::optional<CaptureDevice>& device
     session.beginConfiguration();
     for (const auto& input : session.inputs())
         session.removeInput(input);
-    m_newest->clear();
+    m_newest->newest.clear();
     if (device) {
         // A device that cannot be opened leaves the preview black; nothing is reported.
         const DeviceInputResult made = m_backend.makeDeviceInput(*device);
@@ -82,11 +64,11 @@ void PreviewSession::stopOnQueue() {
     for (const auto& input : session.inputs())
         session.removeInput(input);
     session.commitConfiguration();
-    m_newest->clear();
+    m_newest->newest.clear();
 }
 
 PixelBuffer PreviewSession::newest(int* sequence) const {
-    return m_newest->newest(sequence);
+    return m_newest->newest.get(sequence);
 }
 
 bool PreviewSession::isRunning() const {
