@@ -130,15 +130,6 @@ TEST(LogReadBack, ReadsOnlyTheTailOfALargeFile) {
     EXPECT_EQ(entries.front().message, QStringLiteral("Zeile %1").arg(i - 1000));
 }
 
-TEST(LogReadBack, ShortFilesAndFilesWithoutFinalLineFeed) {
-    QTemporaryDir dir;
-    QByteArray content = validLine(1) + validLine(2);
-    content.chop(1);
-    const auto entries = readTail(writeFile(dir, content), 1000);
-    ASSERT_EQ(entries.size(), 2u);
-    EXPECT_EQ(entries[1].message, QStringLiteral("Zeile 2"));
-}
-
 TEST(LogExport, MessageColumnIsTheSameForEveryLevel) {
     const QDateTime when = localTime(2026, 11, 23, 7, 8, 9, 45);
     for (LogLevel level : allLogLevels) {
@@ -150,13 +141,4 @@ TEST(LogExport, MessageColumnIsTheSameForEveryLevel) {
               QStringLiteral("07:08:09.045  EVENT   x"));
     EXPECT_EQ(exportLine(LogEntry{QUuid(), when, LogLevel::error, QStringLiteral("x")}),
               QStringLiteral("07:08:09.045  FEHLER  x"));
-}
-
-TEST(LogLevelText, ExactCaseSensitiveRoundTrip) {
-    for (LogLevel level : allLogLevels)
-        EXPECT_EQ(logLevelFromText(logLevelText(level)), level);
-    EXPECT_FALSE(logLevelFromText(u"ERROR").has_value());
-    EXPECT_FALSE(logLevelFromText(u"fehler").has_value());
-    EXPECT_FALSE(logLevelFromText(u"INFO ").has_value());
-    EXPECT_EQ(logLevelText(LogLevel::error), QStringLiteral("FEHLER"));
 }

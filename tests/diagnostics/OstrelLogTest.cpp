@@ -103,21 +103,6 @@ TEST_F(OstrelLogTest, CapsTheListAt1000AndDropsTheOldestFirst) {
     EXPECT_EQ(fileLines(path()).size(), 1002); // the file keeps everything since the clear
 }
 
-TEST_F(OstrelLogTest, ReadsBackTheLast1000Of1500LinesAndTheStartUpEntryPushesOneOut) {
-    {
-        QFile file(path());
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        for (int i = 1; i <= 1500; ++i)
-            file.write(logformat::fileLine(QDateTime::currentDateTime(), LogLevel::info,
-                                           QStringLiteral("Zeile %1").arg(i)));
-    }
-    OstrelLog log(path(), kVersion);
-    ASSERT_EQ(log.entries().size(), 1000u);
-    EXPECT_EQ(log.entries().front().message, QStringLiteral("Zeile 502"));
-    EXPECT_EQ(log.entries()[998].message, QStringLiteral("Zeile 1500"));
-    EXPECT_TRUE(log.entries().back().message.startsWith(QStringLiteral("App gestartet — ")));
-}
-
 TEST_F(OstrelLogTest, ClearLeavesExactlyOneEntryInTheListAndOneLineInTheFile) {
     OstrelLog log(path(), kVersion);
     for (int i = 0; i < 20; ++i)
@@ -184,14 +169,6 @@ TEST_F(OstrelLogTest, UnwritableLocationKeepsTheLogInMemory) {
     EXPECT_EQ(log.entries().size(), 1u);
 }
 
-TEST_F(OstrelLogTest, SharedInstanceWritesIntoTheDocumentsFolder) {
-    const QString expected = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) +
-                             QStringLiteral("/ostrel-diagnose.log");
-    EXPECT_EQ(OstrelLog::shared().filePath(), expected);
-    OstrelLog::shared().flush();
-    EXPECT_TRUE(QFile::exists(expected)); // the start-up entry created folder and file
-}
-
 namespace {
 
 // What stands where a folder is expected.
@@ -210,51 +187,3 @@ void make(const QString& path, Place place) {
 }
 
 } // namespace
-
-TEST(LogLocation, DocumentsUnlessTheyCannotTakeTheLogThenTheDataFolderWithAWarning) {
-    enum class Expect { documents, data, nowhere };
-    const struct {
-        const char* name;
-        Place documents;
-        Place data;
-        Expect expect;
-    } cases[] = {
-        {"documents folder", Place::folder, Place::folder, Expect::documents},
-        {"documents still to be made", Place::missing, Place::missing, Expect::documents},
-        {"a file named like the documents folder", Place::file, Place::missing, Expect::data},
-        {"read-only documents folder", Place::readOnlyFolder, Place::folder, Expect::data},
-        {"neither can take it", Place::file, Place::file, Expect::nowhere},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        if (c.documents == Place::readOnlyFolder && ::geteuid() == 0)
-            continue; // root writes into read-only folders
-        QTemporaryDir home;
-        const QString documents = home.filePath(QStringLiteral("Dokumente"));
-        const QString data = home.filePath(QStringLiteral(".local/share/ostrel/ostrel"));
-        make(documents, c.documents);
-        make(data, c.data);
-        const LogLocation where = chooseLogLocation(documents, data);
-        const QString documentsFile = documents + QStringLiteral("/ostrel-diagnose.log");
-        const QString dataFile = data + QStringLiteral("/ostrel-diagnose.log");
-        switch (c.expect) {
-        case Expect::documents:
-            EXPECT_EQ(where.filePath, documentsFile);
-            EXPECT_EQ(where.warning, QString());
-            break;
-        case Expect::data:
-            EXPECT_EQ(where.filePath, dataFile);
-            EXPECT_EQ(where.warning, QStringLiteral("Diagnoseprotokoll: %1 ist kein beschreibbarer "
-                                                    "Ordner, das Protokoll steht jetzt in %2")
-                                         .arg(documents, dataFile));
-            break;
-        case Expect::nowhere:
-            EXPECT_EQ(where.filePath, documentsFile);
-            EXPECT_TRUE(where.warning.contains(documents) && where.warning.contains(data))
-                << where.warning.toStdString();
-            break;
-        }
-        QFile::setPermissions(documents, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                             QFileDevice::ExeOwner);
-    }
-}

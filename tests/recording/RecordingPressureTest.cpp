@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace {
 
 // Feeds ticks of half a second with the given per-tick increments, keeping running totals.
@@ -26,11 +28,6 @@ public:
         m_totals.cameraFps = fps;
         return m_pressure.update(m_totals);
     }
-    // An encoder that keeps up: 15 frames per tick, none waiting.
-    void calm(int ticks) {
-        for (int i = 0; i < ticks; ++i)
-            tick(15);
-    }
 
 private:
     RecordingPressure& m_pressure;
@@ -39,162 +36,140 @@ private:
 
 } // namespace
 
-TEST(RecordingPressure, AnEncoderThatKeepsUpLeavesTheLiveViewAtFullRate) {
-    RecordingPressure pressure;
-    Ticks ticks(pressure);
-    // Now and then a frame finds its predecessor still queued: normal jitter, no pressure.
-    for (int i = 0; i < 40; ++i)
-        EXPECT_FALSE(ticks.tick(15, 0, i % 3 == 0 ? 7 : 2));
-    EXPECT_EQ(pressure.liveIntervalMs(), 33);
-    EXPECT_EQ(pressure.rateLimit(), 0);
-}
+namespace {
 
-TEST(RecordingPressure, LiveViewSlowsOneStepPerPressedTickDownToTenFps) {
-    RecordingPressure pressure;
-    Ticks ticks(pressure);
-    // A backlog on more than half the appends is the early sign, before anything is dropped.
-    EXPECT_TRUE(ticks.tick(15, 0, 8));
-    EXPECT_EQ(pressure.liveIntervalMs(), 50);
-    // A single drop is enough on its own.
-    EXPECT_TRUE(ticks.tick(15, 1, 0));
-    EXPECT_EQ(pressure.liveIntervalMs(), 67);
-    EXPECT_TRUE(ticks.tick(14, 1, 14));
-    EXPECT_EQ(pressure.liveIntervalMs(), 100);
-    // The floor: the view stays at 10 fps however hard the encoder is pressed.
-    EXPECT_FALSE(ticks.tick(15, 0, 15));
-    EXPECT_EQ(pressure.liveIntervalMs(), 100);
-}
+constexpr int full = RecordingPressure::intervalsMs[0];
+constexpr int fps20 = RecordingPressure::intervalsMs[1];
+constexpr int fps15 = RecordingPressure::intervalsMs[2];
+constexpr int floor = RecordingPressure::intervalsMs[3];
+constexpr int ceiling = 29; // just below a 30 fps camera
+constexpr int raiseBy = RecordingPressure::raiseStep;
+constexpr int any = -1;
 
-TEST(RecordingPressure, LiveViewComesBackStepByStepAfterThreeQuietSeconds) {
-    RecordingPressure pressure;
-    Ticks ticks(pressure);
-    ticks.tick(15, 1);
-    ticks.tick(15, 1);
-    ASSERT_EQ(pressure.liveIntervalMs(), 67);
-    ticks.calm(5);
-    EXPECT_EQ(pressure.liveIntervalMs(), 67);
-    // A pressed tick in between starts the quiet time again (and slows one more step).
-    ticks.tick(15, 0, 9);
-    EXPECT_EQ(pressure.liveIntervalMs(), 100);
-    ticks.calm(5);
-    EXPECT_EQ(pressure.liveIntervalMs(), 100);
-    EXPECT_TRUE(ticks.tick(15));
-    EXPECT_EQ(pressure.liveIntervalMs(), 67);
-    ticks.calm(6);
-    EXPECT_EQ(pressure.liveIntervalMs(), 50);
-    ticks.calm(6);
-    EXPECT_EQ(pressure.liveIntervalMs(), 33);
-    ticks.calm(12);
-    EXPECT_EQ(pressure.liveIntervalMs(), 33);
-}
+// Half a second of the engine's counters: frames appended, dropped and found waiting.
+struct Tick {
+    int appended;
+    int dropped = 0;
+    int backlogged = 0;
+};
+constexpr Tick calm{15};
 
-TEST(RecordingPressure, AnEncoderBehindEvenWithTheViewAtItsFloorGetsAnEvenLowerRate) {
-    RecordingPressure pressure;
-    Ticks ticks(pressure);
-    for (int i = 0; i < 3; ++i)
-        ticks.tick(12, 3, 12);
-    ASSERT_EQ(pressure.liveIntervalMs(), 100);
-    ASSERT_EQ(pressure.rateLimit(), 0);
-    // Two seconds at the floor, still dropping, writing 12 + 13 + 12 + 12 = 49 frames: 24.5 fps.
-    EXPECT_FALSE(ticks.tick(12, 3, 12));
-    EXPECT_FALSE(ticks.tick(13, 2, 13));
-    EXPECT_FALSE(ticks.tick(12, 3, 12));
-    EXPECT_TRUE(ticks.tick(12, 3, 12));
-    EXPECT_EQ(pressure.rateLimit(), 24);
-    // Room again goes to the recording first, two frames per second every quiet three
-    // seconds, up to just below the rate that failed; then the live view speeds up.
-    ticks.calm(6);
-    EXPECT_EQ(pressure.rateLimit(), 26);
-    EXPECT_EQ(pressure.liveIntervalMs(), 100);
-    ticks.calm(12);
-    EXPECT_EQ(pressure.rateLimit(), 29);
-    EXPECT_EQ(pressure.liveIntervalMs(), 100);
-    ticks.calm(12);
-    EXPECT_EQ(pressure.rateLimit(), 29);
-    EXPECT_EQ(pressure.liveIntervalMs(), 50);
-}
+// `count` such ticks, then the live interval and the rate limit expected (`any`: not checked).
+struct Step {
+    int count;
+    Tick tick;
+    int interval;
+    int limit;
+};
 
-TEST(RecordingPressure, ARaisedLimitThatDropsAgainSettlesBelowIt) {
-    RecordingPressure pressure;
-    Ticks ticks(pressure);
-    for (int i = 0; i < 7; ++i)
-        ticks.tick(10, 5, 10);
-    ASSERT_EQ(pressure.rateLimit(), 20);
-    ticks.calm(6);
-    ASSERT_EQ(pressure.rateLimit(), 22);
-    // 22 is too many: four ticks of drops at 21 fps lower it to 21, and it never rises to 22
-    // again.
-    for (int i = 0; i < 4; ++i)
-        ticks.tick(11, 1, 11);
-    ASSERT_EQ(pressure.rateLimit(), 21);
-    ticks.calm(30);
-    EXPECT_EQ(pressure.rateLimit(), 21);
-    EXPECT_EQ(pressure.liveIntervalMs(), 33);
-}
+struct Scenario {
+    const char* name;
+    std::vector<Step> steps;
+    int repeat = 1;
+    std::int64_t measuredCpuUs = 0; // a measured start first: CPU per frame on 2 cores
+    double otherCores = 0;
+};
 
-TEST(RecordingPressure, ABacklogWithoutDropsAtTheFloorIsNoReasonToLimit) {
-    RecordingPressure pressure;
-    Ticks ticks(pressure);
-    for (int i = 0; i < 20; ++i)
-        ticks.tick(15, 0, 12); // every frame waits a little, none is lost
-    EXPECT_EQ(pressure.liveIntervalMs(), 100);
-    EXPECT_EQ(pressure.rateLimit(), 0);
-}
+} // namespace
 
-TEST(RecordingPressure, NowAndThenADropAtTheFloorIsNoReasonToLimit) {
-    RecordingPressure pressure;
-    Ticks ticks(pressure);
-    // Just keeping up: every frame waits a little, and every other second one is lost.
-    for (int i = 0; i < 60; ++i)
-        ticks.tick(15, i % 4 == 0 ? 1 : 0, 12);
-    EXPECT_EQ(pressure.liveIntervalMs(), 100);
-    EXPECT_EQ(pressure.rateLimit(), 0);
-}
-
-TEST(RecordingPressure, DropsUnderALimitLowerItFurther) {
-    RecordingPressure pressure;
-    Ticks ticks(pressure);
-    for (int i = 0; i < 7; ++i)
-        ticks.tick(14, 1, 14);
-    ASSERT_EQ(pressure.rateLimit(), 28);
-    // Paced to 28, the encoder still loses frames: at least one frame per second less.
-    for (int i = 0; i < 3; ++i)
-        EXPECT_FALSE(ticks.tick(14, 1, 14));
-    EXPECT_TRUE(ticks.tick(14, 1, 14));
-    EXPECT_EQ(pressure.rateLimit(), 27);
-    for (int i = 0; i < 4; ++i)
-        ticks.tick(10, 2, 10);
-    EXPECT_EQ(pressure.rateLimit(), 20);
-}
-
-TEST(RecordingPressure, AQuietTickAtTheFloorStartsTheJudgementAgain) {
-    RecordingPressure pressure;
-    Ticks ticks(pressure);
-    for (int i = 0; i < 3; ++i)
-        ticks.tick(12, 3);
-    for (int round = 0; round < 5; ++round) {
-        ticks.tick(12, 3);
-        ticks.tick(12, 3);
-        ticks.tick(12, 3);
-        ticks.tick(15); // a key frame's burst is over: room again
-    }
-    EXPECT_EQ(pressure.rateLimit(), 0);
-}
-
-TEST(RecordingPressure, TheLimitStaysWithinTenAndTwentyNineFps) {
-    {
+TEST(RecordingPressure, LiveViewAndPaceFollowTheEncodersTicks) {
+    const Scenario scenarios[] = {
+        // Now and then a frame finds its predecessor still queued: normal jitter.
+        {"an encoder that keeps up", {{40, {15, 0, 7}, full, 0}}},
+        // A backlog on more than half the appends is the early sign; a single drop is enough.
+        {"one step per pressed tick down to the floor",
+         {{1, {15, 0, 8}, fps20, 0},
+          {1, {15, 1, 0}, fps15, 0},
+          {1, {14, 1, 14}, floor, 0},
+          {1, {15, 0, 15}, floor, 0}}},
+        {"back step by step after three quiet seconds, a pressed tick restarting the wait",
+         {{2, {15, 1}, fps15, any},
+          {5, calm, fps15, any},
+          {1, {15, 0, 9}, floor, any},
+          {5, calm, floor, any},
+          {1, calm, fps15, any},
+          {6, calm, fps20, any},
+          {6, calm, full, any},
+          {12, calm, full, any}}},
+        // Two seconds at the floor still dropping, 12 + 13 + 12 + 12 frames: 24 fps. Room goes
+        // to the recording first, up to just below the camera; then to the live view.
+        {"behind at the floor: paced at what it reached",
+         {{3, {12, 3, 12}, floor, 0},
+          {1, {12, 3, 12}, floor, 0},
+          {1, {13, 2, 13}, floor, 0},
+          {1, {12, 3, 12}, floor, 0},
+          {1, {12, 3, 12}, floor, 24},
+          {6, calm, floor, 24 + raiseBy},
+          {12, calm, floor, ceiling},
+          {12, calm, fps20, ceiling}}},
+        {"a raised limit that drops again settles below it for good",
+         {{7, {10, 5, 10}, any, 20},
+          {6, calm, any, 20 + raiseBy},
+          {4, {11, 1, 11}, any, 21},
+          {30, calm, full, 21}}},
+        {"a backlog without drops is no reason to limit", {{20, {15, 0, 12}, floor, 0}}},
+        {"now and then a drop is no reason to limit",
+         {{1, {15, 1, 12}, any, any}, {3, {15, 0, 12}, floor, 0}},
+         15},
+        {"drops under a limit lower it by at least one",
+         {{7, {14, 1, 14}, any, 28},
+          {3, {14, 1, 14}, any, 28},
+          {1, {14, 1, 14}, any, 27},
+          {4, {10, 2, 10}, any, 20}}},
+        // A key frame's burst is over: room again.
+        {"a quiet tick at the floor starts the judgement again",
+         {{3, {12, 3}, any, any}, {1, calm, any, 0}},
+         5},
+        {"never below the minimum", {{7, {2, 10}, any, RecordingPressure::minimumLimit}}},
+        {"never up to the camera's rate", {{7, {15, 1, 15}, any, ceiling}}},
+        {"a step up that does not hold is tried again only after twice the wait",
+         {{1, {15, 1}, fps20, any},
+          {6, calm, full, any},
+          {1, {15, 0, 9}, fps20, any},
+          {11, calm, fps20, any},
+          {1, calm, full, any}}},
+        // Other programs took the CPU: 14 fps reached.
+        {"a measured pace is lowered on drops and never raised above the measurement",
+         {{0, calm, any, 17},
+          {4, {7, 1, 7}, any, 14},
+          {6, calm, any, 14 + raiseBy},
+          {60, calm, any, 14 + raiseBy}},
+         1,
+         69'000,
+         0.7},
+        // 57 fps flat out; a build next door paces it for a while. Every frame comes back
+        // after three quiet seconds, and after twice that once it failed.
+        {"an encoder measured to keep up gets every frame back",
+         {{0, calm, fps15, 0},
+          {5, {12, 3, 12}, any, 24},
+          {5, calm, any, 24},
+          {1, calm, any, 0},
+          {4, {12, 3, 12}, any, 24},
+          {11, calm, any, 24},
+          {1, calm, any, 0}},
+         1,
+         35'000},
+    };
+    for (const Scenario& scenario : scenarios) {
+        SCOPED_TRACE(scenario.name);
         RecordingPressure pressure;
         Ticks ticks(pressure);
-        for (int i = 0; i < 7; ++i)
-            ticks.tick(2, 10); // nearly nothing written
-        EXPECT_EQ(pressure.rateLimit(), RecordingPressure::minimumLimit);
-    }
-    {
-        RecordingPressure pressure;
-        Ticks ticks(pressure);
-        for (int i = 0; i < 7; ++i)
-            ticks.tick(15, 1, 15); // all written, yet one drop per tick
-        EXPECT_EQ(pressure.rateLimit(), 29);
+        if (scenario.measuredCpuUs > 0) {
+            pressure.start(2);
+            for (int i = 0; i < 4; ++i)
+                ticks.measuredTick(15, scenario.measuredCpuUs, 30, scenario.otherCores);
+        }
+        for (int round = 0; round < scenario.repeat; ++round)
+            for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
+                const Step& step = scenario.steps[i];
+                for (int n = 0; n < step.count; ++n)
+                    ticks.tick(step.tick.appended, step.tick.dropped, step.tick.backlogged);
+                SCOPED_TRACE(testing::Message() << "round " << round << ", step " << i);
+                if (step.interval != any)
+                    EXPECT_EQ(pressure.liveIntervalMs(), step.interval);
+                if (step.limit != any)
+                    EXPECT_EQ(pressure.rateLimit(), step.limit);
+            }
     }
 }
 
@@ -259,61 +234,4 @@ TEST(RecordingPressure, MeasuringWaitsForPicturesAndEachRecordingMeasuresAfresh)
         again.measuredTick(15, 10'000, 30);
     EXPECT_EQ(pressure.rateLimit(), 0);
     EXPECT_EQ(pressure.liveIntervalMs(), 33);
-}
-
-TEST(RecordingPressure, AMeasuredPaceIsLoweredOnDropsAndNeverRaisedAboveWhatWasMeasured) {
-    RecordingPressure pressure;
-    pressure.start(2);
-    Ticks ticks(pressure);
-    for (int i = 0; i < 4; ++i)
-        ticks.measuredTick(15, 69'000, 30, 0.7);
-    ASSERT_EQ(pressure.rateLimit(), 17);
-    for (int i = 0; i < 4; ++i)
-        ticks.tick(7, 1, 7); // other programs took the CPU: 14 fps reached
-    ASSERT_EQ(pressure.rateLimit(), 14);
-    ticks.calm(6);
-    EXPECT_EQ(pressure.rateLimit(), 16);
-    ticks.calm(60);
-    EXPECT_EQ(pressure.rateLimit(), 16);
-}
-
-TEST(RecordingPressure, AStepUpTheLiveViewCannotHoldIsTriedAgainOnlyAfterTwiceTheWait) {
-    RecordingPressure pressure;
-    Ticks ticks(pressure);
-    ticks.tick(15, 1);
-    ASSERT_EQ(pressure.liveIntervalMs(), 50);
-    ticks.calm(6);
-    ASSERT_EQ(pressure.liveIntervalMs(), 33);
-    ticks.tick(15, 0, 9); // 30 fps is too much for the encoder
-    ASSERT_EQ(pressure.liveIntervalMs(), 50);
-    ticks.calm(11);
-    EXPECT_EQ(pressure.liveIntervalMs(), 50);
-    ticks.calm(1);
-    EXPECT_EQ(pressure.liveIntervalMs(), 33);
-}
-
-TEST(RecordingPressure, AnEncoderMeasuredToKeepUpGetsEveryFrameBackAfterOtherProgramsTookTheCpu) {
-    RecordingPressure pressure;
-    pressure.start(2);
-    Ticks ticks(pressure);
-    for (int i = 0; i < 4; ++i)
-        ticks.measuredTick(15, 35'000, 30); // 57 fps flat out
-    ASSERT_EQ(pressure.rateLimit(), 0);
-    ASSERT_EQ(pressure.liveIntervalMs(), 67);
-    // A build next door: the live view gives way, then two seconds at 24 fps pace the recording.
-    for (int i = 0; i < 5; ++i)
-        ticks.tick(12, 3, 12);
-    ASSERT_EQ(pressure.rateLimit(), 24);
-    ticks.calm(5);
-    EXPECT_EQ(pressure.rateLimit(), 24);
-    ticks.calm(1);
-    EXPECT_EQ(pressure.rateLimit(), 0);
-    // Still crowded: paced again, and every frame is tried again only after twice the wait.
-    for (int i = 0; i < 4; ++i)
-        ticks.tick(12, 3, 12);
-    ASSERT_EQ(pressure.rateLimit(), 24);
-    ticks.calm(11);
-    EXPECT_EQ(pressure.rateLimit(), 24);
-    ticks.calm(1);
-    EXPECT_EQ(pressure.rateLimit(), 0);
 }

@@ -113,58 +113,6 @@ TEST_F(SettingsStoreTest, WrongTypesInTheFileReadAsDefaults) {
     EXPECT_TRUE(store.devShowFPS());
 }
 
-// Earlier versions kept the recording folder under another key; an existing user keeps it.
-TEST_F(SettingsStoreTest, TheFolderUnderItsEarlierKeyIsReadOnceAndMovedToTheNewKey) {
-    const QString legacyFolderKey = QStringLiteral("recordingFolderBookmark");
-    const QByteArray folder("/home/ärztin/Aufnahmen, alt");
-    {
-        QSettings old(path(), QSettings::IniFormat); // as the earlier version wrote it
-        old.setValue(legacyFolderKey, folder);
-        old.setValue(QStringLiteral("praxisText"), QStringLiteral("Praxis Köhler"));
-    }
-    {
-        SettingsStore store(path());
-        EXPECT_EQ(store.recordingFolderPath(), folder);
-        EXPECT_EQ(store.praxisText(), QStringLiteral("Praxis Köhler"));
-        store.sync();
-    }
-    {
-        QSettings file(path(), QSettings::IniFormat);
-        EXPECT_FALSE(file.contains(legacyFolderKey));
-        EXPECT_EQ(file.value(QStringLiteral("recordingFolderPath")).toByteArray(), folder);
-    }
-    // Read once: a folder chosen afterwards is what the next launch sees.
-    {
-        SettingsStore store(path());
-        store.setRecordingFolderPath(QByteArray("/media/usb/Aufnahmen"));
-    }
-    SettingsStore store(path());
-    EXPECT_EQ(store.recordingFolderPath(), QByteArray("/media/usb/Aufnahmen"));
-}
-
-TEST_F(SettingsStoreTest, AFolderUnderTheNewKeyWinsOverTheEarlierKey) {
-    const QString legacyFolderKey = QStringLiteral("recordingFolderBookmark");
-    {
-        QSettings file(path(), QSettings::IniFormat);
-        file.setValue(legacyFolderKey, QByteArray("/alt"));
-        file.setValue(QStringLiteral("recordingFolderPath"), QByteArray("/neu"));
-    }
-    {
-        SettingsStore store(path());
-        EXPECT_EQ(store.recordingFolderPath(), QByteArray("/neu"));
-    }
-    QSettings file(path(), QSettings::IniFormat);
-    EXPECT_FALSE(file.contains(legacyFolderKey));
-    EXPECT_EQ(file.value(QStringLiteral("recordingFolderPath")).toByteArray(), QByteArray("/neu"));
-}
-
-TEST_F(SettingsStoreTest, AppearanceModeOutOfRangeFollowsTheSystem) {
-    writeFile("[General]\nappearanceMode=7\n");
-    SettingsStore store(path());
-    EXPECT_EQ(store.appearanceMode(), 7); // kept as written by a newer version
-    EXPECT_EQ(effectiveAppearanceMode(store.appearanceMode()), AppearanceMode::system);
-}
-
 TEST_F(SettingsStoreTest, WritingNotifiesOnlyTheChangedKey) {
     SettingsStore store(path());
     QSignalSpy gain(&store, &SettingsStore::stabGainChanged);
@@ -187,24 +135,6 @@ TEST_F(SettingsStoreTest, ValuesOfTheWrongTypeAreRefused) {
     EXPECT_DOUBLE_EQ(store.stabGain(), 0.5);
     EXPECT_TRUE(store.setValue(Setting::appearanceMode, 1.0)); // QML numbers are doubles
     EXPECT_EQ(store.appearanceMode(), 1);
-}
-
-TEST_F(SettingsStoreTest, RemovingOnboardingBringsTheSetupBackAtTheNextLaunch) {
-    {
-        SettingsStore store(path());
-        store.setDidCompleteOnboarding(true);
-    }
-    {
-        SettingsStore store(path());
-        EXPECT_TRUE(store.didCompleteOnboarding());
-        QSignalSpy spy(&store, &SettingsStore::didCompleteOnboardingChanged);
-        store.remove(Setting::didCompleteOnboarding);
-        EXPECT_EQ(spy.count(), 1);
-        EXPECT_FALSE(store.didCompleteOnboarding());
-    }
-    SettingsStore store(path());
-    EXPECT_FALSE(store.didCompleteOnboarding());
-    EXPECT_FALSE(store.contains(Setting::didCompleteOnboarding));
 }
 
 TEST_F(SettingsStoreTest, ReadersOnOtherThreadsSeeOldOrNewValuesNeverTornOnes) {
@@ -233,16 +163,4 @@ TEST_F(SettingsStoreTest, ReadersOnOtherThreadsSeeOldOrNewValuesNeverTornOnes) {
     stop = true;
     reader.join();
     EXPECT_EQ(bad.load(), 0);
-}
-
-TEST_F(SettingsStoreTest, UserStoreLivesInTheConfigFolderOfHome) {
-    {
-        SettingsStore store;
-        store.setPraxisText(QStringLiteral("Praxis Home"));
-    }
-    const QString file =
-        QStandardPaths::writableLocation(QStandardPaths::ConfigLocation) + "/ostrel/ostrel.conf";
-    EXPECT_TRUE(QFile::exists(file)) << file.toStdString();
-    SettingsStore again;
-    EXPECT_EQ(again.praxisText(), QStringLiteral("Praxis Home"));
 }

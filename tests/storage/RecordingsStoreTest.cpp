@@ -34,22 +34,6 @@ TEST_F(RecordingsStoreTest, FirstLaunchHasNoFolderAndLogsNothing) {
     store.revealInFileManager(); // nothing to show, nothing happens
 }
 
-// A folder chosen with an earlier version, stored under the earlier key, is still the folder.
-TEST_F(RecordingsStoreTest, TheFolderOfAnEarlierVersionIsStillTheFolder) {
-    const QString folder = dir.filePath(QStringLiteral("Aufnahmen"));
-    ASSERT_TRUE(QDir().mkpath(folder));
-    const QString legacyFolderKey = QStringLiteral("recordingFolderBookmark");
-    {
-        QSettings old(iniPath(), QSettings::IniFormat);
-        old.setValue(legacyFolderKey, folder.toUtf8());
-    }
-    SettingsStore settings(iniPath());
-    RecordingsStore store(settings);
-    EXPECT_EQ(store.folderPath(), folder);
-    EXPECT_TRUE(store.isReachable());
-    EXPECT_TRUE(log.entries().empty());
-}
-
 TEST_F(RecordingsStoreTest, ChosenFolderIsLoggedOnceAndSurvivesARestart) {
     const QString folder = dir.filePath(QStringLiteral("Aufnahmen mit  Leerzeichen"));
     ASSERT_TRUE(QDir().mkpath(folder));
