@@ -118,32 +118,6 @@ protected:
 
 } // namespace
 
-TEST_F(AppShellTest, FirstLaunchShowsTheSetupAndFinishingItSwitchesTheSameWindow) {
-    QQuickWindow* window = open();
-    ASSERT_TRUE(window);
-    EXPECT_EQ(window->title(), QStringLiteral("OSTREL"));
-    EXPECT_EQ(window->minimumHeight(), 600) << "the setup needs its full height";
-    QObject* setup = content(window);
-    ASSERT_TRUE(setup);
-    EXPECT_FALSE(setup->property("cam").isValid()) << "the setup, not the main view";
-
-    // Menu commands during the setup do nothing visible.
-    auto* record = window->findChild<QObject*>(QStringLiteral("toggleRecordingAction"));
-    ASSERT_TRUE(record);
-    QMetaObject::invokeMethod(record, "trigger");
-    pumpPosted();
-    EXPECT_FALSE(shell->camera().isRecording());
-    EXPECT_EQ(shell->camera().status(), CameraStatus::ready);
-
-    settings->setValue(Setting::didCompleteOnboarding, true);
-    pumpPosted();
-    QObject* main = content(window);
-    ASSERT_TRUE(main);
-    EXPECT_TRUE(main->property("cam").isValid());
-    EXPECT_EQ(window->minimumWidth(), 900);
-    EXPECT_EQ(window->minimumHeight(), 560);
-}
-
 TEST_F(AppShellTest, DiagnosticsWindowStartsWithAllLevelsEachTimeItOpens) {
     QQuickWindow* window = open();
     ASSERT_TRUE(window);

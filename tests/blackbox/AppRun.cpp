@@ -302,11 +302,40 @@ QList<AppRun::ShownText> AppRun::shownTexts(int timeoutMs) {
     return texts;
 }
 
+std::optional<AppRun::ShownText>
+AppRun::waitForShown(const std::function<bool(const ShownText&)>& match, int timeoutMs) {
+    std::optional<ShownText> found;
+    pumpUntil(
+        [&] {
+            for (const ShownText& item : shownTexts())
+                if (match(item) && !item.area.isEmpty()) {
+                    found = item;
+                    return true;
+                }
+            QThread::msleep(50);
+            return false;
+        },
+        timeoutMs);
+    return found;
+}
+
+std::optional<AppRun::ShownText> AppRun::waitForShown(const QString& textOrName, int timeoutMs) {
+    return waitForShown(
+        [&](const ShownText& item) {
+            return item.text == textOrName || item.objectName == textOrName;
+        },
+        timeoutMs);
+}
+
 std::optional<QString> AppRun::startLive() {
     // A restarted app writes on in the same log: only this run's lines count.
     const int from = int(logLines().size());
     if (std::optional<QString> error = start())
         return error;
+    return waitForLive(from);
+}
+
+std::optional<QString> AppRun::waitForLive(int from) {
     if (!waitForLog(QStringLiteral("2 Kameras live"), 60000, from))
         return QStringLiteral("the cameras did not go live within 60 s:\n") + describe();
     // Live in the log is not yet live on screen: a camera whose first picture is late gets
@@ -359,7 +388,22 @@ std::optional<QString> AppRun::startOnce(int timeoutMs) {
             ::signal(SIGXFSZ, SIG_IGN); // ignored dispositions survive exec
         });
     }
-    m_app->start(ostrelBinary(), m_options.arguments);
+    QString program = ostrelBinary();
+    QStringList arguments = m_options.arguments;
+    if (const qint64 size = m_options.tmpfsRecordingFolder; size > 0) {
+        if (!run(QStringLiteral("unshare"), {QStringLiteral("-rm"), QStringLiteral("true")}))
+            return QStringLiteral("a private mount namespace (unshare -rm) is not available "
+                                  "here, and the small drive for the recording folder needs one");
+        // unshare and sh both exec: the app keeps the started process's id.
+        const QString script =
+            QStringLiteral("mount -t tmpfs -o size=%1 none \"$0\" && exec \"$@\"").arg(size);
+        arguments.prepend(program);
+        arguments = QStringList{QStringLiteral("-rm"), QStringLiteral("sh"), QStringLiteral("-c"),
+                                script, recordingFolder()} +
+                    arguments;
+        program = QStringLiteral("unshare");
+    }
+    m_app->start(program, arguments);
     if (!m_app->waitForStarted(10000))
         return QStringLiteral("ostrel did not start: ") + m_app->errorString();
     const bool shown = pumpUntil(
@@ -545,6 +589,18 @@ bool AppRun::pressKeysUntil(const QString& keys, const std::function<bool()>& do
             return true;
     std::fprintf(stderr, "%s did not take effect in 3 tries\n", qPrintable(keys));
     return false;
+}
+
+bool AppRun::typeText(const QString& text, const QString& windowTitle) {
+    const QStringList ids = windowIds(windowTitle);
+    if (ids.isEmpty() || focusWindow(ids.last()) ||
+        !run(QStringLiteral("xdotool"),
+             {QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("30"), text})) {
+        qWarning("typing \"%s\" into \"%s\" did not happen", qPrintable(text),
+                 qPrintable(windowTitle));
+        return false;
+    }
+    return true;
 }
 
 bool AppRun::pressKeys(const QString& keys, const QString& windowTitle, int holdMs) {

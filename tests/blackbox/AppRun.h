@@ -36,6 +36,10 @@ struct AppRunOptions {
     // The app's file-size limit in bytes (RLIMIT_FSIZE), as a drive that fills up; 0: none.
     // Writes beyond it fail with EFBIG instead of raising SIGXFSZ.
     qint64 fileSizeLimit = 0;
+    // A drive of its own of this many bytes (tmpfs) for the recording folder, mounted in a
+    // private mount namespace that only the app sees; 0: none. The app's files are reached from
+    // outside through /proc/<pid>/root.
+    qint64 tmpfsRecordingFolder = 0;
     int screenWidth = 1920;
     int screenHeight = 1080;
 };
@@ -59,6 +63,9 @@ public:
     // Starts the app and waits until the log says both cameras are live and the window shows
     // both pictures; on failure the error text carries the log and what the app printed.
     std::optional<QString> startLive();
+    // Waits until the log (from line `fromLine`) says both cameras are live and the window
+    // shows both pictures; as startLive, for a main view that comes up later.
+    std::optional<QString> waitForLive(int fromLine);
     // Starts the app without a display and waits for it to exit (for --help, --version).
     struct Output {
         int exitCode = -1;
@@ -83,6 +90,8 @@ public:
                    int holdMs = 0);
     // Types the keys until `done` holds (up to 3 times, each given 5 s): a key typed while the
     // focus still settles after a window closed or a recording ended can be lost.
+    // Types `text` into the focused item of the window, character by character.
+    bool typeText(const QString& text, const QString& windowTitle = mainWindowTitle());
     bool pressKeysUntil(const QString& keys, const std::function<bool()>& done,
                         const QString& windowTitle = mainWindowTitle());
     // Clicks the left mouse button at a point of the screen; with `windowTitle`, the window
@@ -97,6 +106,11 @@ public:
         QString text;
     };
     QList<ShownText> shownTexts(int timeoutMs = 10000);
+    // Waits until the app shows an item that `match` holds for, or whose text or object name is
+    // `textOrName`; with no time, looks once.
+    std::optional<ShownText> waitForShown(const std::function<bool(const ShownText&)>& match,
+                                          int timeoutMs = 20000);
+    std::optional<ShownText> waitForShown(const QString& textOrName, int timeoutMs = 20000);
     // Files in the recording folder matching `pattern`, sorted.
     QStringList recordingFiles(const QString& pattern = QStringLiteral("OSTREL-*")) const;
     // Waits until at least `count` files match `pattern` in the recording folder.

@@ -82,17 +82,10 @@ std::optional<AppRun::ShownText> waitForText(AppRun& app, const QString& window,
                                              const QString& text, int timeoutMs = 15000,
                                              bool required = true) {
     const QRegularExpression title(window);
-    std::optional<AppRun::ShownText> found;
-    pumpUntil(
-        [&] {
-            for (const AppRun::ShownText& shown : app.shownTexts())
-                if (title.match(shown.window).hasMatch() &&
-                    (shown.text == text || shown.objectName == text) && !shown.area.isEmpty()) {
-                    found = shown;
-                    return true;
-                }
-            QThread::msleep(50);
-            return false;
+    const auto found = app.waitForShown(
+        [&](const AppRun::ShownText& shown) {
+            return title.match(shown.window).hasMatch() &&
+                   (shown.text == text || shown.objectName == text);
         },
         timeoutMs);
     if (!found && required)

@@ -1,7 +1,8 @@
 // The built app recording as a user drives it (Ctrl+R, Ctrl+P), and what is on disk
 // afterwards as players see it (ffprobe and GStreamer): a normal recording with a photo, a
-// crash with an immediate restart, a drive that fills up while recording, a folder that cannot
-// be written, and cameras that send MJPEG as cheap UVC cameras do (streams on file).
+// crash with an immediate restart, a drive that fills up while recording, one that runs low (a
+// warning, then an automatic stop), a folder that cannot be written, and cameras that send
+// MJPEG as cheap UVC cameras do (streams on file).
 
 #include "blackbox/AppRun.h"
 #include "recording/MediaProbe.h"
@@ -23,7 +24,9 @@
 #include <array>
 #include <cmath>
 #include <csignal>
+#include <fcntl.h>
 #include <numbers>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 namespace {
@@ -204,6 +207,58 @@ TEST(RecordingSurvival, DriveFillingUpDuringARecordingKeepsWhatWasWritten) {
     EXPECT_LE(QFileInfo(file).size(), options.fileSizeLimit);
     expectPlayable(file, 1.5, 60);
     EXPECT_TRUE(app.isRunning()) << "a full drive never takes the app down";
+}
+
+// A small drive of its own for the recording folder, filled from outside while recording: the
+// app warns once with the time left, then ends the recording by itself before the drive is full
+// and saves it.
+TEST(RecordingSurvival, DriveRunningLowWarnsOnceThenStopsTheRecordingAndSavesIt) {
+    AppRunOptions options;
+    // 2.5 minutes of 1080p above the stop reserve of 1 GB: below the warning level at once.
+    options.tmpfsRecordingFolder = 1'000'000'000 + 5 * 89'128'960 / 2;
+    AppRun app(options);
+    startLive(app);
+    const QString folder =
+        QStringLiteral("/proc/%1/root%2").arg(app.pid()).arg(app.recordingFolder());
+    const auto leaveFree = [&](qint64 free) {
+        QFile filler(folder + QStringLiteral("/filler-%1").arg(free));
+        ASSERT_TRUE(filler.open(QIODevice::WriteOnly));
+        struct statvfs drive {};
+        ASSERT_EQ(::statvfs(QFile::encodeName(folder).constData(), &drive), 0);
+        ASSERT_EQ(
+            ::posix_fallocate(filler.handle(), 0, qint64(drive.f_bavail * drive.f_frsize) - free),
+            0);
+    };
+    const QString warning = QStringLiteral("Speicher fast voll · ≈ 2 Min");
+    QElapsedTimer recording;
+    recording.start();
+    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
+    ASSERT_TRUE(app.waitForLog(
+        QStringLiteral("Speicherplatz wird knapp: ≈ 2 Min Restzeit am Aufnahmeziel")))
+        << app.describe().toStdString();
+    // Once the bars hide, the warning stays in sight above the picture.
+    EXPECT_TRUE(app.waitForShown([&](const AppRun::ShownText& item) {
+        return item.objectName == QStringLiteral("storageWarningOverlay") && item.text == warning;
+    }));
+    // Fewer minutes left leave the warning as it was (a check comes every 5 s).
+    leaveFree(1'050'000'000);
+    recordFor(6);
+    EXPECT_TRUE(app.waitForShown(warning, 0));
+
+    leaveFree(900'000'000);
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("MB frei) — Aufnahme wird automatisch beendet")))
+        << app.describe().toStdString();
+    EXPECT_TRUE(app.waitForAlert());
+    EXPECT_TRUE(app.waitForShown(
+        QStringLiteral("Aufnahme automatisch beendet: Der Speicherplatz am Ziel ist fast voll. "
+                       "Die Aufnahme wurde gespeichert.")));
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: "), 60000))
+        << app.describe().toStdString();
+    EXPECT_FALSE(app.waitForShown(warning, 0)) << "the warning goes with the recording";
+    EXPECT_EQ(app.logLines().filter(QStringLiteral("Speicherplatz wird knapp")).size(), 1);
+    const QStringList movies = QDir(folder).entryList({QStringLiteral("OSTREL-*.mp4")});
+    ASSERT_EQ(movies.size(), 1);
+    expectPlayable(folder + u'/' + movies[0], 8, recording.elapsed() / 1000.0 + 0.5);
 }
 
 // The recording folder is deleted while a recording is written into it: the app notices, says

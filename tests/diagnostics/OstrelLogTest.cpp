@@ -168,22 +168,3 @@ TEST_F(OstrelLogTest, UnwritableLocationKeepsTheLogInMemory) {
     log.clear(); // removing a file that cannot exist is ignored too
     EXPECT_EQ(log.entries().size(), 1u);
 }
-
-namespace {
-
-// What stands where a folder is expected.
-enum class Place { folder, missing, file, readOnlyFolder };
-
-void make(const QString& path, Place place) {
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    if (place == Place::file) {
-        QFile file(path);
-        file.open(QIODevice::WriteOnly);
-    } else if (place != Place::missing) {
-        QDir().mkpath(path);
-        if (place == Place::readOnlyFolder)
-            QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
-    }
-}
-
-} // namespace
