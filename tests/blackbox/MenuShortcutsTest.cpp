@@ -406,6 +406,10 @@ TEST(MenuShortcuts, ARecordingShowsAndKeepsItsCamerasToTheEnd) {
     ASSERT_TRUE(app.waitForLog(QStringLiteral("Kamerawechsel wartet"), 10000, from));
     EXPECT_FALSE(app.windowGeometry(QStringLiteral(" REC .* OSTREL$")).isEmpty())
         << "the title says so";
+    EXPECT_TRUE(app.waitForShown([](const AppRun::ShownText& shown) {
+        return shown.objectName == QStringLiteral("statusText") &&
+               shown.text == QStringLiteral("Aufnahme");
+    })) << "and the top bar";
 
     // With the bars hidden (6 s after the last key), the corner mark stays: red pixels.
     const QRect window = app.windowGeometry();

@@ -96,32 +96,6 @@ TEST_F(StabilizerTest, FirstFrameAfterSwitchingOnGivesZeroThenTheFirstCorrection
     EXPECT_DOUBLE_EQ(r.zoom, 1.15);
 }
 
-TEST_F(StabilizerTest, SwitchingOnLogsTheTuningOnceAndAlwaysResets) {
-    stabilizer.setEnabled(true);
-    auto entries = stabEntries();
-    ASSERT_EQ(entries.size(), 1u);
-    EXPECT_EQ(entries[0].level, LogLevel::info);
-    EXPECT_EQ(entries[0].message, QStringLiteral("Stabilisierung an — Stärke 0.5 · Glättung 0.850 "
-                                                 "· Crop 1.15 · Vorhersage 0.00"));
-
-    buildCorrection();
-    stabilizer.setEnabled(true); // already on: no entry, but a clean start
-    EXPECT_EQ(stabEntries().size(), 1u);
-    EXPECT_EQ(move(8, 0).offset, QPointF(0, 0));
-
-    stabilizer.setEnabled(false);
-    EXPECT_EQ(stabEntries().size(), 1u);
-    settings.setStabGain(1.2);
-    settings.setStabSmoothing(0.9);
-    settings.setStabCropZoom(1.2);
-    settings.setStabLead(0.5);
-    stabilizer.setEnabled(true);
-    entries = stabEntries();
-    ASSERT_EQ(entries.size(), 2u);
-    EXPECT_EQ(entries[1].message, QStringLiteral("Stabilisierung an — Stärke 1.2 · Glättung 0.900 "
-                                                 "· Crop 1.20 · Vorhersage 0.50"));
-}
-
 TEST_F(StabilizerTest, ATenPercentJumpClosesTheGateAndTheOffsetReturnsAtMaxStep) {
     double previous = buildCorrection().offset.x();
     ASSERT_GT(previous, 1.5 * defaultMaxStep);

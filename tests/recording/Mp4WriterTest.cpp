@@ -175,34 +175,6 @@ TEST_F(Mp4WriterTest, IsNotReadyWhileItsQueueIsFull) {
     EXPECT_EQ(decodedVideoFrames(file), queued + 1);
 }
 
-TEST_F(Mp4WriterTest, WriteFaultFailsWithDescriptionAndKeepsEarlierFragments) {
-    const QString file = path("d.mp4");
-    auto writer = start(file, 320, 240, false);
-    ASSERT_TRUE(writer);
-    // Frames until the first fragment is on the disk, then the drive goes away.
-    int next = 0;
-    while (!topLevelBoxes(file).contains("moof") && next < 300) {
-        feed(*writer, next, next + 1, 320, 240);
-        ++next;
-    }
-    writer->waitUntilQueueEmpty();
-    writer->injectWriteFault();
-    while (writer->status() == Mp4Writer::Status::writing && next < 400) {
-        writer->waitUntilQueueEmpty();
-        writer->appendVideo(syntheticFrame(320, 240, next), frameTime(next));
-        ++next;
-    }
-    EXPECT_EQ(writer->status(), Mp4Writer::Status::failed);
-    EXPECT_EQ(writer->errorText(), "Input/output error");
-    EXPECT_FALSE(writer->appendVideo(syntheticFrame(320, 240, next), frameTime(next)));
-    EXPECT_EQ(finish(*writer), Mp4Writer::Status::failed);
-
-    // The file plays up to its last complete fragment.
-    const int decoded = decodedVideoFrames(file);
-    EXPECT_GE(decoded, 60);
-    EXPECT_LT(decoded, next);
-}
-
 // A frozen file system (fsfreeze, a hung network folder): the encoded fragments wait in memory,
 // nothing is dropped, and the file is whole once the drive answers. A drive that never answers
 // does not hold up the finish once it is given up on; what was handed over still lands.

@@ -48,36 +48,6 @@ QStringList messagesSince(int from) {
 
 } // namespace
 
-TEST(Photos, ThreeJpegsWithOneTimestampAndTheEventEntry) {
-    const int before = logCount();
-    const QString folder = testOutputFolder() + QStringLiteral("/photos");
-    QDir(folder).removeRecursively();
-    QDir().mkpath(folder);
-    EXPECT_EQ(renderPhotos(jobFor(folder, true)).size(), 3);
-    const QStringList files = QDir(folder).entryList(QDir::Files, QDir::Name);
-    ASSERT_EQ(files.size(), 3) << files.join(' ').toStdString();
-    const QRegularExpression name(QStringLiteral(
-        "^OSTREL-\\d{4}-\\d\\d-\\d\\d_\\d\\d-\\d\\d-\\d\\d-(Ansicht|Macro|Wide)\\.jpg$"));
-    for (const QString& f : files)
-        EXPECT_TRUE(name.match(f).hasMatch()) << f.toStdString();
-    EXPECT_EQ(files[0].left(27), files[2].left(27)); // one timestamp for the press
-    EXPECT_TRUE(files[0].endsWith("-Ansicht.jpg") && files[1].endsWith("-Macro.jpg") &&
-                files[2].endsWith("-Wide.jpg"));
-    for (const QString& f : files) {
-        const QImage image(QDir(folder).filePath(f));
-        ASSERT_EQ(image.size(), QSize(2560, 1440)) << f.toStdString();
-    }
-    // The Macro photo shows the whole turned frame despite the zoom: its corners are its
-    // quadrant colours (grey at the top left after the turn).
-    const QImage macro(QDir(folder).filePath(files[1]));
-    EXPECT_LT(std::abs(qRed(macro.pixel(2, 2)) - 128), 8);
-    EXPECT_LT(qBlue(macro.pixel(2557, 2)), 40); // yellow, the bottom-left quadrant, turned
-    EXPECT_GT(qRed(macro.pixel(2557, 2)), 200);
-    EXPECT_TRUE(messagesSince(before).contains(
-        QStringLiteral("3 Fotos gespeichert (Wide, Macro, Ansicht)")));
-    EXPECT_EQ(photoTimestamp().size(), 19);
-}
-
 TEST(Photos, WithoutMacroTwoFilesAndTheCompositeShowsOnlyWide) {
     QTemporaryDir dir;
     const int before = logCount();

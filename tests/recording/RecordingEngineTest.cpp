@@ -126,55 +126,6 @@ protected:
 
 } // namespace
 
-TEST_F(RecordingEngineTest, RecordsComposedFramesWithSoundIntoAPlayableFile) {
-    const QString file = path("rec.mp4");
-    ASSERT_EQ(engine.start(file, 640, 360, true, {}, 0.3), std::nullopt);
-    EXPECT_TRUE(engine.active());
-
-    // A second of sound before the first picture is not written.
-    const AudioFormat mic{true, 32, 2, 48000};
-    MediaTime audioTime = captureStart - 1s;
-    for (; audioTime < captureStart; audioTime += 20ms)
-        engine.appendAudio(syntheticTone(mic, audioTime, 960));
-    engine.waitUntilIdle();
-
-    for (int i = 0; i < 90; ++i) {
-        engine.enqueueFrame(job(i));
-        engine.waitUntilIdle();
-        for (; audioTime < frameTime(i + 1); audioTime += 20ms)
-            engine.appendAudio(syntheticTone(mic, audioTime, 960));
-        clock = clock + 1.0 / 30;
-    }
-    EXPECT_EQ(engine.takeAppendedThisSecond(), 90);
-    EXPECT_EQ(engine.takeAppendedThisSecond(), 0);
-
-    const StopResult result = stop();
-    EXPECT_EQ(result.file, file);
-    EXPECT_EQ(result.error, std::nullopt);
-    EXPECT_FALSE(engine.active());
-
-    const ProbedFile probed = probeFile(file);
-    ASSERT_TRUE(probed.ok);
-    const QJsonObject video = probed.stream("video");
-    EXPECT_EQ(video.value("codec_name").toString(), "hevc");
-    EXPECT_EQ(video.value("width").toInt(), 640);
-    EXPECT_EQ(video.value("height").toInt(), 360);
-    const QJsonObject audio = probed.stream("audio");
-    EXPECT_EQ(audio.value("codec_name").toString(), "aac");
-    EXPECT_EQ(audio.value("channels").toInt(), 1);
-    EXPECT_EQ(audio.value("sample_rate").toString(), "44100");
-    EXPECT_NEAR(video.value("duration").toString().toDouble(), 3.0, 1.0 / 30);
-    EXPECT_NEAR(audio.value("duration").toString().toDouble(), 3.0, 0.05);
-    EXPECT_NEAR(audio.value("start_time").toString().toDouble(), 0.0, 0.03);
-    EXPECT_EQ(decodedVideoFrames(file), 90);
-
-    EXPECT_TRUE(logged(LogLevel::info).contains("Video-Encoder: libx265"));
-    EXPECT_EQ(logged(LogLevel::event),
-              QStringList{"Aufnahme beendet: 90 Frames, Ø 30.0 fps, verworfen: 0 (Compositing), "
-                          "0 (Encoder)"});
-    EXPECT_TRUE(logged(LogLevel::warn).isEmpty());
-}
-
 TEST_F(RecordingEngineTest, ComposesWideMacroAndOverlayInTheRecordedPicture) {
     const QString file = path("colours.mp4");
     // A white overlay square in the top-left corner, premultiplied, half transparent elsewhere

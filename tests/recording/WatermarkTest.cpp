@@ -38,12 +38,6 @@ bool hasGold(const QImage& image, QRect area) {
 
 } // namespace
 
-TEST(Watermark, BrandFontIsRegistered) {
-    ASSERT_TRUE(registerBrandFont());
-    EXPECT_TRUE(QFontDatabase::families().contains(QStringLiteral("Archivo Black")));
-    EXPECT_EQ(QFontInfo(brandFont(28.08)).family(), QStringLiteral("Archivo Black"));
-}
-
 TEST(Watermark, PracticeNameAtTheLowerLeftMarkAndLabelAtTheLowerRight) {
     registerBrandFont();
     const QImage plain = makeWatermark(std::nullopt, 1920, 1080);
@@ -91,30 +85,6 @@ TEST(LogoMark, RingsAndDotSpanTheDesignGrid) {
     EXPECT_EQ(image.pixel(65, 80), qRgb(196, 147, 63)); // the gold dot
     EXPECT_EQ(qAlpha(image.pixel(40, 80)), 0);          // inside the large ring, left of the dot
     EXPECT_DOUBLE_EQ(ostrelMarkWidth(26), 29.25);
-}
-
-TEST(Watermark, CompositesWithWatermarkAreSavedForInspection) {
-    registerBrandFont();
-    const PixelBuffer wide = quadrants(1920, 1080, {red, green, blue, white});
-    const PixelBuffer macro = quadrants(1920, 1080, {cyan, magenta, yellow, grey});
-    for (auto [W, H] : {std::pair{1920, 1080}, std::pair{2560, 1440}}) {
-        const QImage mark = makeWatermark(QStringLiteral("Praxis Dr. Muster"), W, H);
-        CompositeInputs in;
-        in.wide = {1920, 1080};
-        in.macro = SizeD{1920, 1080};
-        in.canvas = {double(W), double(H)};
-        in.overlay = SizeD{double(W), double(H)};
-        CompositeRenderer renderer;
-        const PixelBuffer out =
-            renderer.renderImage(composeFrame(in), {wide, macro, pixelBufferOf(mark)});
-        ASSERT_EQ(out.width(), W);
-        // The watermark's gold dot is burnt in; the picture under it is unchanged elsewhere.
-        EXPECT_TRUE(hasGold(toImage(out), QRect(W * 3 / 4, H * 9 / 10, W / 4 - 1, H / 10 - 1)));
-        EXPECT_EQ(pixelAt(out, 0, 0), white);
-        const QString path =
-            testOutputFolder() + QStringLiteral("/composite-%1x%2.png").arg(W).arg(H);
-        EXPECT_TRUE(toImage(out).save(path));
-    }
 }
 
 // Made off the asking thread, once per size and text, the very image makeWatermark draws.

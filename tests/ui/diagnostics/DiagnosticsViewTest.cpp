@@ -128,19 +128,6 @@ TEST_F(DiagnosticsViewTest, CopyPutsTheWholeExportOnTheClipboardAndTheNoteGoesAw
     EXPECT_TRUE(pumpUntil([&] { return !note->isVisible(); }));
 }
 
-TEST_F(DiagnosticsViewTest, ClearLeavesOnlyTheClearedEntry) {
-    for (int i = 0; i < 1000; ++i)
-        log->log(LogLevel::info, QStringLiteral("Zeile %1").arg(i));
-    ASSERT_TRUE(showWindow());
-    EXPECT_EQ(model->rowCount(), 1000);
-    QMetaObject::invokeMethod(find("clearItem"), "triggered");
-    ASSERT_EQ(model->rowCount(), 1);
-    EXPECT_EQ(rowMessage(0), QStringLiteral("Protokoll geleert"));
-    if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT"); !out.isEmpty())
-        window->grabWindow().save(out + QStringLiteral("/diagnostics-cleared.png"));
-    EXPECT_EQ(model->data(model->index(0), LogListModel::LevelRole).toInt(), int(LogLevel::event));
-}
-
 namespace {
 
 // The row a reader looks at: the delegate in the middle of the list's viewport, and where it

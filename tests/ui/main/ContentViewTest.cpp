@@ -167,29 +167,6 @@ TEST_F(ContentViewTest, WheelNotchesAndMenuStepsStopAtTheLimits) {
     EXPECT_DOUBLE_EQ(state->macroFraction(), 0.1);
 }
 
-TEST_F(ContentViewTest, ControlsHideSixSecondsAfterTheLastActivity) {
-    open();
-    auto* top = find("topBar");
-    state->bumpActivity();
-    EXPECT_TRUE(state->controlsVisible());
-    // Activity every 5 s keeps them up.
-    for (int i = 0; i < 6; ++i) {
-        scheduler.advance(5s);
-        EXPECT_TRUE(state->controlsVisible()) << "after " << (i + 1) * 5 << " s";
-        state->bumpActivity();
-    }
-    scheduler.advance(5999ms);
-    EXPECT_TRUE(state->controlsVisible());
-    scheduler.advance(1ms);
-    EXPECT_FALSE(state->controlsVisible());
-    EXPECT_TRUE(pumpUntil([top] { return !top->isVisible(); }));
-    // A handled key brings them back; an unhandled one does not.
-    EXPECT_FALSE(key(Qt::Key_X));
-    EXPECT_FALSE(state->controlsVisible());
-    EXPECT_TRUE(key(Qt::Key_3));
-    EXPECT_TRUE(state->controlsVisible());
-}
-
 TEST_F(ContentViewTest, MenuRecordingIsIgnoredWhileNoCameraRuns) {
     backend.devices().unplug(VirtualDevices::camera1ID);
     backend.devices().unplug(VirtualDevices::camera2ID);
@@ -299,34 +276,4 @@ TEST_F(ContentViewTest, LiveViewGivesWayToAnEncoderThatFallsBehindAndSaysSoWhenI
                    .entryList({QStringLiteral("OSTREL-*.mp4")}, QDir::Files)
                    .size() == 1;
     }));
-}
-
-TEST_F(ContentViewTest, TuningOverlayShowsEachValueWithItsOwnPrecision) {
-    settings->setValue(Setting::devStabSliders, true);
-    settings->setStabGain(2.3);
-    settings->setStabSmoothing(0.875);
-    settings->setStabCropZoom(1.2);
-    settings->setStabLead(0.45);
-    open();
-    QQuickItem* overlay = find("stabilizerOverlay");
-    ASSERT_TRUE(overlay);
-    EXPECT_TRUE(overlay->isVisible());
-    // Repeater rows are visual children only.
-    auto shown = [&](const char* key) {
-        const QString name = QString::fromLatin1(key) + QStringLiteral("Value");
-        std::function<QQuickItem*(QQuickItem*)> search = [&](QQuickItem* item) -> QQuickItem* {
-            if (item->objectName() == name)
-                return item;
-            for (QQuickItem* child : item->childItems())
-                if (QQuickItem* found = search(child))
-                    return found;
-            return nullptr;
-        };
-        QQuickItem* label = search(overlay);
-        return label ? label->property("text").toString() : QStringLiteral("(missing)");
-    };
-    EXPECT_EQ(shown("stabGain"), QStringLiteral("2.3"));
-    EXPECT_EQ(shown("stabSmoothing"), QStringLiteral("0.875"));
-    EXPECT_EQ(shown("stabCropZoom"), QStringLiteral("1.20"));
-    EXPECT_EQ(shown("stabLead"), QStringLiteral("0.45"));
 }

@@ -82,18 +82,6 @@ bool allBlack(const QImage& image) {
 
 } // namespace
 
-TEST_F(CameraPreviewTest, TheTwoSameNamedCamerasShowDifferentPictures) {
-    auto* wide = addPreview(cam1, 0);
-    auto* macro = addPreview(cam2, 1);
-    freeze(wide, cam1);
-    freeze(macro, cam2);
-    EXPECT_TRUE(wide->sessionRunning() && macro->sessionRunning());
-    const QImage a = grab(0), b = grab(1);
-    EXPECT_GT(spread(a), 20.0);
-    EXPECT_GT(spread(b), 20.0) << "each preview draws in its own place";
-    EXPECT_GT(difference(a, b), 10.0);
-}
-
 TEST_F(CameraPreviewTest, SameIdLeavesTheSessionAloneAndMirroringFlipsThePicture) {
     auto* preview = addPreview(cam1, 0);
     EXPECT_TRUE(preview->mirrored()) << "mirrored until told otherwise";
@@ -154,19 +142,6 @@ TEST_F(CameraPreviewTest, SwitchingToAMissingCameraTurnsThePictureBlack) {
         preview->pullFrame();
         return allBlack(grab(0));
     }));
-}
-
-TEST_F(CameraPreviewTest, LeavingTheWindowStopsTheSessionAndComingBackStartsIt) {
-    auto* preview = addPreview(cam1, 0);
-    ASSERT_TRUE(showsFrames(preview));
-    preview->setParentItem(nullptr);
-    EXPECT_FALSE(preview->sessionRunning());
-    EXPECT_EQ(preview->currentUID(), QString());
-    preview->setParentItem(window->contentItem());
-    preview->waitForSession();
-    EXPECT_TRUE(preview->sessionRunning());
-    EXPECT_TRUE(showsFrames(preview));
-    delete preview;
 }
 
 TEST(PreviewSession, StopReleasesTheDeviceAndDestructionWaitsForIt) {
