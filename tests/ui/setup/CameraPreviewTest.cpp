@@ -57,20 +57,6 @@ double difference(const QImage& a, const QImage& b) {
     return sum / (3.0 * x.width() * x.height());
 }
 
-// How much the picture varies: near 0 for a plain area, large for the virtual scene.
-double spread(const QImage& image) {
-    const QImage gray = image.convertToFormat(QImage::Format_Grayscale8);
-    double sum = 0, squares = 0;
-    for (int row = 0; row < gray.height(); ++row)
-        for (int col = 0; col < gray.width(); ++col) {
-            const double v = gray.constScanLine(row)[col];
-            sum += v;
-            squares += v * v;
-        }
-    const double n = double(gray.width()) * gray.height();
-    return std::sqrt(squares / n - (sum / n) * (sum / n));
-}
-
 bool allBlack(const QImage& image) {
     const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
     for (int row = 0; row < rgb.height(); ++row)
