@@ -179,23 +179,6 @@ TEST_F(RecordingEngineTest, FullHdHasTheTargetBitRateAndShortKeyFrameIntervals) 
     }
 }
 
-TEST_F(RecordingEngineTest, StartWhileRecordingOnlyTakesOverTheFraction) {
-    const QString file = path("one.mp4");
-    ASSERT_EQ(engine.start(file, 640, 360, false, {}, 0.3), std::nullopt);
-    feed(0, 10);
-    EXPECT_EQ(engine.start(path("two.mp4"), 1920, 1080, true, {}, 0.5), std::nullopt);
-    EXPECT_DOUBLE_EQ(engine.macroFraction(), 0.5);
-    EXPECT_FALSE(QFile::exists(path("two.mp4")));
-    feed(10, 20);
-    engine.setMacroFraction(0.6);
-    EXPECT_DOUBLE_EQ(engine.macroFraction(), 0.6);
-    EXPECT_EQ(engine.counters().framesAppended, 20);
-    EXPECT_EQ(stop().file, file);
-    const ProbedFile probed = probeFile(file);
-    EXPECT_EQ(probed.stream("video").value("width").toInt(), 640);
-    EXPECT_EQ(decodedVideoFrames(file), 20);
-}
-
 TEST_F(RecordingEngineTest, FailedStartLeavesTheEngineIdle) {
     EXPECT_EQ(engine.start(path("missing/x.mp4"), 640, 360, false, {}, 0.3),
               QString("startWriting fehlgeschlagen: No such file or directory"));
@@ -238,57 +221,6 @@ TEST_F(RecordingEngineTest, NewerJobReplacesThePendingOne) {
     const QImage picture = firstVideoFrame(file);
     ASSERT_FALSE(picture.isNull());
     EXPECT_GT(qGray(picture.pixel(320, 180)), 200); // the newer job was the one composed
-}
-
-TEST_F(RecordingEngineTest, WarnsOnceWhenMoreThanOneFrameInFiveIsDropped) {
-    ASSERT_EQ(engine.start(path("drops.mp4"), 320, 180, false, {}, 0.3), std::nullopt);
-    int next = 0;
-    // One 5-second window: `written` frames counted in it and 10 dropped by a full encoder.
-    constexpr int queue = ffmpeg::Mp4Writer::maxQueuedVideoFrames;
-    auto window = [&](int written) {
-        const double opened = clock;
-        feed(next, next + written - queue, 320, 180);
-        next += written - queue;
-        engine.holdEncodingForTesting(true);
-        feed(next, next + queue, 320, 180); // these fill the encoder's queue
-        next += queue;
-        for (int i = 0; i < 10; ++i, ++next) {
-            engine.enqueueFrame(job(next, 320, 180));
-            engine.waitUntilIdle();
-        }
-        engine.holdEncodingForTesting(false);
-        engine.waitUntilIdle();
-        clock = opened + 5.0;
-    };
-    feed(next, next + 1, 320, 180); // opens the first window
-    ++next;
-    window(29); // the frame that closes the window is the 30th
-    feed(next, next + 1, 320, 180);
-    ++next;
-    EXPECT_EQ(logged(LogLevel::warn),
-              QStringList{"Aufnahme verwirft Frames (10 in 5 s bei 30 geschrieben) — Aufnahme "
-                          "kann ruckeln"});
-    window(29); // as bad again: no second warning in this recording
-    feed(next, next + 1, 320, 180);
-    ++next;
-    EXPECT_EQ(logged(LogLevel::warn).size(), 1);
-    EXPECT_EQ(engine.counters().droppedNotReady, 20);
-    EXPECT_TRUE(stop().file);
-    EXPECT_TRUE(
-        logged(LogLevel::event).last().endsWith("verworfen: 0 (Compositing), 20 (Encoder)"));
-
-    // A new recording: exactly one drop per four written frames is no reason to warn.
-    clearLog();
-    ASSERT_EQ(engine.start(path("drops2.mp4"), 320, 180, false, {}, 0.3), std::nullopt);
-    next = 0;
-    feed(next, next + 1, 320, 180);
-    ++next;
-    window(39);
-    feed(next, next + 1, 320, 180);
-    ++next;
-    EXPECT_EQ(engine.counters().droppedNotReady, 10);
-    EXPECT_TRUE(stop().file);
-    EXPECT_TRUE(logged(LogLevel::warn).isEmpty());
 }
 
 TEST_F(RecordingEngineTest, StopBeforeTheFirstFrameCancelsTheFile) {

@@ -134,22 +134,6 @@ protected:
 
 } // namespace
 
-TEST_F(ContentViewTest, KeysWithTheCommandModifierAreLeftToTheMenu) {
-    open();
-    EXPECT_FALSE(key(Qt::Key_R, Qt::ControlModifier));
-    EXPECT_FALSE(key(Qt::Key_S, Qt::ControlModifier));
-    EXPECT_FALSE(key(Qt::Key_5, Qt::ControlModifier));
-    EXPECT_FALSE(settings->stabilizeMacro());
-    EXPECT_DOUBLE_EQ(state->macroFraction(), 0.3);
-    EXPECT_FALSE(key(Qt::Key_X));
-
-    EXPECT_TRUE(key(Qt::Key_S, Qt::ShiftModifier, QStringLiteral("S")));
-    EXPECT_TRUE(settings->stabilizeMacro());
-    EXPECT_TRUE(key(Qt::Key_M));
-    EXPECT_TRUE(state->micMuted());
-    EXPECT_EQ(find("audioMeter")->property("lit").toInt(), 0);
-}
-
 TEST_F(ContentViewTest, WheelNotchesAndMenuStepsStopAtTheLimits) {
     open();
     for (int i = 0; i < 10; ++i)
@@ -203,13 +187,6 @@ TEST_F(ContentViewTest, AudioMeterLightsRoundedBarsAndNoneWhenMuted) {
     }
     meter->setProperty("muted", true);
     EXPECT_EQ(meter->property("lit").toInt(), 0);
-}
-
-TEST(MainViewState, CorrectionTextShowsSignedPercentages) {
-    MainViewState state;
-    EXPECT_EQ(state.correctionText(QPointF(0.0123, -0.004)),
-              QStringLiteral("Korrektur  x +1.2%  y -0.4%"));
-    EXPECT_EQ(state.correctionText(QPointF(0, 0)), QStringLiteral("Korrektur  x +0.0%  y +0.0%"));
 }
 
 TEST_F(ContentViewTest, LiveViewGivesWayToAnEncoderThatFallsBehindAndSaysSoWhenItCannotKeepUp) {
