@@ -46,54 +46,6 @@ bool near(Bgra a, Bgra b, int tolerance = 2) {
 
 } // namespace
 
-TEST(CompositeRenderer, TurnsTheWidePictureAndPlacesTheInsetExactly) {
-    const PixelBuffer wide = wideQuadrants();
-    const PixelBuffer macro = macroQuadrants();
-    for (auto [W, H] : {std::pair{1920, 1080}, std::pair{2560, 1440}}) {
-        SCOPED_TRACE(W);
-        const CompositeInputs in = inputsFor(wide, macro, W, H, 0.3);
-        const PixelBuffer out = renderComposite(in, {wide, macro, {}});
-        const RectD inset = insetRect(in);
-        const int x0 = int(inset.x), x1 = int(inset.maxX()), y0 = int(inset.y);
-        // Wide turned: bottom-right colour at the top left and so on.
-        EXPECT_EQ(pixelAt(out, 0, 0), white);
-        EXPECT_EQ(pixelAt(out, W - 1, 0), blue);
-        EXPECT_EQ(pixelAt(out, 0, H - 1), green);
-        EXPECT_EQ(pixelAt(out, W - 1, H - 1), red);
-        // Unscaled the Wide boundary is sharp; scaled by 4/3 it blends over one pixel.
-        const int blend = W == 1920 ? 0 : 1;
-        EXPECT_EQ(pixelAt(out, W / 2 - 1 - blend, 0), white);
-        EXPECT_EQ(pixelAt(out, W / 2 + blend, 0), blue);
-        // The inset's edges, to the pixel: Wide just outside, turned Macro just inside.
-        EXPECT_EQ(pixelAt(out, x0 - 1, H - 1), green);
-        EXPECT_EQ(pixelAt(out, x0, H - 1), magenta);
-        EXPECT_EQ(pixelAt(out, x1 - 1, H - 1), cyan);
-        EXPECT_EQ(pixelAt(out, x1, H - 1), red);
-        EXPECT_EQ(pixelAt(out, x0, y0 - 1), green);
-        EXPECT_EQ(pixelAt(out, x0, y0), grey);
-        EXPECT_EQ(pixelAt(out, x1 - 1, y0), yellow);
-        // The Macro quadrant boundary lies on the inset's centre line.
-        const int mid = x0 + int(inset.width) / 2;
-        EXPECT_EQ(pixelAt(out, mid - 1, H - 1), magenta);
-        EXPECT_EQ(pixelAt(out, mid, H - 1), cyan);
-    }
-}
-
-TEST(CompositeRenderer, WithoutMacroTheInsetPlaceShowsWide) {
-    const PixelBuffer wide = wideQuadrants();
-    const CompositeInputs in = inputsFor(wide, {}, 1920, 1080, 0.3);
-    const PixelBuffer out = renderComposite(in, {wide, {}, {}});
-    EXPECT_EQ(pixelAt(out, 672, 1079), green);
-    EXPECT_EQ(pixelAt(out, 1247, 1079), red);
-    EXPECT_EQ(pixelAt(out, 900, 800), green);
-    // A Macro buffer of the wrong size is left out, not read out of bounds.
-    CompositeInputs lying = in;
-    lying.macro = SizeD{3840, 2160};
-    const PixelBuffer small = macroQuadrants(64, 36);
-    const PixelBuffer out2 = renderComposite(lying, {wide, small, {}});
-    EXPECT_EQ(pixelAt(out2, 900, 1000), green);
-}
-
 TEST(CompositeRenderer, ZoomCropsTheMacroAndOffsetsUncoverTheWide) {
     const PixelBuffer wide = solid(1920, 1080, blue);
     // Macro: a 100-pixel red frame around green. Zoom 1.15 cuts 125 × 70 pixels from each side.
