@@ -9,7 +9,6 @@
 #include <QSize>
 #include <QStringList>
 
-#include <atomic>
 #include <mutex>
 #include <ostream>
 #include <utility>
@@ -23,7 +22,8 @@ inline void PrintTo(LogLevel level, std::ostream* os) {
     *os << logLevelText(level).toStdString();
 }
 
-// Collects what outputs deliver, with the queue it arrived on.
+// Collects what camera outputs deliver, and counts frames that arrived on another queue than
+// the one given for their camera.
 class RecordingDelegate : public SampleBufferDelegate {
 public:
     void captureOutput(CaptureOutput& output, const SampleBuffer& buffer) override {
@@ -35,20 +35,11 @@ public:
             times[i].push_back(buffer.pts);
             if (expectedQueues[i] && !expectedQueues[i]->isCurrent())
                 ++wrongQueue;
-        } else if (buffer.isAudio()) {
-            ++audioBuffers;
-            lastAudio = buffer.audio;
-            if (expectedAudioQueue && !expectedAudioQueue->isCurrent())
-                ++wrongQueue;
         }
     }
     int frameCount(int i) {
         std::lock_guard guard(lock);
         return frames[i];
-    }
-    int audioCount() {
-        std::lock_guard guard(lock);
-        return audioBuffers;
     }
     QSize size(int i) {
         std::lock_guard guard(lock);
@@ -63,9 +54,6 @@ public:
     int frames[2] = {0, 0};
     QSize lastSize[2];
     std::vector<MediaTime> times[2];
-    int audioBuffers = 0;
-    AudioBuffer lastAudio;
     int wrongQueue = 0;
     SerialQueue* expectedQueues[2] = {nullptr, nullptr};
-    SerialQueue* expectedAudioQueue = nullptr;
 };

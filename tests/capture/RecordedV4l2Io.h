@@ -94,52 +94,27 @@ inline std::map<std::uint32_t, RecordedCamera::Control> uvcControls() {
     return controls;
 }
 
-// The format list of a UVC webcam (Logitech C920, from v4l2-ctl --list-formats-ext),
-// MJPEG and YUYV with their rates, plus an H.264 format the decoder does not handle.
+// The format list of a UVC webcam (Logitech C920, from v4l2-ctl --list-formats-ext): MJPEG
+// and YUYV in the same sizes, raw ones from 800 x 600 up slower, raw only beyond 1080p, and an
+// H.264 format the decoder does not handle.
 inline RecordedCamera uvcWebcam() {
-    RecordedCamera camera;
     const std::vector<double> full{30, 24, 20, 15, 10, 7.5, 5};
-    camera.formats = {
-        {V4L2_PIX_FMT_YUYV,
-         {{640, 480, full},
-          {160, 90, full},
-          {160, 120, full},
-          {176, 144, full},
-          {320, 180, full},
-          {320, 240, full},
-          {352, 288, full},
-          {432, 240, full},
-          {640, 360, full},
-          {800, 448, full},
-          {800, 600, {24, 20, 15, 10, 7.5, 5}},
-          {864, 480, {24, 20, 15, 10, 7.5, 5}},
-          {960, 720, {15, 10, 7.5, 5}},
-          {1024, 576, {15, 10, 7.5, 5}},
-          {1280, 720, {10, 7.5, 5}},
-          {1600, 896, {7.5, 5}},
-          {1920, 1080, {5}},
-          {2304, 1296, {2}},
-          {2304, 1536, {2}}}},
-        {V4L2_PIX_FMT_H264, {{1920, 1080, full}}},
-        {V4L2_PIX_FMT_MJPEG,
-         {{640, 480, full},
-          {160, 90, full},
-          {160, 120, full},
-          {176, 144, full},
-          {320, 180, full},
-          {320, 240, full},
-          {352, 288, full},
-          {432, 240, full},
-          {640, 360, full},
-          {800, 448, full},
-          {800, 600, full},
-          {864, 480, full},
-          {960, 720, full},
-          {1024, 576, full},
-          {1280, 720, full},
-          {1600, 896, full},
-          {1920, 1080, full}}},
-    };
+    // Width, height, and how many of the fastest rates raw pictures of that size lack.
+    const int sizes[][3] = {{640, 480, 0},  {160, 90, 0},   {160, 120, 0},  {176, 144, 0},
+                            {320, 180, 0},  {320, 240, 0},  {352, 288, 0},  {432, 240, 0},
+                            {640, 360, 0},  {800, 448, 0},  {800, 600, 1},  {864, 480, 1},
+                            {960, 720, 3},  {1024, 576, 3}, {1280, 720, 4}, {1600, 896, 5},
+                            {1920, 1080, 6}};
+    RecordedCamera::Format yuyv{V4L2_PIX_FMT_YUYV, {}};
+    RecordedCamera::Format mjpeg{V4L2_PIX_FMT_MJPEG, {}};
+    for (const auto& [width, height, slower] : sizes) {
+        yuyv.sizes.push_back({width, height, {full.begin() + slower, full.end()}});
+        mjpeg.sizes.push_back({width, height, full});
+    }
+    yuyv.sizes.push_back({2304, 1296, {2}});
+    yuyv.sizes.push_back({2304, 1536, {2}});
+    RecordedCamera camera;
+    camera.formats = {yuyv, {V4L2_PIX_FMT_H264, {{1920, 1080, full}}}, mjpeg};
     camera.current.pixelformat = V4L2_PIX_FMT_YUYV;
     camera.current.width = 640;
     camera.current.height = 480;

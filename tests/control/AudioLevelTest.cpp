@@ -2,23 +2,22 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
 #include <limits>
+#include <optional>
 
 namespace {
 
-template <typename Sample>
-AudioBuffer bufferOf(std::vector<Sample> samples, bool isFloat, int bits = 8 * sizeof(Sample)) {
+template <typename Sample> AudioBuffer bufferOf(std::vector<Sample> samples, bool isFloat) {
     auto bytes = std::make_shared<std::vector<std::uint8_t>>(samples.size() * sizeof(Sample));
     std::memcpy(bytes->data(), samples.data(), bytes->size());
     AudioBuffer buffer;
-    buffer.format = {isFloat, bits, 1, 48000};
+    buffer.format = {isFloat, int(8 * sizeof(Sample)), 1, 48000};
     buffer.bytes = bytes;
     return buffer;
 }
 
-AudioBuffer rawBuffer(std::size_t byteCount, bool isFloat, int bits) {
+AudioBuffer zeros(std::size_t byteCount, bool isFloat, int bits) {
     AudioBuffer buffer;
     buffer.format = {isFloat, bits, 2, 44100};
     buffer.bytes = std::make_shared<std::vector<std::uint8_t>>(byteCount, 0);
@@ -27,63 +26,59 @@ AudioBuffer rawBuffer(std::size_t byteCount, bool isFloat, int bits) {
 
 } // namespace
 
-TEST(AudioLevel, SilenceIsTheFloorAndHalvesTheMeter) {
-    const auto dB = audioLevelDB(bufferOf<std::int16_t>(std::vector<std::int16_t>(512, 0), false));
-    ASSERT_TRUE(dB);
-    EXPECT_FLOAT_EQ(*dB, -140.0f);
-    EXPECT_FLOAT_EQ(smoothedAudioLevel(0.8f, *dB), 0.4f);
-    EXPECT_FLOAT_EQ(smoothedAudioLevel(0.4f, *dB), 0.2f);
-}
-
-TEST(AudioLevel, FullScaleFloatClimbsHalfwayEachBuffer) {
-    const auto dB = audioLevelDB(bufferOf<float>({1.0f, -1.0f, 1.0f, -1.0f}, true));
-    ASSERT_TRUE(dB);
-    EXPECT_FLOAT_EQ(*dB, 0.0f);
-    float level = 0;
-    for (const float expected : {0.5f, 0.75f, 0.875f}) {
-        level = smoothedAudioLevel(level, *dB);
-        EXPECT_FLOAT_EQ(level, expected);
+// The level of a buffer in dB for each sample format a microphone delivers, and the meter that
+// moves halfway towards it with each buffer.
+TEST(AudioLevel, EachSampleFormatGivesItsLevelAndTheMeterMovesHalfwayTowardsIt) {
+    constexpr std::int16_t half16 = 16384;
+    constexpr std::int32_t half32 = 1 << 30;
+    constexpr std::int32_t min32 = std::numeric_limits<std::int32_t>::min();
+    struct Level {
+        const char* name;
+        AudioBuffer buffer;
+        std::optional<float> dB;
+    };
+    const Level levels[] = {
+        {"16-bit silence is the floor",
+         bufferOf<std::int16_t>(std::vector<std::int16_t>(512), false), -140.0f},
+        {"full-scale float", bufferOf<float>({1.0f, -1.0f, 1.0f, -1.0f}, true), 0.0f},
+        {"16-bit half scale", bufferOf<std::int16_t>({half16, -half16, half16, -half16}, false),
+         -6.0206f},
+        {"32-bit integers half scale", bufferOf<std::int32_t>({half32, -half32}, false), -6.0206f},
+        {"32-bit integers full scale", bufferOf<std::int32_t>({min32, min32}, false), 0.0f},
+        {"an odd tail byte is ignored", zeros(3, false, 16), -140.0f},
+        {"24-bit integers", zeros(96, false, 24), std::nullopt},
+        {"64-bit floats", zeros(96, true, 64), std::nullopt},
+        {"a float needs four bytes", zeros(3, true, 32), std::nullopt},
+        {"a 32-bit integer needs four bytes", zeros(3, false, 32), std::nullopt},
+        {"a 16-bit sample needs two bytes", zeros(1, false, 16), std::nullopt},
+        {"empty", zeros(0, false, 16), std::nullopt},
+        {"no bytes at all", AudioBuffer{}, std::nullopt},
+    };
+    for (const Level& c : levels) {
+        const std::optional<float> dB = audioLevelDB(c.buffer);
+        ASSERT_EQ(dB.has_value(), c.dB.has_value()) << c.name;
+        if (dB) {
+            EXPECT_NEAR(*dB, *c.dB, 1e-3) << c.name;
+        }
     }
-}
 
-TEST(AudioLevel, IntegerSamplesAreScaledAndChannelsMixed) {
-    // Half scale on both channels of interleaved stereo: −6.02 dB.
-    const auto dB = audioLevelDB(bufferOf<std::int16_t>({16384, -16384, 16384, -16384}, false));
-    ASSERT_TRUE(dB);
-    EXPECT_NEAR(*dB, -6.0206f, 1e-3);
-    EXPECT_NEAR(smoothedAudioLevel(0, *dB), 0.5f * (1.0f - 6.0206f / 50.0f), 1e-4);
-    EXPECT_FLOAT_EQ(smoothedAudioLevel(0, -50.0f), 0.0f);
-    EXPECT_FLOAT_EQ(smoothedAudioLevel(0, 12.0f), 0.5f) << "louder than 0 dB still reads 1";
-}
+    struct Step {
+        float previous;
+        float dB;
+        float level;
+    };
+    const Step steps[] = {
+        {0.8f, -140.0f, 0.4f}, {0.4f, -140.0f, 0.2f}, {0.0f, 0.0f, 0.5f},
+        {0.5f, 0.0f, 0.75f},   {0.75f, 0.0f, 0.875f}, {0.0f, -6.0206f, 0.5f * (1 - 6.0206f / 50)},
+        {0.0f, -50.0f, 0.0f},  {0.0f, 12.0f, 0.5f}, // louder than 0 dB still reads 1
+    };
+    for (const Step& s : steps)
+        EXPECT_NEAR(smoothedAudioLevel(s.previous, s.dB), s.level, 1e-4)
+            << s.previous << " towards " << s.dB << " dB";
 
-TEST(AudioLevel, OtherFormatsAndEmptyBuffersGiveNoLevel) {
-    EXPECT_FALSE(audioLevelDB(rawBuffer(96, false, 24)));
-    EXPECT_FALSE(audioLevelDB(rawBuffer(96, true, 64)));
-    EXPECT_FALSE(audioLevelDB(rawBuffer(3, true, 32))) << "a float needs four bytes";
-    EXPECT_FALSE(audioLevelDB(rawBuffer(1, false, 16)));
-    EXPECT_FALSE(audioLevelDB(rawBuffer(0, false, 16)));
-    EXPECT_FALSE(audioLevelDB(AudioBuffer{}));
-    EXPECT_TRUE(audioLevelDB(rawBuffer(3, false, 16))) << "an odd tail byte is ignored";
-}
-
-TEST(AudioLevel, NotANumberNeverReachesTheMeter) {
-    const auto dB =
+    // Not a number never reaches the meter: it reads as silence.
+    const auto withNaN =
         audioLevelDB(bufferOf<float>({std::numeric_limits<float>::quiet_NaN(), 0.5f}, true));
-    ASSERT_TRUE(dB);
-    EXPECT_FLOAT_EQ(smoothedAudioLevel(0.5f, *dB), 0.25f);
-}
-
-// Some USB microphones deliver signed 32-bit integers; their meter must move too.
-TEST(AudioLevel, ThirtyTwoBitIntegerSamplesMoveTheMeter) {
-    const std::int32_t half = 1 << 30;
-    const auto dB = audioLevelDB(bufferOf<std::int32_t>({half, -half, half, -half}, false));
-    ASSERT_TRUE(dB);
-    EXPECT_NEAR(*dB, -6.0206f, 0.001f);
-    const auto full = audioLevelDB(bufferOf<std::int32_t>(
-        {std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::min()},
-        false));
-    ASSERT_TRUE(full);
-    EXPECT_NEAR(*full, 0.0f, 0.001f);
-    EXPECT_FALSE(audioLevelDB(rawBuffer(3, false, 32))) << "a sample needs four bytes";
-    EXPECT_FALSE(audioLevelDB(rawBuffer(8, false, 24))) << "no 24-bit integers";
+    ASSERT_TRUE(withNaN);
+    EXPECT_FLOAT_EQ(smoothedAudioLevel(0.5f, *withNaN), 0.25f);
 }

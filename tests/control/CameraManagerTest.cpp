@@ -101,44 +101,6 @@ protected:
 
 } // namespace
 
-TEST_F(CameraManagerTest, LatePluggedCameraIsFoundByThePollLoop) {
-    backend.devices().unplug(kMacro);
-    CameraManager& cam = make();
-    cam.startCapture();
-    settle();
-    EXPECT_EQ(cam.status(), CameraStatus::searching);
-    scheduler.advance(8s);
-    EXPECT_EQ(cam.pollCount(), 11);
-    backend.devices().replug(kMacro);
-    pumpPosted(); // the connect notice restarts the count; the running loop tries next
-    EXPECT_EQ(cam.pollCount(), 0);
-    scheduler.advance(800ms);
-    settle();
-    EXPECT_EQ(cam.status(), CameraStatus::live);
-    EXPECT_TRUE(
-        log.messages().contains(QStringLiteral("Kamera angeschlossen: OSTREL Kamera (Makro)")));
-}
-
-TEST_F(CameraManagerTest, PollLoopGivesUpAfterSixtyAttemptsAndAPlugInStartsAgain) {
-    backend.devices().unplug(kMacro);
-    CameraManager& cam = make();
-    cam.startCapture();
-    scheduler.advance(47200ms);
-    EXPECT_EQ(cam.pollCount(), 60);
-    EXPECT_FALSE(cam.polling());
-    EXPECT_EQ(cam.status(), CameraStatus::noCameras);
-    EXPECT_EQ(log.messages().count(QStringLiteral(
-                  "Kameras nicht erkannt — beide anstecken; bei Bedarf neu starten.")),
-              1);
-    scheduler.advance(60s);
-    EXPECT_EQ(scheduler.pendingCount(), 0) << "no polling after giving up";
-
-    backend.devices().replug(kMacro);
-    pumpPosted();
-    settle();
-    EXPECT_EQ(cam.status(), CameraStatus::live);
-}
-
 TEST_F(CameraManagerTest, SameCameraForWideAndMacroNeverStarts) {
     settings->setValue(Setting::macroDeviceUID, kWide);
     CameraManager& cam = make();
@@ -189,13 +151,6 @@ TEST_F(CameraManagerTest, CameraWithoutPictureIsRestartedThreeTimesThenGivenUp) 
     EXPECT_EQ(cam.status(), CameraStatus::noImage) << "the watchdog is not armed again";
 }
 
-TEST_F(CameraManagerTest, WatchdogFindingBothCamerasResetsItsCount) {
-    CameraManager& cam = live();
-    scheduler.advance(3s);
-    EXPECT_EQ(cam.status(), CameraStatus::live);
-    EXPECT_EQ(cam.watchdogRetries(), 0);
-}
-
 TEST_F(CameraManagerTest, StopWhileSearchingDoesNothingAndStopWhileLiveStopsEverything) {
     backend.devices().unplug(kMacro);
     CameraManager& cam = make();
@@ -217,25 +172,6 @@ TEST_F(CameraManagerTest, StopWhileSearchingDoesNothingAndStopWhileLiveStopsEver
     EXPECT_TRUE(cam.fps().empty());
     EXPECT_FALSE(FrameStore::shared().latestBuffer(0));
     EXPECT_EQ(log.messages().last(), QStringLiteral("Kamera-Sessions gestoppt"));
-}
-
-TEST_F(CameraManagerTest, RecordingWithoutFramesIsAFinishError) {
-    backend.devices().setSilent(kWide, true);
-    CameraManager& cam = make();
-    cam.startCapture();
-    settle();
-    ASSERT_TRUE(cam.running());
-    cam.startRecordingWith(false, false, false, QString(), 0.3);
-    pumpUntil(
-        [&] { return log.messages().join(u'\n').contains(QStringLiteral("Aufnahme läuft")); });
-    bool finished = false;
-    cam.onRecordingFinished = [&] { finished = true; };
-    cam.stopRecording();
-    ASSERT_TRUE(pumpUntil([&] { return finished; }));
-    EXPECT_EQ(cam.status(), CameraStatus::recordingError);
-    EXPECT_TRUE(log.messages().contains(
-        QStringLiteral("Aufnahme-Fehler beim Abschluss: Keine Bilddaten aufgenommen")));
-    EXPECT_TRUE(filesIn(folder(), QStringLiteral("*.mp4")).isEmpty());
 }
 
 TEST_F(CameraManagerTest, WithoutFolderTheFileStaysInTheTemporaryFolder) {
@@ -377,11 +313,6 @@ TEST_F(CameraManagerTest, CrashedRecordingIsRecoveredAtOnceButNotOneStillBeingWr
     const int frames = decodedVideoFrames(file);
     EXPECT_GE(frames, 60);
     EXPECT_NEAR(probed.duration(), frames / 30.0, 0.15);
-    if (haveGstreamerDiscoverer()) {
-        const std::optional<double> shown = gstreamerDuration(file);
-        ASSERT_TRUE(shown);
-        EXPECT_NEAR(*shown, probed.duration(), 1.0);
-    }
 }
 
 // A stop while a start is in flight: the start's late outcome must not bring back "Live", a
@@ -430,8 +361,9 @@ TEST_F(CameraManagerTest, StartThatFinishesAfterAnUnplugLeavesTheCameraDisconnec
 }
 
 // A stop while a start is in flight, then a start before the next poll step: one poll loop
-// only, so the search still lasts its full 60 attempts (about 47 s).
-TEST_F(CameraManagerTest, StopAndStartDuringPollingKeepOnePollLoop) {
+// only, so the search lasts its full 60 attempts (about 47 s), says so once and stops; a camera
+// plugged in then starts the run.
+TEST_F(CameraManagerTest, StopAndStartDuringPollingKeepOnePollLoopThatGivesUpAfterSixtyAttempts) {
     CameraManager& cam = make();
     cam.startCapture();
     ASSERT_TRUE(cam.starting());
@@ -447,9 +379,18 @@ TEST_F(CameraManagerTest, StopAndStartDuringPollingKeepOnePollLoop) {
     scheduler.advance(17200ms);
     EXPECT_EQ(cam.status(), CameraStatus::noCameras);
     EXPECT_EQ(cam.pollCount(), 60);
-    scheduler.advance(10s);
-    EXPECT_EQ(scheduler.pendingCount(), 0);
+    EXPECT_FALSE(cam.polling());
+    scheduler.advance(60s);
+    EXPECT_EQ(scheduler.pendingCount(), 0) << "no polling after giving up";
     settle();
+    EXPECT_EQ(log.messages().count(QStringLiteral(
+                  "Kameras nicht erkannt — beide anstecken; bei Bedarf neu starten.")),
+              1);
+
+    backend.devices().replug(kMacro);
+    pumpPosted();
+    settle();
+    EXPECT_EQ(cam.status(), CameraStatus::live);
 }
 
 // A camera that stops sending pictures during a recording is restarted in place, at once and

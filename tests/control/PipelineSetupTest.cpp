@@ -4,21 +4,22 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <optional>
 
 namespace {
 
 using Entry = std::pair<LogLevel, QString>;
+using Started = std::pair<bool, bool>; // video, sound
 
-class PipelineSetupTest : public ::testing::Test {
-protected:
-    PipelineSetupTest() {
+// The three sessions of a run on the virtual devices, configured on their own queue.
+struct Pipeline {
+    Pipeline() {
         delegate->expectedQueues[0] = &cam0;
         delegate->expectedQueues[1] = &cam1;
-        delegate->expectedAudioQueue = &frames;
         setup.macroStartPause = std::chrono::milliseconds(20);
     }
-    ~PipelineSetupTest() override {
+    ~Pipeline() {
         config.sync([&] { PipelineSetup::stopSessions(sessions); });
     }
 
@@ -29,8 +30,6 @@ protected:
         return static_cast<VirtualCaptureSession&>(*s);
     }
 
-    CaptureDevice camera(const QString& id) { return *videoDevice(devices, id); }
-
     // Runs one configureAndStart on the configuration queue and waits for its continuation.
     void start(bool microphoneRequested = true) {
         failed = false;
@@ -38,16 +37,13 @@ protected:
         StartRequest request;
         request.owner = &owner;
         request.sessions = &sessions;
-        request.wide = camera(VirtualDevices::camera1ID);
-        request.macro = camera(VirtualDevices::camera2ID);
+        request.wide = wide;
+        request.macro = macro;
         request.microphoneRequested = microphoneRequested;
         request.microphone = audioDevice(devices, VirtualDevices::microphoneID);
         request.prepareStart = [this] { ++prepared; };
         request.configurationFailed = [this] { failed = true; };
-        request.started = [this](bool video, bool audio) { started = std::pair(video, audio); };
-        startWith(request);
-    }
-    void startWith(const StartRequest& request) {
+        request.started = [this](bool video, bool audio) { started = Started(video, audio); };
         config.async([this, request] { setup.configureAndStart(request); });
         ASSERT_TRUE(pumpUntil([&] { return failed || started.has_value(); }));
     }
@@ -57,6 +53,7 @@ protected:
             EXPECT_EQ(session(i).beginCount(), session(i).commitCount()) << "session " << i;
             EXPECT_FALSE(session(i).unbalanced()) << "session " << i;
         }
+        EXPECT_EQ(delegate->wrongQueue, 0) << "frames only on their camera's queue";
     }
 
     LogProbe log;
@@ -67,88 +64,95 @@ protected:
     SerialQueue cam1{"com.ostrel.cam.video1"};
     VirtualBackend backend;
     VirtualDevices& devices = backend.devices();
+    CaptureDevice wide = *videoDevice(devices, VirtualDevices::camera1ID);
+    CaptureDevice macro = *videoDevice(devices, VirtualDevices::camera2ID);
     CaptureSessions sessions = CaptureSessions::make(backend);
     PipelineSetup setup{backend, delegate, {&cam0, &cam1}, &frames};
     QObject owner;
     bool failed = false;
-    std::optional<std::pair<bool, bool>> started;
+    std::optional<Started> started;
     int prepared = 0;
 };
+
+class PipelineSetupTest : public ::testing::Test, public Pipeline {};
 
 const QString cameraName = QStringLiteral("OSTREL Kamera");
 
 } // namespace
 
-TEST_F(PipelineSetupTest, WideInputThatCannotBeMadeKeepsMacroUnconfigured) {
-    devices.setInputError(VirtualDevices::camera1ID, QStringLiteral("Zugriff verweigert"));
-    start();
-    EXPECT_TRUE(failed);
-    EXPECT_FALSE(started);
-    EXPECT_EQ(prepared, 0);
-    // The microphone is configured all the same, but nothing starts.
-    EXPECT_EQ(log.entries(),
-              (std::vector<Entry>{
-                  {LogLevel::error, "Kamera 0 (" + cameraName + "): Zugriff verweigert"},
-                  {LogLevel::info, "Mikrofon eingebunden: " + VirtualDevices::microphoneName}}));
-    EXPECT_EQ(session(1).beginCount(), 0);
-    EXPECT_FALSE(session(0).isRunning() || session(1).isRunning() || session(2).isRunning());
-    expectEveryConfigurationClosedOnce();
-}
-
-TEST_F(PipelineSetupTest, CameraUnpluggedBetweenDiscoveryAndOpeningIsAnInputError) {
-    const CaptureDevice wide = camera(VirtualDevices::camera1ID);
-    devices.unplug(VirtualDevices::camera1ID);
-    StartRequest request;
-    request.owner = &owner;
-    request.sessions = &sessions;
-    request.wide = wide;
-    request.macro = camera(VirtualDevices::camera2ID);
-    request.configurationFailed = [this] { failed = true; };
-    request.started = [this](bool v, bool a) { started = std::pair(v, a); };
-    startWith(request);
-    EXPECT_TRUE(failed);
-    EXPECT_EQ(log.entries(),
-              (std::vector<Entry>{
-                  {LogLevel::error, "Kamera 0 (" + cameraName + "): Gerät nicht gefunden"}}));
-    expectEveryConfigurationClosedOnce();
-}
-
-TEST_F(PipelineSetupTest, SessionRefusingTheCameraInput) {
-    devices.setRefusesInput(VirtualDevices::camera1ID, true);
-    start(false);
-    EXPECT_TRUE(failed);
-    EXPECT_EQ(log.entries(), (std::vector<Entry>{{LogLevel::error, "Kamera 0 (" + cameraName +
-                                                                       "): canAddInput = false"}}));
-    EXPECT_TRUE(session(0).inputs().empty());
-    expectEveryConfigurationClosedOnce();
-}
-
-TEST_F(PipelineSetupTest, WideConfiguredMacroRefusedLeavesWideConfiguredButNotRunning) {
-    devices.setRefusesOutput(VirtualDevices::camera2ID, true);
-    start(false);
-    EXPECT_TRUE(failed);
-    EXPECT_EQ(log.entries(),
-              (std::vector<Entry>{{LogLevel::info, "Kamera 0 konfiguriert: " + cameraName},
-                                  {LogLevel::error, "Kamera 1: canAddOutput = false"}}));
-    EXPECT_EQ(session(0).inputs().size(), 1u);
-    EXPECT_EQ(session(0).outputs().size(), 1u);
-    EXPECT_FALSE(session(0).isRunning());
-    EXPECT_TRUE(session(1).outputs().empty());
-    expectEveryConfigurationClosedOnce();
-}
-
-TEST_F(PipelineSetupTest, MicrophoneInputThatCannotBeMadeNeverStopsTheCameras) {
-    devices.setInputError(VirtualDevices::microphoneID, QStringLiteral("Kein Zugriff"));
-    start();
-    ASSERT_TRUE(started);
-    EXPECT_EQ(*started, std::pair(true, false));
-    EXPECT_EQ(log.entries(),
-              (std::vector<Entry>{
-                  {LogLevel::info, "Kamera 0 konfiguriert: " + cameraName},
-                  {LogLevel::info, "Kamera 1 konfiguriert: " + cameraName},
-                  {LogLevel::warn, "Mikrofon konnte nicht verbunden werden: Kein Zugriff"}}));
-    EXPECT_FALSE(session(2).isRunning());
-    expectEveryConfigurationClosedOnce();
+// A device or session that fails at one step: what is logged, whether anything starts, and that
+// every configuration begun is closed again.
+TEST(PipelineSetup, AFailingStepIsLoggedAndStartsOnlyWhatMayRun) {
+    const QString wideID = VirtualDevices::camera1ID;
+    struct Case {
+        const char* name;
+        std::function<void(VirtualDevices&)> fault;
+        bool microphone;
+        std::optional<Started> started; // none: the configuration failed
+        std::vector<Entry> log;
+        int configuredCameras; // with their input and output
+    };
+    const Case cases[] = {
+        {"Wide input that cannot be made: Macro is left alone, the microphone still configured",
+         [&](VirtualDevices& d) { d.setInputError(wideID, QStringLiteral("Zugriff verweigert")); },
+         true,
+         std::nullopt,
+         {{LogLevel::error, "Kamera 0 (" + cameraName + "): Zugriff verweigert"},
+          {LogLevel::info, "Mikrofon eingebunden: " + VirtualDevices::microphoneName}},
+         0},
+        {"camera unplugged between discovery and opening",
+         [&](VirtualDevices& d) { d.unplug(wideID); },
+         false,
+         std::nullopt,
+         {{LogLevel::error, "Kamera 0 (" + cameraName + "): Gerät nicht gefunden"}},
+         0},
+        {"session refusing the camera input",
+         [&](VirtualDevices& d) { d.setRefusesInput(wideID, true); },
+         false,
+         std::nullopt,
+         {{LogLevel::error, "Kamera 0 (" + cameraName + "): canAddInput = false"}},
+         0},
+        {"Macro output refused: Wide stays configured but not running",
+         [](VirtualDevices& d) { d.setRefusesOutput(VirtualDevices::camera2ID, true); },
+         false,
+         std::nullopt,
+         {{LogLevel::info, "Kamera 0 konfiguriert: " + cameraName},
+          {LogLevel::error, "Kamera 1: canAddOutput = false"}},
+         1},
+        {"microphone input that cannot be made never stops the cameras",
+         [](VirtualDevices& d) {
+             d.setInputError(VirtualDevices::microphoneID, QStringLiteral("Kein Zugriff"));
+         },
+         true,
+         Started(true, false),
+         {{LogLevel::info, "Kamera 0 konfiguriert: " + cameraName},
+          {LogLevel::info, "Kamera 1 konfiguriert: " + cameraName},
+          {LogLevel::warn, "Mikrofon konnte nicht verbunden werden: Kein Zugriff"}},
+         2},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Pipeline p;
+        c.fault(p.devices);
+        p.start(c.microphone);
+        EXPECT_EQ(p.started, c.started);
+        EXPECT_EQ(p.failed, !c.started);
+        EXPECT_EQ(p.log.entries(), c.log);
+        int configured = 0;
+        for (int i = 0; i < 2; ++i)
+            configured += p.session(i).inputs().size() == 1 && p.session(i).outputs().size() == 1;
+        EXPECT_EQ(configured, c.configuredCameras);
+        if (c.configuredCameras == 0) {
+            EXPECT_EQ(p.session(1).beginCount(), 0) << "Macro is not touched";
+        }
+        if (!c.started) {
+            EXPECT_EQ(p.prepared, 0);
+            for (int i = 0; i < 3; ++i)
+                EXPECT_FALSE(p.session(i).isRunning()) << "session " << i;
+        }
+        EXPECT_FALSE(p.session(2).isRunning());
+        p.expectEveryConfigurationClosedOnce();
+    }
 }
 
 TEST_F(PipelineSetupTest, RefusedHighPresetKeepsTheCurrentPresetAndStillStarts) {
@@ -196,29 +200,12 @@ TEST_F(PipelineSetupTest, NothingHappensOnceTheManagerIsGone) {
         request.owner = &gone;
     }
     request.sessions = &sessions;
-    request.wide = camera(VirtualDevices::camera1ID);
-    request.macro = camera(VirtualDevices::camera2ID);
+    request.wide = wide;
+    request.macro = macro;
     request.started = [this](bool v, bool a) { started = std::pair(v, a); };
     config.sync([&] { setup.configureAndStart(request); });
     pumpPosted();
     EXPECT_FALSE(started);
     EXPECT_EQ(session(0).beginCount(), 0);
     EXPECT_TRUE(log.messages().isEmpty());
-}
-
-TEST_F(PipelineSetupTest, CameraUnpluggedWhileStreamingStopsItsSessionWithoutHanging) {
-    start(false);
-    ASSERT_TRUE(started && started->first);
-    devices.unplug(VirtualDevices::camera2ID);
-    ASSERT_TRUE(pumpUntil([&] { return !session(1).isRunning(); }));
-    EXPECT_TRUE(session(0).isRunning());
-    config.sync([&] { PipelineSetup::stopSessions(sessions); });
-    EXPECT_FALSE(session(0).isRunning());
-
-    // Plugged in again, the same device is found by its id and starts.
-    devices.replug(VirtualDevices::camera2ID);
-    start(false);
-    ASSERT_TRUE(started);
-    EXPECT_EQ(*started, std::pair(true, false));
-    expectEveryConfigurationClosedOnce();
 }

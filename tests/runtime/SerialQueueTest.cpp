@@ -75,11 +75,3 @@ TEST(SerialQueue, SyncFromInsideTheQueueRunsInlineInsteadOfDeadlocking) {
     });
     EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
 }
-
-TEST(SerialQueue, NamesItsThreadAfterTheLabel) {
-    SerialQueue queue("com.ostrel.log.file");
-    EXPECT_EQ(queue.label(), "com.ostrel.log.file");
-    char name[16] = {};
-    queue.sync([&] { pthread_getname_np(pthread_self(), name, sizeof name); });
-    EXPECT_STREQ(name, "ostrel.log.file"); // the last 15 characters
-}
