@@ -1,8 +1,8 @@
 // The built app recording as a user drives it (Ctrl+R, Ctrl+P), and what is on disk
-// afterwards as players see it (ffprobe and GStreamer): a normal recording with a photo, a
-// crash with an immediate restart, a drive that fills up while recording, one that runs low (a
-// warning, then an automatic stop), a folder that cannot be written, and cameras that send
-// MJPEG as cheap UVC cameras do (streams on file).
+// afterwards as players see it (ffprobe and GStreamer): a normal recording with a photo, one
+// without a microphone and one muted, a crash with an immediate restart, a drive that fills up
+// while recording, one that runs low (a warning, then an automatic stop), a folder that cannot
+// be written, and cameras that send MJPEG as cheap UVC cameras do (streams on file).
 
 #include "blackbox/AppRun.h"
 #include "recording/MediaProbe.h"
@@ -144,6 +144,37 @@ TEST(RecordingSurvival, TenSecondsWithAPhotoAreSavedWhole) {
 
     ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+q")));
     EXPECT_EQ(app.waitForExit(30000), 0);
+}
+
+// With no microphone assigned ("Kein Ton") the file has no sound stream; muted with M before the
+// start it has a silent one, which M can bring back to life inside the recording.
+TEST(RecordingSurvival, WithoutMicrophoneTheFileHasNoSoundAndMutedOnlySilence) {
+    for (const bool microphone : {false, true}) {
+        SCOPED_TRACE(microphone ? "muted" : "no microphone");
+        AppRunOptions options;
+        options.microphone = microphone;
+        AppRun app(options);
+        startLive(app);
+        ASSERT_TRUE(!microphone || app.pressKeys(QStringLiteral("m")));
+        ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
+        ASSERT_TRUE(app.waitForLog(microphone ? QStringLiteral("Ton der Aufnahme stumm geschaltet")
+                                              : QStringLiteral("Audio: aus)")));
+        QElapsedTimer recording;
+        recording.start();
+        recordFor(4);
+        ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
+        const double seconds = recording.elapsed() / 1000.0;
+        ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: "), 60000));
+        const QStringList movies = app.recordingFiles(QStringLiteral("OSTREL-*.mp4"));
+        ASSERT_EQ(movies.size(), 1);
+        const QString file = QDir(app.recordingFolder()).filePath(movies[0]);
+        expectPlayable(file, seconds - 2.0, seconds + 0.5);
+        EXPECT_EQ(probeFile(file).streamCount(QStringLiteral("audio")), microphone ? 1 : 0);
+        const std::vector<double> levels = audioLevels(file);
+        EXPECT_EQ(levels.empty(), !microphone);
+        EXPECT_TRUE(std::all_of(levels.begin(), levels.end(), [](double l) { return l < 0.01; }))
+            << "the tone, about 0.18, is muted";
+    }
 }
 
 TEST(RecordingSurvival, KilledRecordingIsRecoveredWhenTheAppIsStartedRightAgain) {

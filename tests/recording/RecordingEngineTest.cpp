@@ -126,36 +126,6 @@ protected:
 
 } // namespace
 
-TEST_F(RecordingEngineTest, ComposesWideMacroAndOverlayInTheRecordedPicture) {
-    const QString file = path("colours.mp4");
-    // A white overlay square in the top-left corner, premultiplied, half transparent elsewhere
-    // is not needed: opaque white is enough to see it.
-    PixelBuffer overlay = PixelBuffer::allocate(640, 360);
-    for (int y = 0; y < 360; ++y)
-        std::memset(overlay.row(y), 0, std::size_t(640 * 4));
-    for (int y = 0; y < 40; ++y)
-        std::memset(overlay.row(y), 255, std::size_t(40 * 4));
-    ASSERT_EQ(engine.start(file, 640, 360, false, overlay, 0.3), std::nullopt);
-    FrameJob red;
-    red.wide = solidFrame(1280, 720, 0, 0, 255);
-    red.macro = solidFrame(640, 480, 255, 0, 0);
-    red.pts = frameTime(0);
-    engine.enqueueFrame(red);
-    engine.waitUntilIdle();
-    ASSERT_EQ(stop().error, std::nullopt);
-
-    const QImage picture = firstVideoFrame(file);
-    ASSERT_EQ(picture.size(), QSize(640, 360));
-    auto near = [](QRgb c, int r, int g, int b) {
-        return std::abs(qRed(c) - r) < 30 && std::abs(qGreen(c) - g) < 30 &&
-               std::abs(qBlue(c) - b) < 30;
-    };
-    EXPECT_TRUE(near(picture.pixel(20, 20), 255, 255, 255));     // overlay
-    EXPECT_TRUE(near(picture.pixel(100, 100), 255, 0, 0));       // Wide
-    EXPECT_TRUE(near(picture.pixel(320, 300), 0, 0, 255));       // inset 192 × 108 at the bottom
-    EXPECT_TRUE(near(picture.pixel(320, 360 - 112), 255, 0, 0)); // above the inset
-}
-
 TEST_F(RecordingEngineTest, FullHdHasTheTargetBitRateAndShortKeyFrameIntervals) {
     EXPECT_EQ(RecordingEngine::videoBitRate(1920), 10'000'000);
     EXPECT_EQ(RecordingEngine::videoBitRate(2560), 18'000'000);
