@@ -5,7 +5,7 @@
 #include "blackbox/AppRun.h"
 #include "recording/MediaProbe.h"
 #include "support/PictureMotion.h"
-#include "support/SyntheticScene.h"
+#include "support/SyntheticMedia.h"
 
 #include <QProcess>
 
