@@ -118,38 +118,6 @@ protected:
 
 } // namespace
 
-TEST_F(AppShellTest, DiagnosticsWindowStartsWithAllLevelsEachTimeItOpens) {
-    QQuickWindow* window = open();
-    ASSERT_TRUE(window);
-    auto* action = window->findChild<QObject*>(QStringLiteral("diagnosticsAction"));
-    ASSERT_TRUE(action);
-    QMetaObject::invokeMethod(action, "trigger");
-    QQuickWindow* diagnostics = topLevel(QStringLiteral("ostrel-diagnostics"));
-    ASSERT_TRUE(diagnostics);
-    ASSERT_TRUE(pumpUntil([&] { return diagnostics->isExposed(); }));
-    QObject* warn = filterButton(diagnostics, QStringLiteral("WARN"));
-    ASSERT_TRUE(warn);
-    QMetaObject::invokeMethod(warn, "clicked");
-    auto* model = engine->rootContext()->contextProperty("logModel").value<LogListModel*>();
-    ASSERT_TRUE(model);
-    EXPECT_EQ(model->levelFilter(), int(LogLevel::warn));
-
-    // Opening it again while it is open keeps the filter; after closing it starts afresh.
-    QMetaObject::invokeMethod(action, "trigger");
-    EXPECT_EQ(model->levelFilter(), int(LogLevel::warn));
-    diagnostics->close();
-    pumpPosted();
-    QMetaObject::invokeMethod(action, "trigger");
-    diagnostics = topLevel(QStringLiteral("ostrel-diagnostics"));
-    ASSERT_TRUE(diagnostics);
-    ASSERT_TRUE(pumpUntil([&] { return diagnostics->isExposed(); }));
-    EXPECT_EQ(model->levelFilter(), -1);
-    QObject* all = filterButton(diagnostics, QStringLiteral("Alle"));
-    ASSERT_TRUE(all);
-    EXPECT_TRUE(all->property("checked").toBool());
-    EXPECT_FALSE(filterButton(diagnostics, QStringLiteral("WARN"))->property("checked").toBool());
-}
-
 TEST_F(AppShellTest, RunningTheSetupAgainWhileRecordingSavesTheRecordingFirst) {
     QQuickWindow* window = openLive();
     ASSERT_TRUE(window);

@@ -68,23 +68,6 @@ QStringList productFolders() {
 
 } // namespace
 
-TEST(Localisation, GermanSystemsKeepTheSourceTexts) {
-    QTranslator translator;
-    EXPECT_FALSE(installTranslation(*QCoreApplication::instance(), translator,
-                                    QLocale(QLocale::German, QLocale::Austria)));
-    EXPECT_EQ(appearanceModeLabel(AppearanceMode::light), QStringLiteral("Hell"));
-
-    // Qt's own dialog buttons then speak German too, and only then.
-    QTranslator qt;
-    EXPECT_FALSE(installQtTranslation(*QCoreApplication::instance(), qt,
-                                      QLocale(QLocale::English, QLocale::UnitedStates)));
-    ASSERT_TRUE(installQtTranslation(*QCoreApplication::instance(), qt,
-                                     QLocale(QLocale::German, QLocale::Austria)))
-        << "Debian's qt6-translations-l10n is installed";
-    EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "Cancel"), QStringLiteral("Abbrechen"));
-    QCoreApplication::removeTranslator(&qt);
-}
-
 TEST(Localisation, TheEnglishTableCoversEveryTranslatableTextOfTheSources) {
     // What the sources ask to translate today, extracted as tools/update-translations does.
     QTemporaryDir dir;

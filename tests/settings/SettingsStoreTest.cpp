@@ -29,27 +29,6 @@ protected:
 
 } // namespace
 
-TEST_F(SettingsStoreTest, EmptyStoreGivesTheFirstLaunchDefaults) {
-    SettingsStore store(path());
-    EXPECT_FALSE(store.didCompleteOnboarding());
-    EXPECT_TRUE(store.watermarkOn());
-    EXPECT_EQ(store.praxisText(), QStringLiteral("Praxis Dr. Muster"));
-    EXPECT_FALSE(store.stabilizeMacro());
-    EXPECT_FALSE(store.resolutionHigh());
-    EXPECT_TRUE(store.wideDeviceUID().isEmpty());
-    EXPECT_TRUE(store.macroDeviceUID().isEmpty());
-    EXPECT_TRUE(store.micDeviceUID().isEmpty());
-    EXPECT_TRUE(store.recordingFolderPath().isEmpty());
-    EXPECT_FALSE(store.contains(Setting::recordingFolderPath));
-    EXPECT_EQ(store.appearanceMode(), 0);
-    EXPECT_FALSE(store.devShowFPS() || store.devStabSliders() || store.devStabFrame() ||
-                 store.devStabDiag());
-    EXPECT_DOUBLE_EQ(store.stabGain(), 0.5);
-    EXPECT_DOUBLE_EQ(store.stabSmoothing(), 0.85);
-    EXPECT_DOUBLE_EQ(store.stabCropZoom(), 1.15);
-    EXPECT_DOUBLE_EQ(store.stabLead(), 0.0);
-}
-
 TEST_F(SettingsStoreTest, EveryKeyOfTheTableIsAPropertyOfTheSameName) {
     SettingsStore store(path());
     for (int i = 0; i < settingCount; ++i) {

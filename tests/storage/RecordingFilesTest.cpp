@@ -81,21 +81,6 @@ TEST(RecordingFiles, APartialFileIsHiddenLockedAndFreedWithItsOwner) {
     EXPECT_EQ(PartialRecording::adopt(dir.filePath(QStringLiteral("fehlt.mp4"))), nullptr);
 }
 
-TEST(RecordingFiles, AFolderThatCannotBeWrittenIsReportedAtCreation) {
-    QTemporaryDir dir;
-    auto missing = PartialRecording::create(dir.filePath(QStringLiteral("entfernt")), 1);
-    ASSERT_TRUE(std::holds_alternative<QString>(missing));
-    EXPECT_EQ(std::get<QString>(missing), QStringLiteral("Datei oder Ordner nicht gefunden"));
-
-    auto made = PartialRecording::create(dir.filePath(QStringLiteral("neu/tief")), 1, true);
-    EXPECT_TRUE(std::holds_alternative<std::unique_ptr<PartialRecording>>(made))
-        << "the folder used without a recording folder is made on demand";
-
-    const QString plainFile = dir.filePath(QStringLiteral("datei"));
-    ASSERT_TRUE(writeFile(plainFile, "x"));
-    EXPECT_TRUE(std::holds_alternative<QString>(PartialRecording::create(plainFile, 1)));
-}
-
 TEST(RecordingFiles, MoveReplacesAFileOfTheSameName) {
     QTemporaryDir dir;
     const QString source = dir.filePath(QStringLiteral("ostrel-1.mp4"));

@@ -60,61 +60,6 @@ TEST_F(RecordingsStoreTest, ChosenFolderIsLoggedOnceAndSurvivesARestart) {
     EXPECT_EQ(log.entries().size(), 1u);
 }
 
-TEST_F(RecordingsStoreTest, DeletedFolderWarnsOnceAndKeepsTheStoredPath) {
-    const QString folder = dir.filePath(QStringLiteral("USB-Stick"));
-    ASSERT_TRUE(QDir().mkpath(folder));
-    {
-        SettingsStore settings(iniPath());
-        RecordingsStore store(settings);
-        ASSERT_TRUE(store.setFolder(QUrl::fromLocalFile(folder)));
-        settings.sync();
-    }
-    ASSERT_TRUE(QDir(folder).removeRecursively());
-
-    SettingsStore settings(iniPath());
-    RecordingsStore store(settings);
-    EXPECT_TRUE(store.folderURL().isEmpty());
-    const auto entries = log.entries();
-    ASSERT_EQ(entries.size(), 2u);
-    EXPECT_EQ(entries[1].first, LogLevel::warn);
-    EXPECT_TRUE(entries[1].second.startsWith(
-        QStringLiteral("Aufnahmeordner konnte nicht aufgelöst werden: ")));
-    EXPECT_EQ(settings.bytes(Setting::recordingFolderPath), folder.toUtf8());
-
-    // The drive is back: the next launch finds the folder again.
-    ASSERT_TRUE(QDir().mkpath(folder));
-    RecordingsStore later(settings);
-    EXPECT_EQ(later.folderPath(), folder);
-}
-
-TEST_F(RecordingsStoreTest, UnusableFolderIsAnErrorAndChangesNothing) {
-    const QString folder = dir.filePath(QStringLiteral("gut"));
-    ASSERT_TRUE(QDir().mkpath(folder));
-    QFile file(dir.filePath(QStringLiteral("datei.txt")));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.close();
-
-    SettingsStore settings(iniPath());
-    RecordingsStore store(settings);
-    ASSERT_TRUE(store.setFolder(QUrl::fromLocalFile(folder)));
-    QSignalSpy changed(&store, &RecordingsStore::folderURLChanged);
-    for (const QUrl& bad : {QUrl::fromLocalFile(dir.filePath(QStringLiteral("fehlt"))),
-                            QUrl::fromLocalFile(file.fileName()),
-                            QUrl(QStringLiteral("https://ostrel.de/")), QUrl()}) {
-        EXPECT_FALSE(store.setFolder(bad)) << bad.toString().toStdString();
-    }
-    EXPECT_EQ(changed.count(), 0);
-    EXPECT_EQ(store.folderPath(), folder);
-    EXPECT_EQ(settings.bytes(Setting::recordingFolderPath), folder.toUtf8());
-    const auto entries = log.entries();
-    ASSERT_EQ(entries.size(), 5u);
-    for (std::size_t i = 1; i < entries.size(); ++i) {
-        EXPECT_EQ(entries[i].first, LogLevel::error);
-        EXPECT_TRUE(entries[i].second.startsWith(
-            QStringLiteral("Aufnahmeordner-Bookmark fehlgeschlagen: ")));
-    }
-}
-
 TEST_F(RecordingsStoreTest, ChooserStartsBesideTheSuggestedFolderNeverInsideIt) {
     SettingsStore settings(iniPath());
     RecordingsStore store(settings);
