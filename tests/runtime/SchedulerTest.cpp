@@ -23,21 +23,6 @@ TEST(ManualScheduler, RunsStepsInTimeOrderOnlyWhenTimeReachesThem) {
     EXPECT_EQ(scheduler.pendingCount(), 0);
 }
 
-TEST(ManualScheduler, StepsArmedByStepsRunWithinTheSameAdvance) {
-    // A poll loop: each step schedules the next 0.8 s later.
-    ManualScheduler scheduler;
-    QObject owner;
-    int polls = 0;
-    std::function<void()> poll = [&] {
-        if (++polls < 60)
-            scheduler.after(800ms, &owner, poll);
-    };
-    poll();
-    scheduler.advance(47200ms);
-    EXPECT_EQ(polls, 60);
-    EXPECT_EQ(scheduler.pendingCount(), 0);
-}
-
 TEST(ManualScheduler, CancelledOrOrphanedStepsDoNothing) {
     ManualScheduler scheduler;
     auto owner = std::make_unique<QObject>();
@@ -50,28 +35,6 @@ TEST(ManualScheduler, CancelledOrOrphanedStepsDoNothing) {
     owner.reset();
     scheduler.advance(2s);
     EXPECT_EQ(runs, 0);
-}
-
-TEST(ManualScheduler, RepeatingTaskRunsEachPeriodUntilCancelledEvenFromItself) {
-    ManualScheduler scheduler;
-    QObject owner;
-    int ticks = 0;
-    ScheduledTask task;
-    task = scheduler.every(1s, &owner, [&] {
-        if (++ticks == 3)
-            task.cancel();
-    });
-    scheduler.advance(999ms);
-    EXPECT_EQ(ticks, 0);
-    scheduler.advance(10s);
-    EXPECT_EQ(ticks, 3);
-    EXPECT_FALSE(task.isActive());
-
-    ScheduledTask replaced = scheduler.every(5s, &owner, [&] { ++ticks; });
-    scheduler.advance(5s);
-    replaced.cancel(); // cancelled before a new one starts
-    scheduler.advance(20s);
-    EXPECT_EQ(ticks, 4);
 }
 
 TEST(SystemScheduler, DelayedStepRunsOnTheEventLoopAndRespectsItsOwner) {
