@@ -1,18 +1,12 @@
 #include "diagnostics/OstrelLog.h"
 #include "diagnostics/LogFormat.h"
-#include "diagnostics/LogLocation.h"
 #include "runtime/SerialQueue.h"
 #include "support/EventLoop.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
-
-#include <unistd.h>
 
 namespace {
 
@@ -41,52 +35,24 @@ protected:
 
 } // namespace
 
-TEST_F(OstrelLogTest, StartUpEntryHoldsBothVersionLinesOnOneLine) {
-    OstrelLog log(path(), kVersion);
-    ASSERT_EQ(log.entries().size(), 1u);
-    const LogEntry& entry = log.entries().back();
-    EXPECT_EQ(entry.level, LogLevel::event);
-    EXPECT_EQ(entry.message, QStringLiteral("App gestartet — PC · Debian GNU/Linux 12 (bookworm) · "
-                                            "Linux 6.1 · OSTREL App v1.0 (42)"));
-    log.flush();
-    const auto lines = fileLines(path());
-    ASSERT_EQ(lines.size(), 1);
-    EXPECT_EQ(lines[0].mid(19), QStringLiteral("  EVENT  App gestartet — PC · Debian GNU/Linux 12 "
-                                               "(bookworm) · Linux 6.1 · OSTREL App v1.0 (42)")
-                                    .toUtf8());
-    EXPECT_FALSE(lines[0].contains('\r'));
-}
-
+// The line format itself is LogFileLine's; this finds faults in writing at the end and
+// reading back at the start.
 TEST_F(OstrelLogTest, RoundTripsThroughTheFileIntoTheNextRun) {
-    const QStringList messages{QStringLiteral("Kamera Wide verbunden"),
-                               QStringLiteral("zwei  Leerzeichen"),
-                               QStringLiteral("Speicherplatz: 12,5 GB frei — Ä Ö Ü ß")};
-    std::vector<qint64> seconds;
+    const QString message = QStringLiteral("zwei  Leerzeichen — Ä Ö Ü ß");
     {
         OstrelLog first(path(), kVersion);
-        first.log(LogLevel::info, messages[0]);
-        first.log(LogLevel::warn, messages[1]);
-        first.log(LogLevel::error, messages[2]);
-        for (const LogEntry& e : first.entries())
-            seconds.push_back(e.date.toSecsSinceEpoch());
+        first.log(LogLevel::warn, message);
     } // the destructor writes what is still queued
+    EXPECT_EQ(fileLines(path()).size(), 2) << "the start-up entry's two version lines on one";
 
     OstrelLog second(path(), kVersion);
     const auto& entries = second.entries();
-    ASSERT_EQ(entries.size(), 5u); // four from the first run plus the new start-up entry
-    EXPECT_EQ(entries[1].message, messages[0]);
-    EXPECT_EQ(entries[2].message, messages[1]);
-    EXPECT_EQ(entries[2].level, LogLevel::warn);
-    EXPECT_EQ(entries[3].message, messages[2]);
-    EXPECT_EQ(entries[3].level, LogLevel::error);
-    for (size_t i = 0; i < 4; ++i) {
-        EXPECT_EQ(entries[i].date.toSecsSinceEpoch(), seconds[i]);
-        EXPECT_EQ(entries[i].date.toMSecsSinceEpoch() % 1000, 0);
-    }
+    ASSERT_EQ(entries.size(), 3u); // two from the first run plus the new start-up entry
+    EXPECT_EQ(entries[1].message, message);
+    EXPECT_EQ(entries[1].level, LogLevel::warn);
     EXPECT_NE(entries[0].id, entries[1].id);
     // Read-back entries export with zero milliseconds.
-    const QString exported = second.exportText();
-    EXPECT_TRUE(exported.contains(QStringLiteral(".000  WARN    zwei  Leerzeichen")));
+    EXPECT_TRUE(second.exportText().contains(QStringLiteral(".000  WARN    ") + message));
 }
 
 TEST_F(OstrelLogTest, CapsTheListAt1000AndDropsTheOldestFirst) {
@@ -115,27 +81,6 @@ TEST_F(OstrelLogTest, ClearLeavesExactlyOneEntryInTheListAndOneLineInTheFile) {
     const auto lines = fileLines(path());
     ASSERT_EQ(lines.size(), 1);
     EXPECT_TRUE(lines[0].endsWith("  EVENT  Protokoll geleert"));
-}
-
-TEST_F(OstrelLogTest, ExportHasHeaderRuleAndAlignedEntryLines) {
-    OstrelLog log(path(), kVersion);
-    log.log(LogLevel::info, QStringLiteral("eins"));
-    log.log(LogLevel::event, QStringLiteral("zwei"));
-    log.log(LogLevel::warn, QStringLiteral("drei"));
-    log.log(LogLevel::error, QStringLiteral("vier"));
-    const QStringList lines = log.exportText().split(u'\n');
-    ASSERT_EQ(lines.size(), 5 + 5);
-    EXPECT_EQ(lines[0], QStringLiteral("OSTREL Diagnose-Protokoll"));
-    EXPECT_EQ(lines[1], kVersion.section(u'\n', 0, 0));
-    EXPECT_EQ(lines[2], kVersion.section(u'\n', 1, 1));
-    EXPECT_TRUE(lines[3].startsWith(QStringLiteral("Erstellt: ")));
-    EXPECT_EQ(lines[3].size(), 10 + 19);
-    EXPECT_EQ(lines[4], QString(32, QChar(0x2014)));
-    for (int i = 6; i < 10; ++i) {
-        EXPECT_EQ(lines[i].indexOf(QStringList{"eins", "zwei", "drei", "vier"}[i - 6]), 22)
-            << lines[i].toStdString();
-    }
-    EXPECT_FALSE(log.exportText().endsWith(u'\n'));
 }
 
 TEST_F(OstrelLogTest, PostFromOtherThreadsArrivesOnTheMainThreadInOrder) {

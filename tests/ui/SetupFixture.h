@@ -7,7 +7,6 @@
 #include "support/EventLoop.h"
 #include "ui/setup/CaptureBackendHandle.h"
 
-#include <QDir>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -46,18 +45,12 @@ inline QObject* findNamed(QObject* root, const QString& name, QSet<QObject*>& se
 // cameras and microphone, the device and folder stores, and a window to show the view in.
 class SetupFixture : public ::testing::Test {
 protected:
-    QString iniPath() const { return dir.filePath(QStringLiteral("ostrel.conf")); }
-
-    // Call before `makeStores` to start with devices missing or assignments stored.
-    void makeStores() {
-        devices = std::make_unique<DeviceStore>(backend.discovery(), settings);
-        recordings = std::make_unique<RecordingsStore>(settings);
-    }
-
     // Loads the view (a file of the Ostrel module) into a window of the given size.
     QQuickItem* show(const char* file, QSize size, QVariantMap extra = {}) {
-        if (!devices)
-            makeStores();
+        if (!devices) {
+            devices = std::make_unique<DeviceStore>(backend.discovery(), settings);
+            recordings = std::make_unique<RecordingsStore>(settings);
+        }
         window = std::make_unique<QQuickWindow>();
         window->resize(size);
         QQmlComponent component(&engine,
@@ -87,10 +80,7 @@ protected:
         QSet<QObject*> seen;
         return qobject_cast<T*>(findNamed(view.get(), QString::fromLatin1(name), seen));
     }
-    bool visible(const char* name) const {
-        auto* item = find(name);
-        return item && item->isVisible();
-    }
+    bool visible(const char* name) const { return find(name) && find(name)->isVisible(); }
     QString text(const char* name) const {
         auto* item = find<QObject>(name);
         return item ? item->property("text").toString() : QStringLiteral("<missing>");
@@ -106,13 +96,9 @@ protected:
         QMetaObject::invokeMethod(picker, "activated", Q_ARG(int, index));
         pumpPosted();
     }
-    QString makeFolder(const char* name) const {
-        QDir(dir.path()).mkpath(QString::fromUtf8(name));
-        return dir.filePath(QString::fromUtf8(name));
-    }
 
     QTemporaryDir dir;
-    SettingsStore settings{iniPath()};
+    SettingsStore settings{dir.filePath(QStringLiteral("ostrel.conf"))};
     VirtualBackend backend;
     CaptureBackendHandle backendHandle{backend};
     std::unique_ptr<DeviceStore> devices;
@@ -123,5 +109,4 @@ protected:
 
     const QString cam1 = VirtualDevices::camera1ID;
     const QString cam2 = VirtualDevices::camera2ID;
-    const QString mic = VirtualDevices::microphoneID;
 };

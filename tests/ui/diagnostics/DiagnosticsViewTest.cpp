@@ -15,7 +15,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 
 Q_IMPORT_QML_PLUGIN(OstrelPlugin)
@@ -64,43 +63,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(DiagnosticsViewTest, FilterWithoutMatchesShowsZeroAndTheEmptyNote) {
-    log->log(LogLevel::info, QStringLiteral("Kamera Wide gestartet"));
-    ASSERT_TRUE(showWindow());
-    EXPECT_EQ(window->title(), QStringLiteral("Diagnose"));
-    EXPECT_EQ(window->objectName(), QStringLiteral("ostrel-diagnostics"));
-    EXPECT_EQ(window->minimumSize(), QSize(460, 520));
-
-    auto* empty = find<QQuickItem>("emptyNote");
-    ASSERT_TRUE(empty);
-    EXPECT_FALSE(empty->isVisible());
-    model->setLevelFilter(int(LogLevel::warn));
-    EXPECT_EQ(find("logHeading")->property("text").toString(),
-              QStringLiteral("Protokoll (0) — neueste zuerst"));
-    EXPECT_TRUE(empty->isVisible());
-
-    model->setLevelFilter(-1);
-    EXPECT_EQ(find("logHeading")->property("text").toString(),
-              QStringLiteral("Protokoll (2) — neueste zuerst"));
-}
-
-TEST_F(DiagnosticsViewTest, NewestEntryIsOnTopAndFilterKeepsLogOrderReversed) {
-    ASSERT_TRUE(showWindow());
-    log->log(LogLevel::warn, QStringLiteral("erste Warnung"));
-    log->log(LogLevel::info, QStringLiteral("Info"));
-    log->log(LogLevel::warn, QStringLiteral("zweite Warnung"));
-    EXPECT_EQ(model->rowCount(), 4);
-    EXPECT_EQ(rowMessage(0), QStringLiteral("zweite Warnung"));
-    model->setLevelFilter(int(LogLevel::warn));
-    ASSERT_EQ(model->rowCount(), 2);
-    EXPECT_EQ(rowMessage(0), QStringLiteral("zweite Warnung"));
-    EXPECT_EQ(rowMessage(1), QStringLiteral("erste Warnung"));
-    log->log(LogLevel::warn, QStringLiteral("dritte"));
-    EXPECT_EQ(rowMessage(0), QStringLiteral("dritte"));
-    model->setLevelFilter(17);
-    EXPECT_EQ(model->levelFilter(), -1) << "an unknown filter shows everything";
-}
 
 namespace {
 
@@ -161,40 +123,27 @@ TEST_F(DiagnosticsViewTest, NewEntriesKeepThePlaceOfAPersonReadingOlderOnes) {
     EXPECT_EQ(rowMessage(OstrelLog::maxEntries - 1), QStringLiteral("Zeile 5"))
         << "the oldest rows went, in order";
 
-    // With a filter, entries of other levels neither move the list nor appear.
+    // With a filter, entries of other levels do not appear; none left shows the empty note.
     model->setLevelFilter(int(LogLevel::warn));
     log->log(LogLevel::info, QStringLiteral("unsichtbar"));
     ASSERT_EQ(model->rowCount(), 1);
     EXPECT_EQ(rowMessage(0), QStringLiteral("Warnung am Ende"));
     log->log(LogLevel::warn, QStringLiteral("zweite Warnung"));
     EXPECT_EQ(rowMessage(0), QStringLiteral("zweite Warnung"));
+    EXPECT_EQ(rowMessage(1), QStringLiteral("Warnung am Ende"));
     EXPECT_EQ(find("logHeading")->property("text").toString(),
               QStringLiteral("Protokoll (2) — neueste zuerst"));
+    EXPECT_FALSE(find<QQuickItem>("emptyNote")->isVisible());
+    model->setLevelFilter(int(LogLevel::error));
+    EXPECT_EQ(find("logHeading")->property("text").toString(),
+              QStringLiteral("Protokoll (0) — neueste zuerst"));
+    EXPECT_TRUE(find<QQuickItem>("emptyNote")->isVisible());
+    model->setLevelFilter(17); // unknown: shows everything
+    EXPECT_EQ(model->rowCount(), OstrelLog::maxEntries);
 }
 
-TEST_F(DiagnosticsViewTest, PermissionsAndBlackPictureHelpNameTheCausesAndCopyTheGroupCommand) {
+TEST_F(DiagnosticsViewTest, CopyingTheGroupCommandPutsItOnTheClipboardAndSaysSo) {
     ASSERT_TRUE(showWindow());
-    auto* help = find<QQuickItem>("blackPictureHelp");
-    auto* permissions = find<QQuickItem>("permissions");
-    ASSERT_TRUE(help);
-    ASSERT_TRUE(permissions);
-    QStringList texts;
-    std::function<void(QQuickItem*)> collect = [&](QQuickItem* item) {
-        if (item->property("text").isValid())
-            texts << item->property("text").toString();
-        for (QQuickItem* child : item->childItems())
-            collect(child);
-    };
-    collect(permissions);
-    collect(help);
-    const QString all = texts.join(u'\n');
-    // A possible cause, not a verdict: the app cannot know the user's groups from a black picture.
-    EXPECT_TRUE(all.contains(
-        QStringLiteral("Möglicherweise gehört dein Benutzer nicht zur Gruppe „video“")))
-        << all.toStdString();
-    EXPECT_TRUE(all.contains(QStringLiteral("„sudo usermod -aG video $USER“")));
-    EXPECT_TRUE(all.contains(QStringLiteral("anderes Programm")));
-
     QGuiApplication::clipboard()->clear();
     auto* copy = find("copyGroupCommand");
     ASSERT_TRUE(copy);
@@ -209,11 +158,7 @@ TEST_F(DiagnosticsViewTest, PermissionsAndBlackPictureHelpNameTheCausesAndCopyTh
 TEST(DiagnosticsActionsTest, PrivacySettingsOnlyWhereGnomeSettingsRun) {
     QTemporaryDir bin;
     const QString program = bin.filePath(QStringLiteral("gnome-control-center"));
-    QFile script(program);
-    ASSERT_TRUE(script.open(QIODevice::WriteOnly));
-    script.write("#!/bin/sh\n");
-    script.close();
-    script.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+    ASSERT_TRUE(QFile::link(QStringLiteral("/bin/true"), program));
     const QByteArray path = qgetenv("PATH");
     const struct {
         const char* desktop;

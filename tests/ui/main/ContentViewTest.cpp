@@ -21,9 +21,7 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
-#include <thread>
 
 using namespace std::chrono_literals;
 
@@ -42,13 +40,6 @@ protected:
         devices = std::make_unique<DeviceStore>(backend.discovery(), *settings);
         recordings = std::make_unique<RecordingsStore>(*settings);
         recordings->setFolder(QUrl::fromLocalFile(dir.filePath(QStringLiteral("Aufnahmen"))));
-        // A machine with cores to spare unless a test says otherwise.
-        makeCamera(8);
-    }
-
-    // The camera manager, sharing `cores` between the live view and a software encoder.
-    void makeCamera(unsigned cores) {
-        cam.reset();
         CameraManager::Options options;
         options.scheduler = &scheduler;
         options.tempFolder = dir.filePath(QStringLiteral("tmp"));
@@ -57,7 +48,7 @@ protected:
                                const std::optional<QString>&) {
             return std::optional<std::int64_t>(500'000'000'000); // never near the reserve
         };
-        options.cores = cores;
+        options.cores = 8; // cores to spare
         cam = std::make_unique<CameraManager>(backend, *settings, options);
     }
 
@@ -101,18 +92,10 @@ protected:
     }
 
     // Delivers a key to the view the way the window does; returns whether it was accepted.
-    bool key(int code, Qt::KeyboardModifiers modifiers = Qt::NoModifier, const QString& text = {}) {
-        QKeyEvent event(QEvent::KeyPress, code, modifiers, text);
+    bool key(int code) {
+        QKeyEvent event(QEvent::KeyPress, code, Qt::NoModifier);
         QCoreApplication::sendEvent(window.get(), &event);
         return event.isAccepted();
-    }
-
-    bool invoke(const char* method, QVariant arg = {}) {
-        QVariant result;
-        return arg.isValid()
-                   ? QMetaObject::invokeMethod(root.get(), method, Q_RETURN_ARG(QVariant, result),
-                                               Q_ARG(QVariant, arg))
-                   : QMetaObject::invokeMethod(root.get(), method, Q_RETURN_ARG(QVariant, result));
     }
 
     template <typename T = QQuickItem> T* find(const char* name) const {
@@ -134,30 +117,15 @@ protected:
 
 } // namespace
 
-TEST_F(ContentViewTest, WheelNotchesAndMenuStepsStopAtTheLimits) {
-    open();
-    for (int i = 0; i < 10; ++i)
-        state->changeMacroSize(0.03);
-    EXPECT_NEAR(state->macroFraction(), 0.6, 1e-9);
-    state->changeMacroSize(0.03);
-    state->changeMacroSize(0.03);
-    EXPECT_NEAR(state->macroFraction(), 0.66, 1e-9);
-    state->changeMacroSize(0.03);
-    state->changeMacroSize(0.03);
-    EXPECT_DOUBLE_EQ(state->macroFraction(), 0.7);
-
-    state->setMacroFraction(0.12);
-    ASSERT_TRUE(invoke("changeMacroSize", -0.05));
-    EXPECT_DOUBLE_EQ(state->macroFraction(), 0.1);
-}
-
 TEST_F(ContentViewTest, MenuRecordingIsIgnoredWhileNoCameraRuns) {
     backend.devices().unplug(VirtualDevices::camera1ID);
     backend.devices().unplug(VirtualDevices::camera2ID);
     open();
     ASSERT_FALSE(cam->running());
     state->setRecordSeconds(42);
-    ASSERT_TRUE(invoke("toggleRecording", true));
+    QVariant result;
+    ASSERT_TRUE(QMetaObject::invokeMethod(root.get(), "toggleRecording",
+                                          Q_RETURN_ARG(QVariant, result), Q_ARG(QVariant, true)));
     EXPECT_EQ(state->recordSeconds(), 42); // not even reset
     EXPECT_FALSE(cam->isRecording());
     // Photos need a running camera too: no flash.
@@ -189,12 +157,13 @@ TEST_F(ContentViewTest, AudioMeterLightsRoundedBarsAndNoneWhenMuted) {
     EXPECT_EQ(meter->property("lit").toInt(), 0);
 }
 
+// The pacing rule itself is RecordingPressure's; this finds faults in its wiring to the live
+// views and the notice.
 TEST_F(ContentViewTest, LiveViewGivesWayToAnEncoderThatFallsBehindAndSaysSoWhenItCannotKeepUp) {
     openLive();
     auto* wide = find<LiveCameraView>("wideView");
     auto* macro = find<LiveCameraView>("macroView");
     ASSERT_TRUE(wide && macro);
-    EXPECT_EQ(wide->refreshInterval(), 33);
     cam->startRecording(320, 180, false, QImage(), 0.3);
     // While the encoder shows what a frame costs it, the live views make room; on a machine
     // with cores to spare they are back at full rate two seconds in.
@@ -204,53 +173,36 @@ TEST_F(ContentViewTest, LiveViewGivesWayToAnEncoderThatFallsBehindAndSaysSoWhenI
         ASSERT_TRUE(pumpUntil([&] { return cam->recorder().counters().encoded > encoded; }));
         scheduler.advance(500ms);
     }
-    EXPECT_EQ(wide->refreshInterval(), 33);
     EXPECT_EQ(macro->refreshInterval(), 33);
-    EXPECT_EQ(cam->recorder().rateLimit(), 0);
 
-    // The encoder takes nothing: every frame that arrives is dropped. Each half-second tick that
-    // saw a drop slows both live views one step, down to 10 fps.
+    // The encoder takes nothing: every frame is dropped, each half-second tick that saw a drop
+    // slows the views, and at their floor the recording is paced and the user told.
     cam->recorder().holdEncodingForTesting(true);
-    auto dropsSoFar = [this] {
-        const auto c = cam->recorder().counters();
-        return c.droppedBusy + c.droppedNotReady;
-    };
-    auto tickAfterADrop = [&] {
-        const int before = dropsSoFar();
-        EXPECT_TRUE(pumpUntil([&] { return dropsSoFar() > before; }));
+    for (int tick = 0; tick < 7; ++tick) {
+        const auto drops = [this] {
+            const auto c = cam->recorder().counters();
+            return c.droppedBusy + c.droppedNotReady;
+        };
+        const int before = drops();
+        ASSERT_TRUE(pumpUntil([&] { return drops() > before; }));
         scheduler.advance(500ms);
-    };
-    for (int expected : {50, 67, 100}) {
-        tickAfterADrop();
-        EXPECT_EQ(wide->refreshInterval(), expected);
-        EXPECT_EQ(macro->refreshInterval(), expected);
+        if (tick == 0) {
+            EXPECT_EQ(macro->refreshInterval(), 50);
+            EXPECT_FALSE(find("recordingNotice")->isVisible());
+        }
     }
-    EXPECT_FALSE(find("recordingNotice")->isVisible());
-
-    // Two more seconds behind with the views at their floor: the machine cannot keep up, so
-    // the recording is paced evenly and the user is told in plain words.
-    for (int i = 0; i < 4; ++i)
-        tickAfterADrop();
+    EXPECT_EQ(wide->refreshInterval(), 100);
+    EXPECT_EQ(macro->refreshInterval(), 100);
     EXPECT_EQ(cam->recorder().rateLimit(), 10);
-    // The camera's rate as measured on a busy machine may be under its 30.
-    EXPECT_TRUE(cam->recordingNotice().startsWith(
-        QStringLiteral("Dieser Rechner schafft 320 × 180 nicht mit ")));
     EXPECT_TRUE(cam->recordingNotice().endsWith(
         QStringLiteral("Die Aufnahme läuft gleichmäßig mit 10 Bildern pro Sekunde.")));
     EXPECT_TRUE(find("recordingNotice")->isVisible());
 
-    // The recording ends: full rate again, no notice, and the file is kept.
+    // The recording ends: full rate again and no notice.
     cam->recorder().holdEncodingForTesting(false);
     cam->stopRecording();
     ASSERT_TRUE(pumpUntil([this] { return !cam->isRecording(); }, 20000));
     EXPECT_EQ(wide->refreshInterval(), 33);
     EXPECT_EQ(macro->refreshInterval(), 33);
-    EXPECT_TRUE(cam->recordingNotice().isEmpty());
     EXPECT_FALSE(find("recordingNotice")->isVisible());
-    // Saving runs on a worker after the recording has stopped.
-    EXPECT_TRUE(pumpUntil([&] {
-        return QDir(dir.filePath(QStringLiteral("Aufnahmen")))
-                   .entryList({QStringLiteral("OSTREL-*.mp4")}, QDir::Files)
-                   .size() == 1;
-    }));
 }

@@ -20,23 +20,19 @@ namespace {
 // A frame in four colours: red top-left, green top-right, blue bottom-left, white bottom-right.
 PixelBuffer quadrants(int width, int height) {
     PixelBuffer buffer = PixelBuffer::allocate(width, height);
-    for (int y = 0; y < height; ++y) {
-        auto* row = reinterpret_cast<std::uint32_t*>(buffer.row(y));
-        for (int x = 0; x < width; ++x) {
-            const bool right = x >= width / 2;
-            const bool bottom = y >= height / 2;
-            row[x] =
-                !bottom ? (right ? 0xff00ff00u : 0xffff0000u) : (right ? 0xffffffffu : 0xff0000ffu);
-        }
-    }
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            reinterpret_cast<std::uint32_t*>(buffer.row(y))[x] =
+                y < height / 2 ? (x < width / 2 ? 0xffff0000u : 0xff00ff00u)
+                               : (x < width / 2 ? 0xff0000ffu : 0xffffffffu);
     return buffer;
 }
 
-void expectRect(const RectD& r, double x, double y, double w, double h) {
-    EXPECT_NEAR(r.x, x, 1e-6);
-    EXPECT_NEAR(r.y, y, 1e-6);
-    EXPECT_NEAR(r.width, w, 1e-6);
-    EXPECT_NEAR(r.height, h, 1e-6);
+void expectRect(const RectD& r, const RectD& e) {
+    EXPECT_NEAR(r.x, e.x, 1e-6);
+    EXPECT_NEAR(r.y, e.y, 1e-6);
+    EXPECT_NEAR(r.width, e.width, 1e-6);
+    EXPECT_NEAR(r.height, e.height, 1e-6);
 }
 
 } // namespace
@@ -47,55 +43,36 @@ TEST(LiveViewGeometry, TheTurnedFrameFillsTheViewCroppedByZoomAndOffset) {
         SizeD frame;
         double zoom;
         PointD offset;
-        RectD source; // on the camera's frame
-        RectD target; // in the view
+        RectD source; // on the camera's frame; the whole view is drawn
     };
-    const double w = 1920 / 1.15, h = 1080 / 1.15;
+    const SizeD hd{1920, 1080};
+    const RectD all{0, 0, 1920, 1080};
+    const double w = 1920 / 1.15, h = 1080 / 1.15, x = (1920 - w) / 2, y = (1080 - h) / 2;
     const Case cases[] = {
-        {"unstabilised", {1920, 1080}, 1.0, {}, {0, 0, 1920, 1080}, {0, 0, 1920, 1080}},
-        {"zoom: the centre crop",
-         {1920, 1080},
-         1.15,
-         {},
-         {(1920 - w) / 2, (1080 - h) / 2, w, h},
-         {0, 0, 1920, 1080}},
-        {"zoom below 1 counts as 1", {1920, 1080}, 0.5, {}, {0, 0, 1920, 1080}, {0, 0, 1920, 1080}},
-        {"4:3 loses top and bottom equally",
-         {1440, 1080},
-         1.0,
-         {},
-         {0, 135, 1440, 810},
-         {0, 0, 1920, 1080}},
+        {"unstabilised", hd, 1.0, {}, all},
+        {"zoom: the centre crop", hd, 1.15, {}, {x, y, w, h}},
+        {"zoom below 1 counts as 1", hd, 0.5, {}, all},
+        {"4:3 loses top and bottom equally", {1440, 1080}, 1.0, {}, {0, 135, 1440, 810}},
         // Right on the turned picture is left on the camera's own frame.
-        {"offset",
-         {1920, 1080},
-         1.15,
-         {0.05, 0},
-         {(1920 - w) / 2 - 96, (1080 - h) / 2, w, h},
-         {0, 0, 1920, 1080}},
-        {"not a number",
-         {1920, 1080},
-         std::nan(""),
-         {std::nan(""), 0},
-         {0, 0, 1920, 1080},
-         {0, 0, 1920, 1080}},
+        {"offset", hd, 1.15, {0.05, 0}, {x - 96, y, w, h}},
+        {"not a number", hd, std::nan(""), {std::nan(""), 0}, all},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        const auto draw = liveViewDraw(c.frame, {1920, 1080}, c.zoom, c.offset);
+        const auto draw = liveViewDraw(c.frame, hd, c.zoom, c.offset);
         ASSERT_TRUE(draw);
-        expectRect(draw->source, c.source.x, c.source.y, c.source.width, c.source.height);
-        expectRect(draw->target, c.target.x, c.target.y, c.target.width, c.target.height);
+        expectRect(draw->source, c.source);
+        expectRect(draw->target, all);
         EXPECT_TRUE(draw->mirrorX && draw->mirrorY);
     }
     // Past the frame's edge the view shows nothing there: the drawn part shrinks.
-    const auto edge = liveViewDraw({1920, 1080}, {1920, 1080}, 1.15, {0.2, 0});
+    const auto edge = liveViewDraw(hd, hd, 1.15, {0.2, 0});
     ASSERT_TRUE(edge);
     EXPECT_NEAR(edge->source.x, 0, 1e-6);
     EXPECT_LT(edge->target.width, 1920);
-    EXPECT_FALSE(liveViewDraw({1920, 1080}, {1920, 1080}, 1.15, {2, 0}));
-    EXPECT_FALSE(liveViewDraw({0, 1080}, {1920, 1080}, 1, {}));
-    EXPECT_FALSE(liveViewDraw({1920, 1080}, {0, 0}, 1, {}));
+    EXPECT_FALSE(liveViewDraw(hd, hd, 1.15, {2, 0}));
+    EXPECT_FALSE(liveViewDraw({0, 1080}, hd, 1, {}));
+    EXPECT_FALSE(liveViewDraw(hd, {0, 0}, 1, {}));
 }
 
 namespace {
@@ -117,27 +94,22 @@ protected:
         return window->findChild<T*>(QStringLiteral("subject"));
     }
 
-    QColor pixel(int x, int y) {
-        const QImage image = window->grabWindow();
-        return image.pixelColor(x, y);
-    }
+    QColor pixel(int x, int y) { return window->grabWindow().pixelColor(x, y); }
 
     QQmlEngine engine;
     std::unique_ptr<QQuickWindow> window;
 };
 
-const QByteArray kCameraWindow = R"(
+} // namespace
+
+TEST_F(LiveViewItemTest, DrawsTheNewestFrameTurnedSkipsUnchangedOnesAndStabilisesOnRequest) {
+    auto* view = load<LiveCameraView>(R"(
 import QtQuick
 import Ostrel
 Window {
     width: 320; height: 180; color: "black"
     LiveCameraView { objectName: "subject"; anchors.fill: parent; index: 1 }
-})";
-
-} // namespace
-
-TEST_F(LiveViewItemTest, DrawsTheNewestFrameTurnedAndSkipsUnchangedFrames) {
-    auto* view = load<LiveCameraView>(kCameraWindow);
+})");
     ASSERT_TRUE(view);
     view->pullFrame();
     EXPECT_EQ(view->framesShown(), 0) << "no frame yet: nothing drawn";
@@ -152,28 +124,13 @@ TEST_F(LiveViewItemTest, DrawsTheNewestFrameTurnedAndSkipsUnchangedFrames) {
     EXPECT_EQ(pixel(280, 140), QColor(Qt::red));
     EXPECT_EQ(pixel(280, 40), QColor(Qt::blue));
 
-    FrameStore::shared().store(1, {quadrants(640, 360), {}, 1.0});
-    view->pullFrame();
-    EXPECT_EQ(view->framesShown(), 2);
-}
-
-TEST_F(LiveViewItemTest, StabilisedViewAppliesTheFramesOwnOffset) {
-    auto* view = load<LiveCameraView>(kCameraWindow);
-    ASSERT_TRUE(view);
-    // An offset of a quarter frame to the right on the turned picture: its left half (white
-    // over green) moves out, the right half comes in.
-    FrameStore::shared().store(1, {quadrants(640, 360), QPointF(0.25, 0), 1.0});
-    view->pullFrame();
-    EXPECT_EQ(pixel(40, 40), QColor(Qt::white)) << "not stabilised: offset ignored";
-    view->setStabilized(true);
-    pumpPosted();
-    EXPECT_EQ(pixel(120, 40), QColor(Qt::blue));
-    EXPECT_EQ(pixel(300, 40), QColor(Qt::black)) << "past the frame's edge nothing is drawn";
-
-    // Zoom 2 a quarter to the left: only the left-centre part of the frame is uploaded and it
-    // still lands where it belongs, white over green.
+    // Zoom 2 a quarter to the left on the turned picture: ignored until stabilised, then only
+    // the left-centre part of the frame is uploaded and lands where it belongs, white over green.
     FrameStore::shared().store(1, {quadrants(640, 360), QPointF(-0.25, 0), 2.0});
     view->pullFrame();
+    EXPECT_EQ(view->framesShown(), 2);
+    EXPECT_EQ(pixel(280, 40), QColor(Qt::blue)) << "not stabilised: offset and zoom ignored";
+    view->setStabilized(true);
     pumpPosted();
     EXPECT_EQ(pixel(40, 40), QColor(Qt::white));
     EXPECT_EQ(pixel(280, 40), QColor(Qt::white));

@@ -61,21 +61,6 @@ TEST_F(OnboardingTest, OneCameraWaitsAndTheSecondReplacesTheMessageOnThePage) {
     EXPECT_TRUE(primaryEnabled());
 }
 
-TEST_F(OnboardingTest, StoredAssignmentsAreKeptAndAMacroEqualToWideMoves) {
-    settings.setWideDeviceUID(cam2);
-    settings.setMacroDeviceUID(cam1);
-    ASSERT_TRUE(showSetup());
-    EXPECT_EQ(devices->wideUID(), cam2);
-    EXPECT_EQ(devices->macroUID(), cam1);
-    view.reset();
-
-    devices->setMacroUID(cam2);
-    ASSERT_TRUE(showSetup());
-    EXPECT_EQ(devices->wideUID(), cam2);
-    EXPECT_EQ(devices->macroUID(), cam1);
-    EXPECT_EQ(settings.macroDeviceUID(), cam1);
-}
-
 TEST_F(OnboardingTest, SummaryShowsNoSoundAndADashForAMissingCamera) {
     ASSERT_TRUE(showSetup());
     goTo(OnboardingStep::done);
@@ -84,10 +69,4 @@ TEST_F(OnboardingTest, SummaryShowsNoSoundAndADashForAMissingCamera) {
     backend.devices().unplug(cam2);
     ASSERT_TRUE(pumpUntil([&] { return text("summaryMacro") == QStringLiteral("—"); }));
     EXPECT_EQ(text("summaryWide"), QStringLiteral("OSTREL Kamera")) << "alone, without a number";
-
-    devices->setMicUID(mic);
-    pumpPosted();
-    EXPECT_EQ(text("summaryMic"), QStringLiteral("OSTREL Mikrofon"));
-    backend.devices().unplug(mic);
-    ASSERT_TRUE(pumpUntil([&] { return text("summaryMic") == QStringLiteral("—"); }));
 }
