@@ -1,10 +1,7 @@
 #include "imaging/Stabilizer.h"
-#include "diagnostics/OstrelLog.h"
 #include "settings/SettingsStore.h"
-#include "support/EventLoop.h"
 #include "support/SyntheticMedia.h"
 
-#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -24,24 +21,13 @@ double margin(double zoom) {
     return (zoom - 1.0) / (2.0 * zoom);
 }
 
-struct Entry {
-    LogLevel level;
-    QString message;
-};
-
 class StabilizerTest : public ::testing::Test {
 protected:
     QTemporaryDir dir;
     SettingsStore settings{dir.filePath(QStringLiteral("settings.ini"))};
-    double now = 1000.0; // seconds; only the test moves it
-    Stabilizer stabilizer{settings, [this] { return now; }};
+    Stabilizer stabilizer{settings, [] { return 1000.0; }}; // seconds: a clock that stands
     double cameraX = 0;
     double cameraY = 0;
-
-    void SetUp() override {
-        pumpPosted();
-        OstrelLog::shared().clear();
-    }
 
     // The next frame after the camera moved by (dx, dy) pixels.
     StabilizationResult move(double dx, double dy, int source = 1) {
@@ -58,16 +44,6 @@ protected:
         for (int i = 0; i < 12; ++i)
             r = move(8, 0);
         return r;
-    }
-
-    // Log entries of the stabiliser that have reached the main thread.
-    static std::vector<Entry> stabEntries() {
-        pumpPosted();
-        std::vector<Entry> found;
-        for (const LogEntry& e : OstrelLog::shared().entries())
-            if (e.message.startsWith(QStringLiteral("Stab")))
-                found.push_back({e.level, e.message});
-        return found;
     }
 };
 
@@ -118,35 +94,6 @@ TEST_F(StabilizerTest, ATenPercentJumpClosesTheGateAndTheOffsetReturnsAtMaxStep)
     EXPECT_LT(r.offset.x(), 1e-4);
 }
 
-TEST_F(StabilizerTest, GainZeroDecaysTheOffsetToZero) {
-    double previous = buildCorrection().offset.x();
-    ASSERT_GT(previous, 0.0);
-    settings.setStabGain(0.0); // read at the next measurement
-    for (int i = 0; i < 6; ++i) {
-        const StabilizationResult r = move(8, 0);
-        EXPECT_NEAR(r.offset.x(), std::max(previous - defaultMaxStep, 0.0), 1e-12) << i;
-        EXPECT_NEAR(r.offset.y(), 0.0, 1e-12);
-        previous = r.offset.x();
-    }
-    EXPECT_EQ(previous, 0.0);
-}
-
-TEST_F(StabilizerTest, CropZoomOneGivesNoCorrectionAndNoDiagnostics) {
-    settings.setStabCropZoom(1.0);
-    settings.setDevStabDiag(true);
-    stabilizer.setEnabled(true);
-    EXPECT_EQ(stabilizer.currentZoom(), 1.0);
-    for (int i = 0; i < 14; ++i) {
-        now += 1.0;
-        const StabilizationResult r = move(i % 2 ? 6 : -6, 3);
-        EXPECT_EQ(r.offset, QPointF(0, 0));
-        EXPECT_EQ(r.zoom, 1.0);
-    }
-    const auto entries = stabEntries();
-    ASSERT_EQ(entries.size(), 1u);
-    EXPECT_TRUE(entries[0].message.startsWith(QStringLiteral("Stabilisierung an")));
-}
-
 TEST_F(StabilizerTest, SourceChangeResetRequestAndSwitchingOffStartAfresh) {
     ASSERT_GT(buildCorrection().offset.x(), 0.0);
     // The Macro camera index changes: paths and reference are dropped before this frame.
@@ -172,37 +119,14 @@ TEST_F(StabilizerTest, SourceChangeResetRequestAndSwitchingOffStartAfresh) {
 TEST_F(StabilizerTest, BadFramesKeepTheLastOffset) {
     const QPointF built = buildCorrection().offset;
     ASSERT_GT(built.x(), 0.0);
-    // Too small in either dimension, or no picture at all: not measured, offset unchanged.
+    // Too small in either dimension, no picture at all, or a failed registration (flat picture):
+    // not measured, offset unchanged.
     for (const PixelBuffer& bad :
-         {synthetic::flatFrame(959, 720, 50), synthetic::flatFrame(1280, 539, 50), PixelBuffer()}) {
+         {synthetic::flatFrame(959, 720, 50), synthetic::flatFrame(1280, 539, 50), PixelBuffer(),
+          synthetic::flatFrame(FW, FH, 50)}) {
         const StabilizationResult r = stabilizer.stabilize(bad, 1);
         EXPECT_EQ(r.offset, built);
         EXPECT_DOUBLE_EQ(r.zoom, 1.15);
-    }
-    // A failed registration (flat picture) keeps the offset too.
-    EXPECT_EQ(stabilizer.stabilize(synthetic::flatFrame(FW, FH, 50), 1).offset, built);
-
-    cv::RNG rng(4);
-    auto check = [](const StabilizationResult& r, double zoom) {
-        ASSERT_TRUE(std::isfinite(r.offset.x()) && std::isfinite(r.offset.y()));
-        EXPECT_LE(std::abs(r.offset.x()), margin(zoom) + 1e-12);
-        EXPECT_LE(std::abs(r.offset.y()), margin(zoom) + 1e-12);
-        EXPECT_DOUBLE_EQ(r.zoom, zoom);
-    };
-    for (int i = 0; i < 30; ++i) {
-        switch (i % 5) {
-        case 0:
-            check(stabilizer.stabilize(synthetic::noiseFrame(FW, FH, rng), 1), 1.15);
-            break;
-        case 1: {
-            PixelBuffer dim = synthetic::sceneAt(FW, FH, cameraX, cameraY);
-            synthetic::scaleBrightness(dim, i % 2 ? 0.3 : 1.6);
-            check(stabilizer.stabilize(dim, 1), 1.15);
-            break;
-        }
-        default:
-            check(move(rng.uniform(-20.0, 20.0), rng.uniform(-20.0, 20.0)), 1.15);
-        }
     }
 }
 

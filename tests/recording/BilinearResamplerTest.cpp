@@ -49,8 +49,7 @@ TEST(BilinearResampler, FractionalMapsMatchExactBilinearWithinOneLevel) {
                         std::uint8_t(std::clamp(x * 4 + y * 3 + c * 20, 0, 255));
         BilinearResampler resampler;
         for (const Map& m : maps) {
-            SCOPED_TRACE(channels);
-            SCOPED_TRACE(m.x.a);
+            SCOPED_TRACE(testing::Message() << channels << " channels, x " << m.x.a);
             const int stride = m.outW * channels + 5; // padded rows must not be touched
             std::vector<std::uint8_t> dst(std::size_t(stride * m.outH), 7);
             resampler.resample({src.data(), w * channels, w, h, channels},

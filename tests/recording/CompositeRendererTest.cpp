@@ -3,11 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <string>
 #include <utility>
 
 namespace {
@@ -148,7 +146,6 @@ TEST(CompositeRenderer, BadInputStillGivesADefinedPicture) {
     EXPECT_EQ(pixelAt(canvas, 960, 540), black);
     EXPECT_FALSE(renderer.render(composeFrame(in), {}, PixelBuffer()));
     EXPECT_FALSE(renderer.renderYuv420(composeFrame(in), {}, Yuv420Buffer()));
-    EXPECT_TRUE(Yuv420Buffer::allocate(1921, 1080).isNull());
     for (auto [W, H] : {std::pair{1, 1}, std::pair{1921, 1081}, std::pair{3, 2}}) {
         const PixelBuffer wide = wideQuadrants();
         const PixelBuffer macro = macroQuadrants();

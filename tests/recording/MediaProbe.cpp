@@ -85,10 +85,6 @@ std::vector<double> audioLevels(const QString& path, double windowSeconds) {
     return levels;
 }
 
-QImage firstVideoFrame(const QString& path) {
-    return videoFrameAt(path, 0.0);
-}
-
 QImage videoFrameAt(const QString& path, double seconds) {
     const QString png = path + QStringLiteral(".frame.png");
     QProcess process;

@@ -41,10 +41,11 @@ int decodedVideoFrames(const QString& path);
 // has no sound or ffmpeg fails.
 std::vector<double> audioLevels(const QString& path, double windowSeconds = 0.1);
 
-// The first picture of the file, decoded by ffmpeg (null when that fails).
-QImage firstVideoFrame(const QString& path);
-// The picture shown at `seconds` into the file.
+// The picture shown at `seconds` into the file, decoded by ffmpeg (null when that fails).
 QImage videoFrameAt(const QString& path, double seconds);
+inline QImage firstVideoFrame(const QString& path) {
+    return videoFrameAt(path, 0.0);
+}
 
 // The names of the top-level boxes of an MP4 file, in order.
 QStringList topLevelBoxes(const QString& path);

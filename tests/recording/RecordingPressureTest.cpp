@@ -34,10 +34,6 @@ private:
     RecordingPressure::Sample m_totals;
 };
 
-} // namespace
-
-namespace {
-
 constexpr int full = RecordingPressure::intervalsMs[0];
 constexpr int fps20 = RecordingPressure::intervalsMs[1];
 constexpr int fps15 = RecordingPressure::intervalsMs[2];
@@ -165,14 +161,15 @@ TEST(RecordingPressure, LiveViewAndPaceFollowTheEncodersTicks) {
                 for (int n = 0; n < step.count; ++n)
                     ticks.tick(step.tick.appended, step.tick.dropped, step.tick.backlogged);
                 SCOPED_TRACE(testing::Message() << "round " << round << ", step " << i);
-                if (step.interval != any)
-                    EXPECT_EQ(pressure.liveIntervalMs(), step.interval);
-                if (step.limit != any)
-                    EXPECT_EQ(pressure.rateLimit(), step.limit);
+                EXPECT_TRUE(step.interval == any || pressure.liveIntervalMs() == step.interval)
+                    << pressure.liveIntervalMs();
+                EXPECT_TRUE(step.limit == any || pressure.rateLimit() == step.limit)
+                    << pressure.rateLimit();
             }
     }
 }
 
+// One RecordingPressure for all cases: each recording measures afresh, with counters from zero.
 TEST(RecordingPressure, TheEncodersCostInTheFirstSecondsSetsThePace) {
     struct Case {
         int cpus;
@@ -194,13 +191,16 @@ TEST(RecordingPressure, TheEncodersCostInTheFirstSecondsSetsThePace) {
         {1, 0.0, 200'000, 30, 10, 100}, // 5 fps: no lower than 10
         {4, 0.0, 60'000, 30, 0, 67},    // the cores count: 67 fps flat out
     };
+    RecordingPressure pressure;
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << c.cpus << " cores, " << c.otherCores << " taken, "
                                         << c.cpuPerFrameUs << " us, " << c.cameraFps << " fps");
-        RecordingPressure pressure;
         pressure.start(c.cpus);
+        EXPECT_EQ(pressure.rateLimit(), 0);
         EXPECT_EQ(pressure.liveIntervalMs(), 100); // the encoder gets the room while measured
         Ticks ticks(pressure);
+        for (int i = 0; i < 6; ++i)
+            EXPECT_FALSE(ticks.measuredTick(0, 0, 0)); // no Wide picture yet
         const int perTick = int(c.cameraFps / 2);
         // The first key frame costs several frames' time: that tick is left out.
         EXPECT_FALSE(ticks.measuredTick(perTick, 20 * c.cpuPerFrameUs, c.cameraFps, 2.0));
@@ -211,27 +211,4 @@ TEST(RecordingPressure, TheEncodersCostInTheFirstSecondsSetsThePace) {
         EXPECT_EQ(pressure.rateLimit(), c.limit);
         EXPECT_EQ(pressure.liveIntervalMs(), c.liveIntervalMs);
     }
-}
-
-TEST(RecordingPressure, MeasuringWaitsForPicturesAndEachRecordingMeasuresAfresh) {
-    RecordingPressure pressure;
-    pressure.start(2);
-    Ticks ticks(pressure);
-    for (int i = 0; i < 6; ++i)
-        EXPECT_FALSE(ticks.measuredTick(0, 0, 0)); // no Wide picture yet
-    EXPECT_TRUE(pressure.measuring());
-    for (int i = 0; i < 4; ++i)
-        ticks.measuredTick(15, 60'000, 30);
-    ASSERT_EQ(pressure.rateLimit(), 29);
-    EXPECT_NEAR(*pressure.flatOutFps(), 33.3, 0.1);
-
-    // The next recording: no limit, measuring again, and the engine's counters start at zero.
-    pressure.start(2);
-    EXPECT_EQ(pressure.rateLimit(), 0);
-    EXPECT_TRUE(pressure.measuring());
-    Ticks again(pressure);
-    for (int i = 0; i < 4; ++i)
-        again.measuredTick(15, 10'000, 30);
-    EXPECT_EQ(pressure.rateLimit(), 0);
-    EXPECT_EQ(pressure.liveIntervalMs(), 33);
 }

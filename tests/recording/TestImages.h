@@ -2,9 +2,6 @@
 
 #include "media/PixelBuffer.h"
 
-#include <QImage>
-#include <QString>
-
 #include <array>
 #include <cstdint>
 
@@ -43,11 +40,6 @@ inline PixelBuffer solid(int w, int h, Bgra c) {
     return b;
 }
 
-inline QImage toImage(const PixelBuffer& b) {
-    return QImage(b.data(), b.width(), b.height(), b.stride(), QImage::Format_ARGB32_Premultiplied)
-        .copy();
-}
-
 constexpr Bgra red{0, 0, 255};
 constexpr Bgra green{0, 255, 0};
 constexpr Bgra blue{255, 0, 0};
@@ -57,6 +49,3 @@ constexpr Bgra magenta{255, 0, 255};
 constexpr Bgra yellow{0, 255, 255};
 constexpr Bgra grey{128, 128, 128};
 constexpr Bgra black{0, 0, 0};
-
-// Where a test run leaves its pictures for a person to look at.
-QString testOutputFolder();

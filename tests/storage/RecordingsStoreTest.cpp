@@ -1,67 +1,16 @@
 #include "storage/RecordingsStore.h"
 
-#include "diagnostics/OstrelLog.h"
 #include "settings/SettingsStore.h"
-#include "support/LogProbe.h"
 
 #include <QDir>
-#include <QSettings>
-#include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
-namespace {
-
-class RecordingsStoreTest : public ::testing::Test {
-protected:
+TEST(RecordingsStore, ChooserStartsBesideTheSuggestedFolderNeverInsideIt) {
     QTemporaryDir dir;
-    QString iniPath() const { return dir.filePath(QStringLiteral("ostrel.ini")); }
-
-    LogProbe log;
-};
-
-} // namespace
-
-TEST_F(RecordingsStoreTest, FirstLaunchHasNoFolderAndLogsNothing) {
-    SettingsStore settings(iniPath());
-    RecordingsStore store(settings);
-    EXPECT_TRUE(store.folderURL().isEmpty());
-    EXPECT_TRUE(log.entries().empty());
-    EXPECT_FALSE(store.isReachable());
-    EXPECT_FALSE(store.availableCapacity().has_value());
-    store.revealInFileManager(); // nothing to show, nothing happens
-}
-
-TEST_F(RecordingsStoreTest, ChosenFolderIsLoggedOnceAndSurvivesARestart) {
-    const QString folder = dir.filePath(QStringLiteral("Aufnahmen mit  Leerzeichen"));
-    ASSERT_TRUE(QDir().mkpath(folder));
-    {
-        SettingsStore settings(iniPath());
-        RecordingsStore store(settings);
-        QSignalSpy changed(&store, &RecordingsStore::folderURLChanged);
-        ASSERT_TRUE(store.setFolder(QUrl::fromLocalFile(folder + QStringLiteral("/"))));
-        EXPECT_EQ(changed.count(), 1);
-        EXPECT_EQ(store.folderPath(), folder);
-        EXPECT_TRUE(store.isReachable());
-        ASSERT_TRUE(store.availableCapacity().has_value());
-        EXPECT_GT(*store.availableCapacity(), 0);
-        settings.sync();
-    }
-    const auto entries = log.entries();
-    ASSERT_EQ(entries.size(), 1u);
-    EXPECT_EQ(entries[0].first, LogLevel::event);
-    EXPECT_EQ(entries[0].second, QStringLiteral("Aufnahmeordner gesetzt: ") + folder);
-
-    SettingsStore settings(iniPath());
-    RecordingsStore reopened(settings);
-    EXPECT_EQ(reopened.folderPath(), folder);
-    EXPECT_EQ(log.entries().size(), 1u);
-}
-
-TEST_F(RecordingsStoreTest, ChooserStartsBesideTheSuggestedFolderNeverInsideIt) {
-    SettingsStore settings(iniPath());
+    SettingsStore settings(dir.filePath(QStringLiteral("ostrel.ini")));
     RecordingsStore store(settings);
     const QString movies = QStandardPaths::writableLocation(QStandardPaths::MoviesLocation);
     EXPECT_EQ(store.defaultFolder().toLocalFile(),
