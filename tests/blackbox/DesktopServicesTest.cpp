@@ -8,7 +8,6 @@
 #include "support/PrivateBus.h"
 
 #include <QColor>
-#include <QDir>
 #include <QFile>
 #include <QUrl>
 

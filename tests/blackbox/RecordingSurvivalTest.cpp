@@ -15,7 +15,6 @@
 #include <QRegularExpression>
 #include <QScopeGuard>
 #include <QTemporaryDir>
-#include <QThread>
 
 #include <gtest/gtest.h>
 
