@@ -10,9 +10,10 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
-#include <QMap>
+#include <QRegularExpression>
 #include <QThread>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 
@@ -29,57 +30,57 @@
 void recordFor(double seconds) {
     QElapsedTimer timer;
     timer.start();
-    pumpUntil(
-        [&] {
-            QThread::msleep(50);
-            return timer.elapsed() >= seconds * 1000;
-        },
-        int(seconds * 1000) + 5000);
+    pollUntil([&] { return timer.elapsed() >= seconds * 1000; }, int(seconds * 1000) + 5000);
 }
+
+int lineOf(const QStringList& lines, const QString& text, int from) {
+    for (int i = from; i < lines.size(); ++i)
+        if (lines[i].contains(text))
+            return i;
+    return -1;
+}
+
+namespace {
 
 QString ostrelBinary() {
     return QStringLiteral(OSTREL_APP_BINARY);
 }
 
-double texturedShare(const QImage& image, QRect area) {
-    int textured = 0;
-    int total = 0;
-    for (int y = area.top(); y < area.bottom(); y += 8) {
-        for (int x = area.left(); x < area.right() - 8; x += 8) {
-            const QColor a = image.pixelColor(x, y);
-            const QColor b = image.pixelColor(x + 8, y);
-            ++total;
-            if (a.value() > 20 && std::abs(a.value() - b.value()) > 3)
-                ++textured;
-        }
-    }
-    return total ? double(textured) / total : 0.0;
+// Share of the points of `area`, `step` pixels apart, that `holds` is true for.
+double sampledShare(QRect area, int step, const std::function<bool(int x, int y)>& holds) {
+    int hits = 0, total = 0;
+    for (int y = area.top(); y < area.bottom(); y += step)
+        for (int x = area.left(); x < area.right(); x += step, ++total)
+            hits += holds(x, y);
+    return total ? double(hits) / total : 0.0;
 }
-
-namespace {
 
 // Share of sampled pixels in `area` that are pale grey, as an alert's panel is.
 double paleShare(const QImage& image, QRect area) {
-    int pale = 0;
-    int total = 0;
-    for (int y = area.top(); y < area.bottom(); y += 4)
-        for (int x = area.left(); x < area.right(); x += 4) {
-            const QColor c = image.pixelColor(x, y);
-            ++total;
-            if (c.value() > 215 && c.hsvSaturation() < 25)
-                ++pale;
-        }
-    return total ? double(pale) / total : 0.0;
+    return sampledShare(area, 4, [&](int x, int y) {
+        const QColor c = image.pixelColor(x, y);
+        return c.value() > 215 && c.hsvSaturation() < 25;
+    });
 }
 
 } // namespace
 
+double texturedShare(const QImage& image, QRect area) {
+    return sampledShare(area.adjusted(0, 0, -8, 0), 8, [&](int x, int y) {
+        const int value = image.pixelColor(x, y).value();
+        return value > 20 && std::abs(value - image.pixelColor(x + 8, y).value()) > 3;
+    });
+}
+
+void saveForLooking(const QImage& image, const QString& name) {
+    if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT"); !out.isEmpty())
+        image.save(out + QStringLiteral("/blackbox-") + name + QStringLiteral(".png"));
+}
+
 AppRun::AppRun(AppRunOptions options) : m_options(std::move(options)) {
     QDir home(m_home.path());
-    home.mkpath(QStringLiteral("Documents"));
-    home.mkpath(QStringLiteral("Aufnahmen"));
-    home.mkpath(QStringLiteral(".config/ostrel"));
-    home.mkpath(QStringLiteral("runtime"));
+    for (const char* folder : {"Documents", "Aufnahmen", ".config/ostrel", "runtime"})
+        home.mkpath(QString::fromLatin1(folder));
     QFile::setPermissions(home.filePath(QStringLiteral("runtime")),
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
 
@@ -93,26 +94,17 @@ AppRun::AppRun(AppRunOptions options) : m_options(std::move(options)) {
                           m_options.microphone ? VirtualDevices::microphoneID : QString());
         settings.setValue(Setting::recordingFolderPath, recordingFolder().toUtf8());
     }
-    for (auto it = m_options.settings.cbegin(); it != m_options.settings.cend(); ++it) {
+    for (auto it = m_options.settings.cbegin(); it != m_options.settings.cend(); ++it)
         if (const auto setting = settingFromKey(it.key()))
             settings.setValue(*setting, it.value());
-    }
 }
 
 AppRun::~AppRun() {
-    if (m_app && m_app->state() != QProcess::NotRunning) {
+    if (isRunning()) {
         m_app->kill();
         m_app->waitForFinished(5000);
     }
     stopDisplay();
-}
-
-QString AppRun::home() const {
-    return m_home.path();
-}
-
-QString AppRun::recordingFolder() const {
-    return QDir(m_home.path()).filePath(QStringLiteral("Aufnahmen"));
 }
 
 QString AppRun::logPath() const {
@@ -130,16 +122,6 @@ constexpr int firstDisplay = 120;
 constexpr int displayCount = 800;
 
 } // namespace
-
-void AppRun::DisplayLock::release() {
-    if (fd >= 0)
-        ::close(fd);
-    fd = -1;
-}
-
-AppRun::DisplayLock::~DisplayLock() {
-    release();
-}
 
 std::optional<QString> AppRun::startDisplay() {
     if (m_display_server)
@@ -215,15 +197,14 @@ void AppRun::stopDisplay() {
 }
 
 std::optional<QString> AppRun::startUsableDisplay() {
-    std::optional<QString> error = startDisplay();
-    if (error)
+    if (auto error = startDisplay())
         return error;
     // Ready means a client gets through.
-    if (!run(QStringLiteral("xdotool"), {QStringLiteral("getdisplaygeometry")})) {
-        error = QStringLiteral("display %1 cannot be reached").arg(m_display);
-        stopDisplay();
-        m_displayLock.release();
-    }
+    if (run(QStringLiteral("xdotool"), {QStringLiteral("getdisplaygeometry")}))
+        return std::nullopt;
+    const QString error = QStringLiteral("display %1 cannot be reached").arg(m_display);
+    stopDisplay();
+    m_displayLock.release();
     return error;
 }
 
@@ -260,8 +241,7 @@ QProcessEnvironment AppRun::appEnvironment() const {
 bool AppRun::run(const QString& program, const QStringList& arguments, int timeoutMs,
                  QString* output) const {
     QProcess process;
-    QProcessEnvironment env = appEnvironment();
-    process.setProcessEnvironment(env);
+    process.setProcessEnvironment(appEnvironment());
     process.start(program, arguments);
     if (!process.waitForFinished(timeoutMs)) {
         process.kill();
@@ -278,12 +258,7 @@ QList<AppRun::ShownText> AppRun::shownTexts(int timeoutMs) {
     QFile::remove(path);
     signal(SIGUSR1);
     QList<ShownText> texts;
-    if (!pumpUntil(
-            [&] {
-                QThread::msleep(20);
-                return QFile::exists(path);
-            },
-            timeoutMs)) {
+    if (!pollUntil([&] { return QFile::exists(path); }, timeoutMs)) {
         std::fprintf(stderr, "no list of shown texts came\n");
         return texts;
     }
@@ -305,26 +280,38 @@ QList<AppRun::ShownText> AppRun::shownTexts(int timeoutMs) {
 std::optional<AppRun::ShownText>
 AppRun::waitForShown(const std::function<bool(const ShownText&)>& match, int timeoutMs) {
     std::optional<ShownText> found;
-    pumpUntil(
+    pollUntil(
         [&] {
-            for (const ShownText& item : shownTexts())
-                if (match(item) && !item.area.isEmpty()) {
-                    found = item;
-                    return true;
-                }
-            QThread::msleep(50);
-            return false;
+            const QList<ShownText> shown = shownTexts();
+            const auto item = std::find_if(shown.begin(), shown.end(), [&](const ShownText& i) {
+                return match(i) && !i.area.isEmpty();
+            });
+            if (item != shown.end())
+                found = *item;
+            return found.has_value();
         },
         timeoutMs);
     return found;
 }
 
-std::optional<AppRun::ShownText> AppRun::waitForShown(const QString& textOrName, int timeoutMs) {
-    return waitForShown(
+std::optional<AppRun::ShownText> AppRun::waitForShown(const QString& textOrName, int timeoutMs,
+                                                      const QString& windowTitle) {
+    const QRegularExpression title(windowTitle);
+    const auto found = waitForShown(
         [&](const ShownText& item) {
-            return item.text == textOrName || item.objectName == textOrName;
+            return (item.text == textOrName || item.objectName == textOrName) &&
+                   title.match(item.window).hasMatch();
         },
         timeoutMs);
+    if (!found && timeoutMs > 0)
+        qWarning("waited %d ms for \"%s\" in \"%s\"; it did not show", timeoutMs,
+                 qPrintable(textOrName), qPrintable(windowTitle));
+    return found;
+}
+
+bool AppRun::clickShown(const QString& textOrName, const QString& windowTitle) {
+    const auto item = waitForShown(textOrName, 15000, windowTitle);
+    return item && click(item->area.center());
 }
 
 std::optional<QString> AppRun::startLive() {
@@ -372,10 +359,6 @@ QString AppRun::describe() const {
 std::optional<QString> AppRun::start(int timeoutMs) {
     if (isRunning())
         return QStringLiteral("the app is already running");
-    return startOnce(timeoutMs);
-}
-
-std::optional<QString> AppRun::startOnce(int timeoutMs) {
     if (auto error = startUsableDisplay())
         return error;
     m_app = std::make_unique<QProcess>();
@@ -389,7 +372,7 @@ std::optional<QString> AppRun::startOnce(int timeoutMs) {
         });
     }
     QString program = ostrelBinary();
-    QStringList arguments = m_options.arguments;
+    QStringList arguments;
     if (const qint64 size = m_options.tmpfsRecordingFolder; size > 0) {
         if (!run(QStringLiteral("unshare"), {QStringLiteral("-rm"), QStringLiteral("true")}))
             return QStringLiteral("a private mount namespace (unshare -rm) is not available "
@@ -450,7 +433,7 @@ AppRun::Output AppRun::runToExit(const QStringList& arguments, int timeoutMs) {
 AppRun::Output AppRun::startAgain(int timeoutMs) {
     QProcess process;
     process.setProcessEnvironment(appEnvironment());
-    process.start(ostrelBinary(), m_options.arguments);
+    process.start(ostrelBinary(), QStringList());
     return collectOutput(process, timeoutMs);
 }
 
@@ -463,17 +446,12 @@ QStringList AppRun::logLines() const {
 
 std::optional<QString> AppRun::waitForLog(const QString& text, int timeoutMs, int fromLine) const {
     std::optional<QString> found;
-    pumpUntil(
+    pollUntil(
         [&] {
             const QStringList lines = logLines();
-            for (int i = fromLine; i < lines.size(); ++i) {
-                if (lines[i].contains(text)) {
-                    found = lines[i];
-                    return true;
-                }
-            }
-            QThread::msleep(50);
-            return false;
+            if (const int at = lineOf(lines, text, fromLine); at >= 0)
+                found = lines[at];
+            return found.has_value();
         },
         timeoutMs);
     if (!found)
@@ -503,14 +481,12 @@ QRect AppRun::windowGeometry(const QString& windowTitle) const {
              {QStringLiteral("getwindowgeometry"), QStringLiteral("--shell"), ids.last()}, 5000,
              &shell))
         return {};
-    QMap<QString, int> values;
-    for (const QString& line : shell.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
-        const QStringList pair = line.split(QLatin1Char('='));
-        if (pair.size() == 2)
-            values[pair[0]] = pair[1].toInt();
-    }
-    return QRect(values.value(QStringLiteral("X")), values.value(QStringLiteral("Y")),
-                 values.value(QStringLiteral("WIDTH")), values.value(QStringLiteral("HEIGHT")));
+    static const QRegularExpression geometry(
+        QStringLiteral("X=(-?\\d+)\nY=(-?\\d+)\nWIDTH=(\\d+)\nHEIGHT=(\\d+)"));
+    const QRegularExpressionMatch at = geometry.match(shell);
+    return at.hasMatch() ? QRect(at.captured(1).toInt(), at.captured(2).toInt(),
+                                 at.captured(3).toInt(), at.captured(4).toInt())
+                         : QRect();
 }
 
 bool AppRun::minimise(const QString& windowTitle) {
@@ -551,13 +527,15 @@ bool AppRun::waitForFront(const QString& windowTitle, int timeoutMs) const {
     return pumpUntil(
         [&] {
             const QStringList ids = windowIds(windowTitle);
-            QString focused;
-            return !ids.isEmpty() &&
-                   run(QStringLiteral("xdotool"), {QStringLiteral("getwindowfocus")}, 5000,
-                       &focused) &&
-                   focused.trimmed() == ids.last();
+            return !ids.isEmpty() && focusedWindow() == ids.last();
         },
         timeoutMs);
+}
+
+QString AppRun::focusedWindow() const {
+    QString focused;
+    run(QStringLiteral("xdotool"), {QStringLiteral("getwindowfocus")}, 5000, &focused);
+    return focused.trimmed();
 }
 
 std::optional<QString> AppRun::focusWindow(const QString& id) {
@@ -568,18 +546,13 @@ std::optional<QString> AppRun::focusWindow(const QString& id) {
         run(QStringLiteral("xdotool"), {QStringLiteral("windowfocus"), id});
         QDeadlineTimer settle(1000);
         while (!settle.hasExpired()) {
-            QString focused;
-            if (run(QStringLiteral("xdotool"), {QStringLiteral("getwindowfocus")}, 5000,
-                    &focused) &&
-                focused.trimmed() == id)
+            if (focusedWindow() == id)
                 return std::nullopt;
             QThread::msleep(20);
         }
     }
-    QString focused;
-    run(QStringLiteral("xdotool"), {QStringLiteral("getwindowfocus")}, 5000, &focused);
     return QStringLiteral("window %1 did not get the keyboard focus within 15 s (it is on %2)")
-        .arg(id, focused.trimmed());
+        .arg(id, focusedWindow());
 }
 
 bool AppRun::pressKeysUntil(const QString& keys, const std::function<bool()>& done,
@@ -634,10 +607,9 @@ bool AppRun::pressKeys(const QString& keys, const QString& windowTitle, int hold
             return fail(QStringLiteral("xdotool could not release"));
     }
     // The keys went to the window only if it still had the focus afterwards.
-    QString focused;
-    run(QStringLiteral("xdotool"), {QStringLiteral("getwindowfocus")}, 5000, &focused);
-    if (focused.trimmed() != id && windowIds(windowTitle).contains(id))
-        return fail(QStringLiteral("the focus moved to %1 while typing").arg(focused.trimmed()));
+    if (const QString focused = focusedWindow();
+        focused != id && windowIds(windowTitle).contains(id))
+        return fail(QStringLiteral("the focus moved to %1 while typing").arg(focused));
     return true;
 }
 
@@ -660,19 +632,27 @@ bool AppRun::click(QPoint at, const QString& windowTitle) {
     return true;
 }
 
+std::optional<QString> AppRun::startRecording(const QString& keys) {
+    const int from = int(logLines().size());
+    if (!pressKeys(keys))
+        return std::nullopt;
+    return waitForLog(QStringLiteral("Aufnahme läuft"), 30000, from);
+}
+
+QString AppRun::stopRecording() {
+    const int from = int(logLines().size());
+    const auto saved = pressKeys(QStringLiteral("ctrl+r"))
+                           ? waitForLog(QStringLiteral("Aufnahme gespeichert: "), 60000, from)
+                           : std::nullopt;
+    return saved ? recordingFolder() + u'/' + saved->section(u' ', -1) : QString();
+}
+
 QStringList AppRun::recordingFiles(const QString& pattern) const {
     return QDir(recordingFolder()).entryList({pattern}, QDir::Files, QDir::Name);
 }
 
 bool AppRun::waitForFiles(const QString& pattern, int count, int timeoutMs) const {
-    return pumpUntil(
-        [&] {
-            if (recordingFiles(pattern).size() >= count)
-                return true;
-            QThread::msleep(50);
-            return false;
-        },
-        timeoutMs);
+    return pollUntil([&] { return recordingFiles(pattern).size() >= count; }, timeoutMs);
 }
 
 QImage AppRun::screenshot() const {
@@ -708,18 +688,9 @@ bool AppRun::waitForAlert(bool shown) const {
     const auto up = [&](const QImage& shot) { return paleShare(shot, middle) > 0.6; };
     const QImage screen =
         waitForScreen([&](const QImage& shot) { return up(shot) == shown; }, 15000);
-    if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT");
-        !out.isEmpty() && up(screen))
-        screen.save(out + QStringLiteral("/blackbox-alert.png"));
+    if (up(screen))
+        saveForLooking(screen, QStringLiteral("alert"));
     return up(screen);
-}
-
-qint64 AppRun::pid() const {
-    return m_app ? m_app->processId() : 0;
-}
-
-bool AppRun::isRunning() const {
-    return m_app && m_app->state() != QProcess::NotRunning;
 }
 
 void AppRun::signal(int signalNumber) {
@@ -728,11 +699,8 @@ void AppRun::signal(int signalNumber) {
 }
 
 std::optional<int> AppRun::waitForExit(int timeoutMs) {
-    if (!m_app)
-        return std::nullopt;
-    if (!pumpUntil([&] { return !isRunning(); }, timeoutMs))
-        return std::nullopt;
-    if (m_app->exitStatus() != QProcess::NormalExit)
+    if (!m_app || !pumpUntil([&] { return !isRunning(); }, timeoutMs) ||
+        m_app->exitStatus() != QProcess::NormalExit)
         return std::nullopt;
     return m_app->exitCode();
 }

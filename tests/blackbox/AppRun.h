@@ -20,6 +20,8 @@
 #include <memory>
 #include <optional>
 
+#include <unistd.h>
+
 // The main window's title as a pattern: "OSTREL", with "● REC – " before it while recording
 // (ASCII only: xdotool's patterns do not take UTF-8).
 inline QString mainWindowTitle() {
@@ -31,7 +33,6 @@ struct AppRunOptions {
     bool microphone = true;          // assign the virtual microphone (else "Kein Ton")
     QString faults;                  // OSTREL_VIRTUAL_FAULTS
     QVariantMap settings;            // further persisted settings by key
-    QStringList arguments;           // command-line arguments of the app
     QProcessEnvironment environment; // added to the app's environment
     // The app's file-size limit in bytes (RLIMIT_FSIZE), as a drive that fills up; 0: none.
     // Writes beyond it fail with EFBIG instead of raising SIGXFSZ.
@@ -51,8 +52,8 @@ public:
     AppRun(const AppRun&) = delete;
     AppRun& operator=(const AppRun&) = delete;
 
-    QString home() const;
-    QString recordingFolder() const; // HOME/Aufnahmen, created
+    QString home() const { return m_home.path(); }
+    QString recordingFolder() const { return m_home.filePath(QStringLiteral("Aufnahmen")); }
     // The diagnostic log file: in HOME/Documents, or in the app's data folder when Documents
     // is not a folder.
     QString logPath() const;
@@ -88,10 +89,10 @@ public:
     // it does a held key. False, with the reason on stderr, when any of it did not happen.
     bool pressKeys(const QString& keys, const QString& windowTitle = mainWindowTitle(),
                    int holdMs = 0);
-    // Types the keys until `done` holds (up to 3 times, each given 5 s): a key typed while the
-    // focus still settles after a window closed or a recording ended can be lost.
     // Types `text` into the focused item of the window, character by character.
     bool typeText(const QString& text, const QString& windowTitle = mainWindowTitle());
+    // Types the keys until `done` holds (up to 3 times, each given 5 s): a key typed while the
+    // focus still settles after a window closed or a recording ended can be lost.
     bool pressKeysUntil(const QString& keys, const std::function<bool()>& done,
                         const QString& windowTitle = mainWindowTitle());
     // Clicks the left mouse button at a point of the screen; with `windowTitle`, the window
@@ -107,10 +108,18 @@ public:
     };
     QList<ShownText> shownTexts(int timeoutMs = 10000);
     // Waits until the app shows an item that `match` holds for, or whose text or object name is
-    // `textOrName`; with no time, looks once.
+    // `textOrName` (in a window whose title matches `windowTitle`, a regular expression); with
+    // no time, looks once.
     std::optional<ShownText> waitForShown(const std::function<bool(const ShownText&)>& match,
                                           int timeoutMs = 20000);
-    std::optional<ShownText> waitForShown(const QString& textOrName, int timeoutMs = 20000);
+    std::optional<ShownText> waitForShown(const QString& textOrName, int timeoutMs = 20000,
+                                          const QString& windowTitle = {});
+    // Clicks the middle of that item once it shows (15 s).
+    bool clickShown(const QString& textOrName, const QString& windowTitle = {});
+    // Starts a recording with `keys`; returns the log line that says it runs.
+    std::optional<QString> startRecording(const QString& keys = QStringLiteral("ctrl+r"));
+    // Stops it with Ctrl+R; returns the saved file's path, empty when none was saved.
+    QString stopRecording();
     // Files in the recording folder matching `pattern`, sorted.
     QStringList recordingFiles(const QString& pattern = QStringLiteral("OSTREL-*")) const;
     // Waits until at least `count` files match `pattern` in the recording folder.
@@ -133,12 +142,11 @@ public:
     // Where the app's window matching `windowTitle` sits on the screen (empty if none).
     QRect windowGeometry(const QString& windowTitle = mainWindowTitle()) const;
 
-    qint64 pid() const;
-    bool isRunning() const;
+    qint64 pid() const { return m_app ? m_app->processId() : 0; }
+    bool isRunning() const { return m_app && m_app->state() != QProcess::NotRunning; }
     void signal(int signalNumber);
     // Waits for the app to end; returns its exit code, or nullopt on time-out or a crash.
     std::optional<int> waitForExit(int timeoutMs = 60000);
-    QString display() const { return m_display; }
     QString appOutput() const; // stderr and stdout of the app so far
     // The end of the log and the app's output, for a failure message.
     QString describe() const;
@@ -150,7 +158,7 @@ private:
     std::optional<QString> startUsableDisplay();
     void stopDisplay();
     std::optional<QString> focusWindow(const QString& id);
-    std::optional<QString> startOnce(int timeoutMs);
+    QString focusedWindow() const; // its id
     QStringList windowIds(const QString& windowTitle) const;
     QProcessEnvironment appEnvironment() const;
     bool run(const QString& program, const QStringList& arguments, int timeoutMs = 10000,
@@ -160,8 +168,12 @@ private:
     QTemporaryDir m_home;
     struct DisplayLock {
         int fd = -1;
-        void release();
-        ~DisplayLock();
+        void release() {
+            if (fd >= 0)
+                ::close(fd);
+            fd = -1;
+        }
+        ~DisplayLock() { release(); }
     };
     DisplayLock m_displayLock; // held while the display server runs
     std::unique_ptr<QProcess> m_display_server;
@@ -172,7 +184,16 @@ private:
 
 // Lets `seconds` of a recording pass while the test keeps its event loop going.
 void recordFor(double seconds);
-// The built binary.
-QString ostrelBinary();
+// The first of `lines` from `from` on that contains `text`; -1 when none does.
+int lineOf(const QStringList& lines, const QString& text, int from = 0);
 // Share of sampled pixels in `area` that are neither black nor flat: a live camera picture.
 double texturedShare(const QImage& image, QRect area);
+// Saves `image` as blackbox-<name>.png in OSTREL_TEST_OUTPUT, when that is set, to look at.
+void saveForLooking(const QImage& image, const QString& name);
+
+// Ends the test when the app did not come up (start(), startLive()), saying why.
+#define ASSERT_STARTED(started)                                                                    \
+    do {                                                                                           \
+        const std::optional<QString> startError = (started);                                       \
+        ASSERT_FALSE(startError) << startError->toStdString();                                     \
+    } while (false)

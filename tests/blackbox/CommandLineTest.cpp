@@ -35,9 +35,13 @@ TEST(CommandLine, VersionPrintsTheBuildAndExitsWithoutAWindow) {
         EXPECT_TRUE(lines[1].contains(QStringLiteral(" · Linux "))) << lines[1].toStdString();
     }
     EXPECT_FALSE(QFile::exists(app.logPath())) << "no start-up entry in the log";
+    // The counter-check: with no window system the real start fails.
+    const AppRun::Output start = app.runToExit({QStringLiteral("--"), QStringLiteral("--help")});
+    EXPECT_NE(start.exitCode, 0);
+    EXPECT_FALSE(start.standardOutput.contains(QStringLiteral("Aufruf:")));
 }
 
-TEST(CommandLine, HelpInGermanNamesTheOptionsTheEnvironmentAndTheFiles) {
+TEST(CommandLine, HelpNamesTheOptionsTheEnvironmentAndTheFilesInTheSystemLanguage) {
     AppRun app(withoutWindowSystem(QStringLiteral("de_DE.UTF-8")));
     const AppRun::Output result = app.runToExit({QStringLiteral("--help")});
     EXPECT_EQ(result.exitCode, 0) << result.standardError.toStdString();
@@ -56,20 +60,19 @@ TEST(CommandLine, HelpInGermanNamesTheOptionsTheEnvironmentAndTheFiles) {
         EXPECT_TRUE(text.contains(expected)) << expected.toStdString() << "\n"
                                              << text.toStdString();
     EXPECT_FALSE(QFile::exists(app.logPath()));
+
+    // An English system language.
+    AppRun english(withoutWindowSystem(QStringLiteral("en_GB.UTF-8")));
+    const AppRun::Output usage = english.runToExit({QStringLiteral("-h")});
+    EXPECT_EQ(usage.exitCode, 0) << usage.standardError.toStdString();
+    EXPECT_TRUE(usage.standardOutput.startsWith(QStringLiteral("Usage: ostrel [OPTION]\n")))
+        << usage.standardOutput.toStdString();
+    EXPECT_TRUE(usage.standardOutput.contains(QStringLiteral("Environment variables:")));
+    EXPECT_TRUE(usage.standardOutput.contains(QStringLiteral("OSTREL_VIRTUAL_DEVICES=1")));
+    EXPECT_FALSE(usage.standardOutput.contains(QStringLiteral("Umgebungsvariablen")));
 }
 
-TEST(CommandLine, HelpFollowsAnEnglishSystemLanguage) {
-    AppRun app(withoutWindowSystem(QStringLiteral("en_GB.UTF-8")));
-    const AppRun::Output result = app.runToExit({QStringLiteral("-h")});
-    EXPECT_EQ(result.exitCode, 0) << result.standardError.toStdString();
-    EXPECT_TRUE(result.standardOutput.startsWith(QStringLiteral("Usage: ostrel [OPTION]\n")))
-        << result.standardOutput.toStdString();
-    EXPECT_TRUE(result.standardOutput.contains(QStringLiteral("Environment variables:")));
-    EXPECT_TRUE(result.standardOutput.contains(QStringLiteral("OSTREL_VIRTUAL_DEVICES=1")));
-    EXPECT_FALSE(result.standardOutput.contains(QStringLiteral("Umgebungsvariablen")));
-}
-
-TEST(CommandLine, SavingACameraStreamSaysWhyItCannotWithoutAWindow) {
+TEST(CommandLine, SavingACameraStreamOrAnUnknownOptionSaysWhatIsWrong) {
     AppRun app(withoutWindowSystem(QStringLiteral("de_DE.UTF-8")));
     const QString file = app.home() + QStringLiteral("/wide.mjpeg");
     const AppRun::Output missing =
@@ -83,21 +86,10 @@ TEST(CommandLine, SavingACameraStreamSaysWhyItCannotWithoutAWindow) {
     EXPECT_TRUE(wrong.standardError.startsWith(
         QStringLiteral("Aufruf: ostrel --save-camera-stream GERÄT DATEI SEKUNDEN")));
     EXPECT_FALSE(QFile::exists(file));
-}
-
-TEST(CommandLine, AnUnknownOptionPrintsTheUsageAndExitsWithTwo) {
-    AppRun app(withoutWindowSystem(QStringLiteral("de_DE.UTF-8")));
+    // An unknown option prints the usage and exits with 2.
     const AppRun::Output result = app.runToExit({QStringLiteral("--bogus")});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_TRUE(result.standardError.startsWith(QStringLiteral("Unbekannte Option: --bogus\n")))
         << result.standardError.toStdString();
     EXPECT_TRUE(result.standardError.contains(QStringLiteral("Aufruf: ostrel [OPTION]")));
-}
-
-TEST(CommandLine, WithoutAnOptionTheProgramTriesToOpenItsWindow) {
-    // The counter-check of the tests above: with no window system the real start fails.
-    AppRun app(withoutWindowSystem(QStringLiteral("de_DE.UTF-8")));
-    const AppRun::Output result = app.runToExit({QStringLiteral("--"), QStringLiteral("--help")});
-    EXPECT_NE(result.exitCode, 0);
-    EXPECT_FALSE(result.standardOutput.contains(QStringLiteral("Aufruf:")));
 }

@@ -8,9 +8,7 @@
 #include "support/PrivateBus.h"
 
 #include <QColor>
-#include <QDir>
 #include <QFile>
-#include <QThread>
 #include <QUrl>
 
 #include <gtest/gtest.h>
@@ -22,22 +20,15 @@ QColor topBarColour(const QImage& screen, const QRect& window) {
     return screen.pixelColor(window.center().x(), window.top() + 26);
 }
 
-bool isDarkBar(const QColor& colour) {
-    return colour == QColor(QStringLiteral("#1c1c1e"));
-}
-bool isLightBar(const QColor& colour) {
-    return colour == QColor(QStringLiteral("#f2f2f0"));
-}
-
 // Shows the bars with a handled key (they hide after 6 s of quiet) and waits until the top bar
 // has the colour asked for; the key is pressed again for each new try.
-QImage waitForBar(AppRun& app, const QRect& window, bool (*wanted)(const QColor&)) {
+QImage waitForBar(AppRun& app, const QRect& window, const QColor& wanted) {
     QImage screen;
     for (int attempt = 0; attempt < 12; ++attempt) {
         app.pressKeys(QStringLiteral("3"));
         screen = app.waitForScreen(
-            [&](const QImage& shot) { return wanted(topBarColour(shot, window)); }, 5000);
-        if (wanted(topBarColour(screen, window)))
+            [&](const QImage& shot) { return topBarColour(shot, window) == wanted; }, 5000);
+        if (topBarColour(screen, window) == wanted)
             break;
     }
     return screen;
@@ -49,27 +40,24 @@ TEST(DesktopServices, AutomaticAppearanceFollowsTheDesktopWhileRunning) {
     PrivateBus bus;
     ASSERT_TRUE(bus.isValid());
     FakePortal portal(bus);
-    ASSERT_TRUE(portal.start(2)); // the desktop prefers light
+    ASSERT_TRUE(portal.start(2));
     AppRunOptions options;
     options.environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), bus.address());
     AppRun app(options);
-    const auto error = app.start();
-    ASSERT_FALSE(error) << error->toStdString();
+    ASSERT_STARTED(app.start());
     const QRect window = app.windowGeometry();
     ASSERT_FALSE(window.isEmpty());
 
-    QImage screen = waitForBar(app, window, isLightBar);
-    EXPECT_TRUE(isLightBar(topBarColour(screen, window)))
-        << topBarColour(screen, window).name().toStdString();
-    if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT"); !out.isEmpty())
-        screen.save(out + QStringLiteral("/blackbox-light.png"));
-
-    portal.changeColorScheme(1); // the desktop switches to dark
-    screen = waitForBar(app, window, isDarkBar);
-    EXPECT_TRUE(isDarkBar(topBarColour(screen, window)))
-        << topBarColour(screen, window).name().toStdString();
-    if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT"); !out.isEmpty())
-        screen.save(out + QStringLiteral("/blackbox-dark.png"));
+    // The desktop prefers light at the start, then switches to dark.
+    for (const QString& name : {QStringLiteral("light"), QStringLiteral("dark")}) {
+        if (name == u"dark")
+            portal.changeColorScheme(1);
+        const QColor bar(name == u"dark" ? 0x1c1c1e : 0xf2f2f0);
+        const QImage screen = waitForBar(app, window, bar);
+        EXPECT_EQ(topBarColour(screen, window).name().toStdString(), bar.name().toStdString())
+            << name.toStdString();
+        saveForLooking(screen, name);
+    }
 }
 
 TEST(DesktopServices, OpenFolderAsksTheFileManagerElseXdgOpen) {
@@ -89,17 +77,11 @@ TEST(DesktopServices, OpenFolderAsksTheFileManagerElseXdgOpen) {
     options.environment.insert(QStringLiteral("PATH"),
                                bin.path() + u':' + qEnvironmentVariable("PATH"));
     AppRun app(options);
-    const auto error = app.start();
-    ASSERT_FALSE(error) << error->toStdString();
+    ASSERT_STARTED(app.start());
 
     // No file manager on the bus: the folder opens with xdg-open.
     ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+shift+o")));
-    ASSERT_TRUE(pumpUntil(
-        [&] {
-            QThread::msleep(20);
-            return QFile::exists(asked);
-        },
-        60000));
+    ASSERT_TRUE(pollUntil([&] { return QFile::exists(asked); }, 60000));
     QFile answer(asked);
     ASSERT_TRUE(answer.open(QIODevice::ReadOnly));
     EXPECT_EQ(QString::fromUtf8(answer.readAll()), app.recordingFolder() + u'\n');

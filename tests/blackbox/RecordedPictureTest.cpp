@@ -17,15 +17,11 @@
 
 namespace {
 
-// Records for `seconds` with Ctrl+R; returns the saved file, empty when none was saved.
+// Records for `seconds`; returns the saved file, empty when none was saved.
 QString record(AppRun& app, double seconds) {
-    const int from = int(app.logLines().size());
-    EXPECT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
-    EXPECT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft"), 30000, from));
+    EXPECT_TRUE(app.startRecording());
     recordFor(seconds);
-    EXPECT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
-    const auto saved = app.waitForLog(QStringLiteral("Aufnahme gespeichert: "), 60000, from);
-    return saved ? app.recordingFolder() + u'/' + saved->section(u' ', -1) : QString();
+    return app.stopRecording();
 }
 
 // The inset content's residual tremor (PictureMotion) in `region` of the pictures from one
@@ -64,8 +60,7 @@ TEST(RecordedPicture, InsetAndWatermarkSitWhereTheyBelongAndTheStabiliserSteadie
     options.screenWidth = 1280; // a smaller live view leaves the cameras and the encoder more CPU
     options.screenHeight = 720;
     AppRun app(options);
-    const auto error = app.startLive();
-    ASSERT_FALSE(error) << error->toStdString();
+    ASSERT_STARTED(app.startLive());
     ASSERT_TRUE(app.pressKeys(QStringLiteral("5")));
     const QString shaking = record(app, 8);
     ASSERT_FALSE(shaking.isEmpty()) << app.describe().toStdString();
@@ -78,8 +73,7 @@ TEST(RecordedPicture, InsetAndWatermarkSitWhereTheyBelongAndTheStabiliserSteadie
     // where the two cameras' scenes meet.
     const QImage picture = videoFrameAt(shaking, 2.0);
     ASSERT_EQ(picture.size(), QSize(1920, 1080));
-    if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT"); !out.isEmpty())
-        picture.save(out + QStringLiteral("/blackbox-recorded-picture.png"));
+    saveForLooking(picture, QStringLiteral("recorded-picture"));
     const auto edge = [&](bool column, int from, int to) {
         int best = from;
         for (int i = from, most = -1, sum = 0; i < to; ++i, sum = 0) {

@@ -5,6 +5,7 @@
 
 #include "blackbox/AppRun.h"
 #include "recording/MediaProbe.h"
+#include "support/EventLoop.h"
 #include "support/ProcThreads.h"
 
 #include <QDir>
@@ -14,7 +15,6 @@
 
 #include <algorithm>
 #include <map>
-#include <thread>
 
 namespace {
 
@@ -37,19 +37,18 @@ TEST(RecordingPriority, RenderThreadsYieldAndAHighResolutionFileHoldsEveryFrameW
     AppRunOptions options;
     options.settings.insert(QStringLiteral("resolutionHigh"), true);
     AppRun app(options);
-    const auto error = app.startLive();
-    ASSERT_FALSE(error) << error->toStdString();
+    ASSERT_STARTED(app.startLive());
 
     // The scene graph's render thread and Mesa's rasteriser workers yield to the encoder.
     const QList<QByteArray> renderThreads{"QSGRenderThread", "llvmpipe"};
     std::map<int, int> nice;
-    for (int i = 0; i < 300; ++i) {
-        nice = niceOfThreads(app.pid(), renderThreads);
-        if (!nice.empty() &&
-            std::all_of(nice.begin(), nice.end(), [](const auto& t) { return t.second == 5; }))
-            break;
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    }
+    pollUntil(
+        [&] {
+            nice = niceOfThreads(app.pid(), renderThreads);
+            return !nice.empty() && std::all_of(nice.begin(), nice.end(),
+                                                [](const auto& t) { return t.second == 5; });
+        },
+        30000);
     ASSERT_FALSE(nice.empty()) << "no render threads found";
     for (const auto& [tid, value] : nice)
         EXPECT_EQ(value, 5) << "thread " << tid;
@@ -77,8 +76,7 @@ TEST(RecordingPriority, RenderThreadsYieldAndAHighResolutionFileHoldsEveryFrameW
             return total > 0 && dark > total * 6 / 10;
         };
         const QImage screen = app.waitForScreen(showsNotice, 30000);
-        if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT"); !out.isEmpty())
-            screen.save(out + QStringLiteral("/blackbox-high-resolution-notice.png"));
+        saveForLooking(screen, QStringLiteral("high-resolution-notice"));
         EXPECT_TRUE(showsNotice(screen));
     }
     ASSERT_TRUE(app.pressKeys(QStringLiteral("r")));
@@ -98,7 +96,4 @@ TEST(RecordingPriority, RenderThreadsYieldAndAHighResolutionFileHoldsEveryFrameW
     // However fast this machine is: every frame the app reports as written is in the file.
     EXPECT_GT(written.captured(1).toInt(), 0);
     EXPECT_EQ(decodedVideoFrames(file), written.captured(1).toInt());
-
-    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+q")));
-    EXPECT_EQ(app.waitForExit(60000), 0);
 }

@@ -1,8 +1,6 @@
-// The built app recording as a user drives it (Ctrl+R, Ctrl+P), and what is on disk
-// afterwards as players see it (ffprobe and GStreamer): a normal recording with a photo, one
-// without a microphone and one muted, a crash with an immediate restart, a drive that fills up
-// while recording, one that runs low (a warning, then an automatic stop), a folder that cannot
-// be written, and cameras that send MJPEG as cheap UVC cameras do (streams on file).
+// The built app recording as a user drives it (Ctrl+R, Ctrl+P) through crashes, full drives,
+// lost folders and cheap cameras, and what is on disk afterwards as players see it (ffprobe and
+// GStreamer).
 
 #include "blackbox/AppRun.h"
 #include "recording/MediaProbe.h"
@@ -15,8 +13,8 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QTemporaryDir>
-#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -58,12 +56,6 @@ void expectPlayable(const QString& file, double minSeconds, double maxSeconds) {
         << "a camera picture, not black";
 }
 
-// The app is up with both cameras live.
-void startLive(AppRun& app) {
-    const auto error = app.startLive();
-    ASSERT_FALSE(error) << error->toStdString();
-}
-
 // A camera picture to find again in a recording: one colour per quadrant (RGB, `colours` top
 // left, top right, bottom left, bottom right) under soft vertical stripes, which make it a live
 // picture to the window check and average out over their period of 16 pixels.
@@ -97,26 +89,20 @@ void writeQuirkyStream(const QString& path, const PixelBuffer& picture,
                   qint64(frame.size()));
 }
 
-// Mean colour of a square of `size` pixels centred at `centre`.
+// Mean colour of a square of `size` pixels centred at `centre` (smooth scaling averages areas).
 QColor meanColour(const QImage& image, QPoint centre, int size) {
-    long r = 0, g = 0, b = 0, n = 0;
-    for (int y = centre.y() - size / 2; y < centre.y() + size / 2; ++y)
-        for (int x = centre.x() - size / 2; x < centre.x() + size / 2; ++x, ++n) {
-            const QColor c = image.pixelColor(x, y);
-            r += c.red();
-            g += c.green();
-            b += c.blue();
-        }
-    return QColor(int(r / n), int(g / n), int(b / n));
+    return image.copy(QRect(centre - QPoint(size / 2, size / 2), QSize(size, size)))
+        .scaled(1, 1, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+        .pixelColor(0, 0);
 }
 
 } // namespace
 
 TEST(RecordingSurvival, TenSecondsWithAPhotoAreSavedWhole) {
     AppRun app;
-    startLive(app);
-    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
-    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft (1920×1080, Audio: an)")));
+    ASSERT_STARTED(app.startLive());
+    const auto started = app.startRecording();
+    ASSERT_TRUE(started && started->contains(QStringLiteral("(1920×1080, Audio: an)")));
     QElapsedTimer recording;
     recording.start();
     recordFor(3);
@@ -141,9 +127,6 @@ TEST(RecordingSurvival, TenSecondsWithAPhotoAreSavedWhole) {
     ASSERT_EQ(photos.size(), 3);
     for (const char* kind : {"-Ansicht.jpg", "-Macro.jpg", "-Wide.jpg"})
         EXPECT_EQ(photos.filter(QString::fromLatin1(kind)).size(), 1) << kind;
-
-    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+q")));
-    EXPECT_EQ(app.waitForExit(30000), 0);
 }
 
 // With no microphone assigned ("Kein Ton") the file has no sound stream; muted with M before the
@@ -154,7 +137,7 @@ TEST(RecordingSurvival, WithoutMicrophoneTheFileHasNoSoundAndMutedOnlySilence) {
         AppRunOptions options;
         options.microphone = microphone;
         AppRun app(options);
-        startLive(app);
+        ASSERT_STARTED(app.startLive());
         ASSERT_TRUE(!microphone || app.pressKeys(QStringLiteral("m")));
         ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
         ASSERT_TRUE(app.waitForLog(microphone ? QStringLiteral("Ton der Aufnahme stumm geschaltet")
@@ -179,9 +162,8 @@ TEST(RecordingSurvival, WithoutMicrophoneTheFileHasNoSoundAndMutedOnlySilence) {
 
 TEST(RecordingSurvival, KilledRecordingIsRecoveredWhenTheAppIsStartedRightAgain) {
     AppRun app;
-    startLive(app);
-    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
-    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft")));
+    ASSERT_STARTED(app.startLive());
+    ASSERT_TRUE(app.startRecording());
     // Killed once two fragments of two seconds are complete on disk (a third has begun): how
     // long that takes depends on how busy the machine is, what is kept does not.
     const auto fragments = [&] {
@@ -190,19 +172,14 @@ TEST(RecordingSurvival, KilledRecordingIsRecoveredWhenTheAppIsStartedRightAgain)
                                  : int(topLevelBoxes(app.recordingFolder() + u'/' + partial.first())
                                            .count(QStringLiteral("moof")));
     };
-    ASSERT_TRUE(pumpUntil(
-        [&] {
-            QThread::msleep(50);
-            return fragments() >= 3;
-        },
-        60000))
+    ASSERT_TRUE(pollUntil([&] { return fragments() >= 3; }, 60000))
         << "fragments on disk: " << fragments();
     app.signal(SIGKILL);
     EXPECT_EQ(app.waitForExit(10000), std::nullopt) << "a crash, not an exit";
     ASSERT_EQ(partialFiles(app.recordingFolder()).size(), 1);
 
     const int before = int(app.logLines().size());
-    startLive(app);
+    ASSERT_STARTED(app.startLive());
     const auto recovered =
         app.waitForLog(QStringLiteral("Aufnahme nach Absturz wiederhergestellt: "), 30000, before);
     ASSERT_TRUE(recovered) << app.logLines().join(u'\n').toStdString();
@@ -218,9 +195,8 @@ TEST(RecordingSurvival, DriveFillingUpDuringARecordingKeepsWhatWasWritten) {
     AppRunOptions options;
     options.fileSizeLimit = 4 << 20; // the drive is full after 4 MiB of this file
     AppRun app(options);
-    startLive(app);
-    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
-    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft")));
+    ASSERT_STARTED(app.startLive());
+    ASSERT_TRUE(app.startRecording());
     ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme-Writer fehlgeschlagen: "), 120000))
         << app.logLines().join(u'\n').toStdString();
     // The user is told, and the recording ends by itself.
@@ -248,7 +224,7 @@ TEST(RecordingSurvival, DriveRunningLowWarnsOnceThenStopsTheRecordingAndSavesIt)
     // 2.5 minutes of 1080p above the stop reserve of 1 GB: below the warning level at once.
     options.tmpfsRecordingFolder = 1'000'000'000 + 5 * 89'128'960 / 2;
     AppRun app(options);
-    startLive(app);
+    ASSERT_STARTED(app.startLive());
     const QString folder =
         QStringLiteral("/proc/%1/root%2").arg(app.pid()).arg(app.recordingFolder());
     const auto leaveFree = [&](qint64 free) {
@@ -296,10 +272,9 @@ TEST(RecordingSurvival, DriveRunningLowWarnsOnceThenStopsTheRecordingAndSavesIt)
 // so, goes on in the folder made anew, and saves the whole recording there at the stop.
 TEST(RecordingSurvival, FolderDeletedDuringARecordingIsMadeAnewAndTheWholeRecordingSaved) {
     AppRun app;
-    startLive(app);
+    ASSERT_STARTED(app.startLive());
     const int before = int(app.logLines().size());
-    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
-    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft"), 10000, before));
+    ASSERT_TRUE(app.startRecording());
     recordFor(3);
     ASSERT_TRUE(QDir(app.recordingFolder()).removeRecursively());
     const auto noticed = app.waitForLog(
@@ -309,14 +284,12 @@ TEST(RecordingSurvival, FolderDeletedDuringARecordingIsMadeAnewAndTheWholeRecord
     EXPECT_TRUE(app.waitForAlert());
     EXPECT_EQ(partialFiles(app.recordingFolder()).size(), 1);
     recordFor(3);
-    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
-    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: OSTREL-"), 30000, before))
-        << app.describe().toStdString();
-    const QStringList movies = app.recordingFiles(QStringLiteral("OSTREL-*.mp4"));
-    ASSERT_EQ(movies.size(), 1);
+    const QString movie = app.stopRecording();
+    ASSERT_FALSE(movie.isEmpty()) << app.describe().toStdString();
+    EXPECT_EQ(app.recordingFiles(QStringLiteral("OSTREL-*.mp4")).size(), 1);
     EXPECT_TRUE(partialFiles(app.recordingFolder()).isEmpty());
     // From the press to the stop: the seconds before the deletion are there too.
-    expectPlayable(QDir(app.recordingFolder()).filePath(movies[0]), 6.5, 60);
+    expectPlayable(movie, 6.5, 60);
 }
 
 TEST(RecordingSurvival, FolderThatCannotBeWrittenIsReportedBeforeAnythingIsRecorded) {
@@ -330,18 +303,14 @@ TEST(RecordingSurvival, FolderThatCannotBeWrittenIsReportedBeforeAnythingIsRecor
     } else {
         ASSERT_TRUE(QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::ExeOwner));
     }
-    struct Restore {
-        QString folder;
-        bool root;
-        ~Restore() {
-            if (root)
-                QProcess::execute(QStringLiteral("chattr"), {QStringLiteral("-i"), folder});
-            QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                              QFileDevice::ExeOwner);
-        }
-    } restore{folder, root};
+    const auto restore = qScopeGuard([&] {
+        if (root)
+            QProcess::execute(QStringLiteral("chattr"), {QStringLiteral("-i"), folder});
+        QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                          QFileDevice::ExeOwner);
+    });
 
-    startLive(app);
+    ASSERT_STARTED(app.startLive());
     const int before = int(app.logLines().size());
     ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
     const auto refused =
@@ -381,17 +350,12 @@ TEST(RecordingSurvival, CamerasWithQuirkyMjpegRecordTheirPicturesAtTheCameraRate
                                               "ostrel-virtual-camera-2=%2")
                                    .arg(wide, macro));
     AppRun app(options);
-    startLive(app);
-    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
-    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme läuft (1920×1080")));
+    ASSERT_STARTED(app.startLive());
+    const auto started = app.startRecording();
+    ASSERT_TRUE(started && started->contains(QStringLiteral("(1920×1080")));
     recordFor(5);
-    ASSERT_TRUE(app.pressKeys(QStringLiteral("ctrl+r")));
-    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: "), 60000))
-        << app.logLines().join(u'\n').toStdString();
-
-    const QStringList movies = app.recordingFiles(QStringLiteral("OSTREL-*.mp4"));
-    ASSERT_EQ(movies.size(), 1);
-    const QString file = QDir(app.recordingFolder()).filePath(movies[0]);
+    const QString file = app.stopRecording();
+    ASSERT_FALSE(file.isEmpty()) << app.describe().toStdString();
     const ProbedFile probed = probeFile(file);
     ASSERT_TRUE(probed.ok);
     // The video stream's own length: the sound may run a little longer.
@@ -424,8 +388,7 @@ TEST(RecordingSurvival, CamerasWithQuirkyMjpegRecordTheirPicturesAtTheCameraRate
     // the bottom centre (576 × 324 from (672, 756)) with its quadrants turned as well.
     const QImage first = firstVideoFrame(file);
     ASSERT_EQ(first.size(), QSize(1920, 1080));
-    if (const QString out = qEnvironmentVariable("OSTREL_TEST_OUTPUT"); !out.isEmpty())
-        first.save(out + QStringLiteral("/blackbox-quirky-streams.png"));
+    saveForLooking(first, QStringLiteral("quirky-streams"));
     const std::pair<QPoint, QColor> expected[] = {
         {QPoint(1440, 810), wideColours[0]},  // Wide, top left, now bottom right
         {QPoint(420, 810), wideColours[1]},   // Wide, top right

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QEventLoop>
+#include <QThread>
 
 #include <functional>
 
@@ -16,6 +17,13 @@ inline bool pumpUntil(const std::function<bool()>& done, int guardMilliseconds =
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
     }
     return true;
+}
+
+// As pumpUntil, for a state outside this process (a file, another program): looks again every
+// 50 ms instead of spinning.
+inline bool pollUntil(const std::function<bool()>& done, int guardMilliseconds = 20000) {
+    const auto pause = [] { return QThread::msleep(50), false; };
+    return pumpUntil([&] { return done() || pause(); }, guardMilliseconds);
 }
 
 // Delivers everything already posted to the main thread.

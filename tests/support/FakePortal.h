@@ -6,17 +6,21 @@
 #include <QDBusVariant>
 
 #include <memory>
-#include <optional>
 
-// The freedesktop settings portal on a private bus, holding one color-scheme value (none: the
-// key is unknown to it). Answers Read the way xdg-desktop-portal does, with the value in a
+// The freedesktop settings portal on a private bus, holding one color-scheme value (other keys
+// are unknown to it). Answers Read the way xdg-desktop-portal does, with the value in a
 // variant inside a variant, and announces changes with SettingChanged.
 class FakePortal {
 public:
     explicit FakePortal(PrivateBus& bus) : m_bus(bus) {}
-    ~FakePortal() { stop(); }
+    ~FakePortal() {
+        if (!m_object)
+            return;
+        m_connection.unregisterService(QStringLiteral("org.freedesktop.portal.Desktop"));
+        m_connection.unregisterObject(QStringLiteral("/org/freedesktop/portal/desktop"));
+    }
 
-    bool start(std::optional<uint> colorScheme) {
+    bool start(uint colorScheme) {
         m_colorScheme = colorScheme;
         m_connection = m_bus.connect();
         m_object = std::make_unique<FakeBusObject>([this](const QDBusMessage& call,
@@ -26,8 +30,8 @@ public:
                 call.member() == QStringLiteral("Read") && args.size() == 2 &&
                 args.at(0).toString() == QStringLiteral("org.freedesktop.appearance") &&
                 args.at(1).toString() == QStringLiteral("color-scheme");
-            if (asked && m_colorScheme) {
-                const QDBusVariant inner(QVariant::fromValue(*m_colorScheme));
+            if (asked) {
+                const QDBusVariant inner(QVariant::fromValue(m_colorScheme));
                 connection.send(call.createReply(
                     QVariant::fromValue(QDBusVariant(QVariant::fromValue(inner)))));
             } else {
@@ -41,34 +45,20 @@ public:
                m_connection.registerService(QStringLiteral("org.freedesktop.portal.Desktop"));
     }
 
-    void stop() {
-        if (!m_object)
-            return;
-        m_connection.unregisterService(QStringLiteral("org.freedesktop.portal.Desktop"));
-        m_connection.unregisterObject(QStringLiteral("/org/freedesktop/portal/desktop"));
-        m_object.reset();
-    }
-
-    // The desktop changes a setting: the value is stored and the change announced.
-    void change(const QString& ns, const QString& key, uint value) {
-        if (ns == QStringLiteral("org.freedesktop.appearance") &&
-            key == QStringLiteral("color-scheme"))
-            m_colorScheme = value;
+    // The desktop changes its color scheme: the value is stored and the change announced.
+    void changeColorScheme(uint value) {
+        m_colorScheme = value;
         QDBusMessage signal = QDBusMessage::createSignal(
             QStringLiteral("/org/freedesktop/portal/desktop"),
             QStringLiteral("org.freedesktop.portal.Settings"), QStringLiteral("SettingChanged"));
-        signal << ns << key << QVariant::fromValue(QDBusVariant(QVariant::fromValue(value)));
+        signal << QStringLiteral("org.freedesktop.appearance") << QStringLiteral("color-scheme")
+               << QVariant::fromValue(QDBusVariant(QVariant::fromValue(value)));
         m_connection.send(signal);
     }
-    void changeColorScheme(uint value) {
-        change(QStringLiteral("org.freedesktop.appearance"), QStringLiteral("color-scheme"), value);
-    }
-
-    int reads() const { return m_object ? int(m_object->calls.size()) : 0; }
 
 private:
     PrivateBus& m_bus;
     QDBusConnection m_connection{QString()};
     std::unique_ptr<FakeBusObject> m_object;
-    std::optional<uint> m_colorScheme;
+    uint m_colorScheme = 0;
 };

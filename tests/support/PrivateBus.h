@@ -7,7 +7,6 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
-#include <atomic>
 #include <functional>
 
 // A session bus of the test's own (a dbus-daemon with no service files, so nothing is started
@@ -59,8 +58,7 @@ public:
 
     // A new connection to this bus (each one a client of its own, as separate programs are).
     QDBusConnection connect() {
-        static std::atomic<int> counter{0};
-        const QString name = QStringLiteral("private-bus-%1").arg(++counter);
+        const QString name = m_address + QStringLiteral("#%1").arg(m_names.size());
         m_names << name;
         return QDBusConnection::connectToBus(m_address, name);
     }

@@ -27,6 +27,28 @@ std::size_t endMarker(const Bytes& jpeg) {
     return jpeg.size();
 }
 
+// Soft gradients over four coloured quadrants (`tint` varies the colours) and a few sharp
+// edges: recognisable after scaling and turning, and telling when a decoder goes wrong.
+PixelBuffer picture(int width, int height, int tint = 0) {
+    PixelBuffer out = PixelBuffer::allocate(width, height);
+    static const int quadrants[4][3] = {
+        {40, 60, 200}, {60, 190, 70}, {210, 80, 50}, {220, 220, 220}};
+    for (int y = 0; y < height; ++y) {
+        std::uint8_t* p = out.row(y);
+        for (int x = 0; x < width; ++x, p += 4) {
+            const int* colour = quadrants[(y * 2 / height) * 2 + x * 2 / width];
+            const int shade = int(25 * std::sin(x * 0.03) * std::cos(y * 0.02));
+            const bool stripe = (x / 40) % 7 == 3 && (y * 8 / height) % 2 == 0;
+            for (int c = 0; c < 3; ++c)
+                p[c] = std::uint8_t(std::clamp(stripe ? 255 - colour[c]
+                                                      : colour[c] + shade + (c == 1 ? tint : -tint),
+                                               0, 255));
+            p[3] = 255;
+        }
+    }
+    return out;
+}
+
 } // namespace
 
 Bytes encode(const PixelBuffer& picture, Sampling sampling, int restartInterval) {
@@ -91,26 +113,6 @@ Bytes cutOff(const Bytes& jpeg, double kept, bool endMarker) {
     Bytes out(jpeg.begin(), jpeg.begin() + long(double(jpeg.size()) * kept));
     if (endMarker)
         out.insert(out.end(), {0xFF, 0xD9});
-    return out;
-}
-
-PixelBuffer picture(int width, int height, int tint) {
-    PixelBuffer out = PixelBuffer::allocate(width, height);
-    static const int quadrants[4][3] = {
-        {40, 60, 200}, {60, 190, 70}, {210, 80, 50}, {220, 220, 220}};
-    for (int y = 0; y < height; ++y) {
-        std::uint8_t* p = out.row(y);
-        for (int x = 0; x < width; ++x, p += 4) {
-            const int* colour = quadrants[(y * 2 / height) * 2 + x * 2 / width];
-            const int shade = int(25 * std::sin(x * 0.03) * std::cos(y * 0.02));
-            const bool stripe = (x / 40) % 7 == 3 && (y * 8 / height) % 2 == 0;
-            for (int c = 0; c < 3; ++c)
-                p[c] = std::uint8_t(std::clamp(stripe ? 255 - colour[c]
-                                                      : colour[c] + shade + (c == 1 ? tint : -tint),
-                                               0, 255));
-            p[3] = 255;
-        }
-    }
     return out;
 }
 

@@ -25,10 +25,6 @@ Bytes withStrayBytesBeforeEnd(const Bytes& jpeg, int count); // non-marker bytes
 Bytes withPadding(const Bytes& jpeg, std::size_t count, std::uint8_t fill = 0); // after EOI
 Bytes cutOff(const Bytes& jpeg, double kept, bool endMarker); // the first share of the bytes
 
-// Soft gradients over four coloured quadrants (`tint` varies the colours) and a few sharp
-// edges: recognisable after scaling and turning, and telling when a decoder goes wrong.
-PixelBuffer picture(int width, int height, int tint = 0);
-
 struct Frame {
     std::string quirk;
     Bytes bytes;
@@ -37,7 +33,7 @@ struct Frame {
 // One frame of each quirk for a stream negotiated at the size of `source`; `other` is a
 // picture of another size.
 std::vector<Frame> corpus(const PixelBuffer& source, const PixelBuffer& other);
-// The same of `picture`s.
+// The same of test pictures of that size.
 std::vector<Frame> corpus(int width, int height);
 
 // Mean absolute difference of the colour channels; pictures of two sizes differ by 255.
