@@ -6,6 +6,7 @@
 #include "control/CameraManager.h"
 
 #include "diagnostics/OstrelLog.h"
+#include "media/MediaTime.h"
 #include "recording/RecordingEngine.h"
 #include "runtime/ThreadCpu.h"
 
@@ -83,9 +84,8 @@ void CameraManager::pressureTick(int width, int height) {
     if (measuring) { // read from /proc: only while it counts
         totals.encoderCpuUs = RecordingEngine::encoderCpuTime().count();
         totals.otherCpuUs = processCpuTime().count() - totals.encoderCpuUs;
-        totals.atUs = std::chrono::duration_cast<std::chrono::microseconds>(
-                          std::chrono::steady_clock::now().time_since_epoch())
-                          .count();
+        totals.atUs =
+            std::chrono::duration_cast<std::chrono::microseconds>(captureClockNow()).count();
     }
     if (checkDrive(c.diskWaitingMs, c.diskBacklogBytes)) {
         m_pressure.pass(totals);
