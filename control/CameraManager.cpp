@@ -12,6 +12,7 @@
 #include "recording/RecordingEngine.h"
 #include "runtime/MainThread.h"
 #include "runtime/SerialQueue.h"
+#include "runtime/ThreadPriority.h"
 #include "storage/RecordingFiles.h"
 
 #include <QDir>
@@ -57,6 +58,8 @@ CameraManager::CameraManager(CaptureBackend& backend, SettingsStore& settings, O
     m_camQueues[0] = std::make_unique<SerialQueue>("com.ostrel.cam.video0");
     m_camQueues[1] = std::make_unique<SerialQueue>("com.ostrel.cam.video1");
     m_snapshotQueue = std::make_unique<SerialQueue>("com.ostrel.snapshot");
+    // Three JPEGs at canvas size took the encoder's margin at 1080p and cost it frames.
+    m_snapshotQueue->async([] { lowerCurrentThreadPriority(yieldingNice); });
     m_storageQueue = std::make_unique<SerialQueue>("com.ostrel.storage");
     m_fileQueue = std::make_unique<SerialQueue>("com.ostrel.files");
 

@@ -1,7 +1,7 @@
 // The built app recording at 2560 × 1440 on this machine: the live pictures' render threads
-// run at a lower priority than the encoder, the pace is settled from what the encoder shows in
-// the first seconds (a machine too slow for it says so in German), and the file holds every
-// frame the app says it wrote.
+// and the photos' thread run at a lower priority than the encoder, the pace is settled from what
+// the encoder shows in the first seconds (a machine too slow for it says so in German), and the
+// file holds every frame the app says it wrote.
 
 #include "blackbox/AppRun.h"
 #include "recording/MediaProbe.h"
@@ -39,17 +39,19 @@ TEST(RecordingPriority, RenderThreadsYieldAndAHighResolutionFileHoldsEveryFrameW
     AppRun app(options);
     ASSERT_STARTED(app.startLive());
 
-    // The scene graph's render thread and Mesa's rasteriser workers yield to the encoder.
-    const QList<QByteArray> renderThreads{"QSGRenderThread", "llvmpipe"};
+    // The scene graph's render thread, Mesa's rasteriser workers and the photos yield to the
+    // encoder.
+    const QList<QByteArray> yielding{"QSGRenderThread", "llvmpipe", "ostrel.snapshot"};
     std::map<int, int> nice;
     pollUntil(
         [&] {
-            nice = niceOfThreads(app.pid(), renderThreads);
+            nice = niceOfThreads(app.pid(), yielding);
             return !nice.empty() && std::all_of(nice.begin(), nice.end(),
                                                 [](const auto& t) { return t.second == 5; });
         },
         30000);
     ASSERT_FALSE(nice.empty()) << "no render threads found";
+    EXPECT_FALSE(niceOfThreads(app.pid(), {"ostrel.snapshot"}).empty()) << "no photo thread";
     for (const auto& [tid, value] : nice)
         EXPECT_EQ(value, 5) << "thread " << tid;
     // The capture queues keep their normal priority.

@@ -1,28 +1,18 @@
 #include "ui/main/RenderThreadPriority.h"
 
+#include "runtime/ThreadPriority.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QThread>
 
 #include <algorithm>
-#include <cerrno>
 #include <mutex>
-#include <sys/resource.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace renderPriority {
 
 namespace {
-
-// Never raises a priority (that needs privileges) and never lowers one twice.
-void lower(int tid, int nice) {
-    errno = 0;
-    const int current = getpriority(PRIO_PROCESS, id_t(tid));
-    if (errno == 0 && current < nice)
-        setpriority(PRIO_PROCESS, id_t(tid), nice);
-}
 
 QByteArray threadName(const QString& taskDir) {
     QFile comm(taskDir + QStringLiteral("/comm"));
@@ -47,11 +37,11 @@ void lowerOnce() {
             return;
         if (QCoreApplication::instance() &&
             QThread::currentThread() != QCoreApplication::instance()->thread())
-            lower(int(syscall(SYS_gettid)), nice);
+            lowerCurrentThreadPriority(nice);
         const QDir tasks(QStringLiteral("/proc/self/task"));
         for (const QString& tid : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
             if (threadName(tasks.filePath(tid)).startsWith("llvmpipe"))
-                lower(tid.toInt(), nice);
+                lowerThreadPriority(tid.toInt(), nice);
         }
     });
 }

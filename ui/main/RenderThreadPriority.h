@@ -1,13 +1,13 @@
 #pragma once
 
-// The live pictures are a preview; a recording's frames are permanent. The scene graph's render
-// thread and the software rasteriser's worker threads ("llvmpipe-N", Mesa without a GPU) get a
-// lower scheduling priority than the encoder, so that under CPU pressure the preview slows down
-// instead of the recording dropping frames. With CPU to spare nothing changes.
+#include "runtime/ThreadPriority.h"
+
+// The live pictures are a preview: the scene graph's render thread and the software
+// rasteriser's worker threads ("llvmpipe-N", Mesa without a GPU) yield to the encoder.
 namespace renderPriority {
 
-// Nice value given to the render threads (0 is normal; higher yields more).
-inline constexpr int renderNice = 5;
+// Nice value given to the render threads.
+inline constexpr int renderNice = yieldingNice;
 
 // `renderNice`, or $OSTREL_RENDER_NICE when set (0 leaves the threads alone; for comparisons).
 int chosenNice();
