@@ -153,9 +153,9 @@ TEST_F(Mp4WriterTest, RefusesFramesWhoseTimeDoesNotAdvanceOrThatFindTheQueueFull
 }
 
 // A frozen file system (fsfreeze, a hung network folder): the encoded fragments wait in memory,
-// nothing is dropped, and the file is whole once the drive answers. A drive that never answers
-// does not hold up the finish once it is given up on; what was handed over still lands.
-TEST_F(Mp4WriterTest, FrozenDriveKeepsEveryFrameInMemoryAndAFinishCanGiveUpOnIt) {
+// nothing is dropped, and the file is whole once the drive answers. Giving up on a drive that
+// never answers is the camera manager's test, through the whole stack.
+TEST_F(Mp4WriterTest, FrozenDriveKeepsEveryFrameInMemory) {
     const QString file = path("frozen.mp4");
     auto writer = start(file, 320, 240, false);
     ASSERT_TRUE(writer);
@@ -170,24 +170,6 @@ TEST_F(Mp4WriterTest, FrozenDriveKeepsEveryFrameInMemoryAndAFinishCanGiveUpOnIt)
     EXPECT_EQ(writer->diskBacklogBytes(), 0);
     EXPECT_EQ(writer->diskWaitingFor(), 0ms);
     EXPECT_EQ(decodedVideoFrames(file), 300);
-
-    const QString hung = path("hung.mp4");
-    writer = start(hung, 320, 240, false);
-    ASSERT_TRUE(writer);
-    feed(*writer, 0, 90, 320, 240);
-    writer->holdDisk(true);
-    std::promise<void> done;
-    writer->finish([&] { done.set_value(); });
-    std::future<void> finished = done.get_future();
-    EXPECT_EQ(finished.wait_for(200ms), std::future_status::timeout); // waits for the drive
-    writer->abandonDisk();
-    finished.wait();
-    EXPECT_EQ(writer->status(), Mp4Writer::Status::failed);
-    writer->holdDisk(false);
-    while (writer->diskBacklogBytes() > 0)
-        std::this_thread::yield();
-    writer.reset();
-    EXPECT_GE(decodedVideoFrames(hung), 60); // its complete fragments play
 }
 
 TEST_F(Mp4WriterTest, FailsToStartInAMissingFolderAndCancelRemovesTheFile) {
