@@ -35,15 +35,17 @@ ColumnLayout {
             spacing: 8
 
             Switch {
+                id: toggle
                 objectName: panel.objectName + "-" + row.key
                 visible: row.modelData.kind === "toggle"
                 Layout.fillWidth: true
                 text: row.modelData.label
                 checked: row.current === 1
                 onToggled: logic.setValue(row.key, checked ? 1 : 0)
+                // A toggle breaks its binding; values set elsewhere (a reset) still show.
                 Connections {
                     target: logic
-                    function onValuesChanged() { parent.checked = row.current === 1 }
+                    function onValuesChanged() { toggle.checked = row.current === 1 }
                 }
             }
 
