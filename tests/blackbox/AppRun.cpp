@@ -613,7 +613,7 @@ bool AppRun::pressKeys(const QString& keys, const QString& windowTitle, int hold
     return true;
 }
 
-bool AppRun::click(QPoint at, const QString& windowTitle) {
+bool AppRun::click(QPoint at, const QString& windowTitle, int button) {
     if (!windowTitle.isEmpty()) {
         const QStringList ids = windowIds(windowTitle);
         if (ids.isEmpty() || focusWindow(ids.last())) {
@@ -625,7 +625,7 @@ bool AppRun::click(QPoint at, const QString& windowTitle) {
              // No --sync: it waits for a motion that never comes when the pointer is already
              // there. The server handles the move before the click anyway.
              {QStringLiteral("mousemove"), QString::number(at.x()), QString::number(at.y()),
-              QStringLiteral("click"), QStringLiteral("1")})) {
+              QStringLiteral("click"), QString::number(button)})) {
         qWarning("click at %d,%d: xdotool could not click", at.x(), at.y());
         return false;
     }

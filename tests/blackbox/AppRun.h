@@ -95,9 +95,10 @@ public:
     // focus still settles after a window closed or a recording ended can be lost.
     bool pressKeysUntil(const QString& keys, const std::function<bool()>& done,
                         const QString& windowTitle = mainWindowTitle());
-    // Clicks the left mouse button at a point of the screen; with `windowTitle`, the window
-    // matching it focused first. False, with the reason on stderr, when it did not happen.
-    bool click(QPoint at, const QString& windowTitle = {});
+    // Clicks a mouse button (1 the left, 5 the wheel a notch down) at a point of the screen;
+    // with `windowTitle`, the window matching it focused first. False, with the reason on
+    // stderr, when it did not happen.
+    bool click(QPoint at, const QString& windowTitle = {}, int button = 1);
     // What the app's windows show, by item (see OSTREL_UI_TEXT_DUMP in app/UiTextDump.h),
     // asked for with SIGUSR1; empty when no answer came.
     struct ShownText {

@@ -357,6 +357,30 @@ TEST(MenuShortcuts, ARecordingShowsAndKeepsItsCamerasToTheEnd) {
               lineOf(lines, QStringLiteral("Kamera-Sessions gestoppt")))
         << lines.join(u'\n').toStdString();
     EXPECT_TRUE(app.windowGeometry(QStringLiteral(" REC .* OSTREL$")).isEmpty());
+
+    // Running the setup again from the settings ends a recording and saves it before the setup
+    // takes the cameras.
+    ASSERT_TRUE(app.startRecording(QStringLiteral("r")));
+    const int again = int(app.logLines().size());
+    const QString settings = QStringLiteral("^Einstellungen$");
+    ASSERT_TRUE(app.pressKeysUntil(QStringLiteral("ctrl+comma"), [&] {
+        return app.waitForShown(QStringLiteral("tab2"), 0, settings).has_value();
+    }));
+    ASSERT_TRUE(app.clickShown(QStringLiteral("tab2"), settings));
+    // The button ends the tab: the wheel brings it into the window, as a user would.
+    const QRect box = app.windowGeometry(settings);
+    for (int notch = 0; notch < 40; ++notch)
+        ASSERT_TRUE(app.click({box.left() + 8, box.center().y()}, settings, 5));
+    ASSERT_TRUE(app.clickShown(QStringLiteral("rerunSetupButton"), settings));
+    ASSERT_TRUE(app.waitForShown(QStringLiteral("primaryButton"))) << "the setup shows";
+    ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: "), 30000, again));
+    const QStringList rerun = app.logLines().mid(again);
+    EXPECT_LT(lineOf(rerun, QStringLiteral("Einrichtung: Aufnahme wird abgeschlossen")),
+              lineOf(rerun, QStringLiteral("Kamera-Sessions gestoppt")))
+        << rerun.join(u'\n').toStdString();
+    ASSERT_TRUE(app.waitForFiles(QStringLiteral("OSTREL-*.mp4"), 2));
+    for (const QString& file : app.recordingFiles(QStringLiteral("OSTREL-*.mp4")))
+        EXPECT_TRUE(probeFile(QDir(app.recordingFolder()).filePath(file)).ok) << file.toStdString();
 }
 
 // M mutes a running recording at once, and M again brings its sound back: the file's sound is

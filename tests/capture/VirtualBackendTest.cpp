@@ -8,49 +8,6 @@
 
 #include <condition_variable>
 
-// What firing faults and playing streams do is owned by the black-box tests and the camera
-// manager's; this is what those cannot localise: which entries of a hand-written list are taken.
-TEST(VirtualDevices, FaultAndStreamListsForManualRuns) {
-    VirtualDevices devices;
-    const QStringList rejected = devices.applyFaults(QStringLiteral(
-        "silent=ostrel-virtual-camera-1; size=ostrel-virtual-camera-2:640x480;refusePreset;"
-        "inputError=ostrel-virtual-microphone:Kein Zugriff: belegt;unplug=ostrel-virtual-camera-1;"
-        "bogus=1;size=ostrel-virtual-camera-2:wide;refuseOutput;fps=ostrel-virtual-camera-2:15;"
-        "fps=ostrel-virtual-camera-1:0"));
-    EXPECT_EQ(rejected, (QStringList{"bogus=1", "size=ostrel-virtual-camera-2:wide", "refuseOutput",
-                                     "fps=ostrel-virtual-camera-1:0"}));
-    EXPECT_EQ(devices.state(VirtualDevices::camera2ID)->framesPerSecond, 15);
-    EXPECT_EQ(devices.state(VirtualDevices::camera1ID)->framesPerSecond, 0);
-    EXPECT_TRUE(devices.state(VirtualDevices::camera1ID)->silent);
-    EXPECT_FALSE(devices.state(VirtualDevices::camera1ID)->present);
-    EXPECT_EQ(devices.state(VirtualDevices::camera2ID)->frameSize, QSize(640, 480));
-    EXPECT_EQ(devices.state(VirtualDevices::microphoneID)->inputError,
-              QStringLiteral("Kein Zugriff: belegt"));
-    EXPECT_TRUE(devices.refusesPreset());
-
-    // Faults of a running device wait for their delay; only those may have one.
-    VirtualDevices later;
-    EXPECT_EQ(later.applyFaults(QStringLiteral(
-                  "end=ostrel-virtual-camera-1@200ms;stall=ostrel-virtual-camera-2@0.1s;"
-                  "unplug=ostrel-virtual-microphone@1ms;enospc=ostrel-virtual-camera-3;"
-                  "unplug=x@soon;size=ostrel-virtual-camera-1:640x480@1s;refuseInput=y@1s")),
-              (QStringList{"unplug=x@soon", "size=ostrel-virtual-camera-1:640x480@1s",
-                           "refuseInput=y@1s"}));
-    EXPECT_TRUE(later.state(VirtualDevices::camera1ID)->present) << "not yet";
-    EXPECT_TRUE(later.state(VirtualDevices::microphoneID)->present) << "not yet";
-
-    QTemporaryDir dir;
-    const QString missing = dir.filePath(QStringLiteral("missing.mjpeg"));
-    const QStringList problems = later.applyStreams(
-        QStringLiteral("ostrel-virtual-microphone=%1; ostrel-virtual-camera-2=%1").arg(missing));
-    ASSERT_EQ(problems.size(), 2) << problems.join(u'\n').toStdString();
-    EXPECT_EQ(problems[0],
-              QStringLiteral("ostrel-virtual-microphone=%1: keine virtuelle Kamera mit Datei")
-                  .arg(missing));
-    EXPECT_TRUE(problems[1].startsWith(
-        QStringLiteral("ostrel-virtual-camera-2: %1 nicht lesbar").arg(missing)));
-}
-
 TEST(VideoDataOutput, DropsFramesThatArriveWhileThePreviousIsStillHandled) {
     SerialQueue queue("com.ostrel.cam.video0");
     std::mutex lock;

@@ -57,30 +57,32 @@ protected:
 
 } // namespace
 
-TEST(DeviceNaming, SameNamesAreNumberedInIdOrderOthersKeepTheirName) {
-    const auto infos = makeDeviceInfos(
-        {camera("B", "USB Camera"), camera("C", "Loupe"), camera("A", "USB Camera")});
-    EXPECT_EQ(ids(infos), (QStringList{"A", "B", "C"}));
-    EXPECT_EQ(displayNames(infos), (QStringList{"USB Camera #1", "USB Camera #2", "Loupe"}));
-    EXPECT_EQ(infos[0].name, QStringLiteral("USB Camera"));
-
-    EXPECT_EQ(displayNames(makeDeviceInfos({camera("2", "Eins"), camera("1", "Zwei")})),
-              (QStringList{"Zwei", "Eins"}));
-    EXPECT_TRUE(makeDeviceInfos({}).isEmpty());
-}
-
-TEST(DeviceNaming, OddAndEmptyNamesAndPlainTextIdOrder) {
-    // Plain text order: upper case before lower case, "10" before "9".
-    const auto infos = makeDeviceInfos(
-        {camera("b", ""), camera("9", "Ä \"x\" #1"), camera("B", ""), camera("10", "Ä \"x\" #1")});
-    EXPECT_EQ(ids(infos), (QStringList{"10", "9", "B", "b"}));
-    EXPECT_EQ(displayNames(infos), (QStringList{"Ä \"x\" #1 #1", "Ä \"x\" #1 #2", " #1", " #2"}));
-    // Names differing only in case are different names.
-    EXPECT_EQ(displayNames(makeDeviceInfos({camera("x", "Cam"), camera("y", "cam")})),
-              (QStringList{"Cam", "cam"}));
-    // Equal ids keep their order (the sort is stable).
-    const auto twins = makeDeviceInfos({camera("same", "Zweite"), camera("same", "Erste")});
-    EXPECT_EQ(twins[0].name, QStringLiteral("Zweite"));
+TEST(DeviceNaming, SameNamesAreNumberedInPlainTextIdOrderOthersKeepTheirName) {
+    struct Case {
+        std::vector<CaptureDevice> devices;
+        QStringList ids, names;
+    };
+    const Case cases[] = {
+        {{camera("B", "USB Camera"), camera("C", "Loupe"), camera("A", "USB Camera")},
+         {"A", "B", "C"},
+         {"USB Camera #1", "USB Camera #2", "Loupe"}},
+        {{camera("2", "Eins"), camera("1", "Zwei")}, {"1", "2"}, {"Zwei", "Eins"}},
+        {{}, {}, {}},
+        // Upper case before lower case, "10" before "9"; odd and empty names.
+        {{camera("b", ""), camera("9", "Ä \"x\" #1"), camera("B", ""), camera("10", "Ä \"x\" #1")},
+         {"10", "9", "B", "b"},
+         {"Ä \"x\" #1 #1", "Ä \"x\" #1 #2", " #1", " #2"}},
+        {{camera("x", "Cam"), camera("y", "cam")}, {"x", "y"}, {"Cam", "cam"}}, // case counts
+        {{camera("same", "Zweite"), camera("same", "Erste")},
+         {"same", "same"},
+         {"Zweite", "Erste"}},
+    };
+    for (const Case& c : cases) {
+        const auto infos = makeDeviceInfos(c.devices);
+        EXPECT_EQ(ids(infos), c.ids);
+        EXPECT_EQ(displayNames(infos), c.names);
+    }
+    EXPECT_EQ(makeDeviceInfos(cases[0].devices)[0].name, QStringLiteral("USB Camera"));
 }
 
 TEST_F(DeviceStoreTest, MicrophonesAreNumberedIndependentlyOfCameras) {

@@ -55,9 +55,18 @@ TEST_F(OstrelLogTest, RoundTripsThroughTheFileIntoTheNextRun) {
     EXPECT_TRUE(second.exportText().contains(QStringLiteral(".000  WARN    ") + message));
 }
 
-TEST_F(OstrelLogTest, CapsTheListAt1000AndDropsTheOldestFirst) {
+TEST_F(OstrelLogTest, ClearLeavesOneEntryAndOneLineAndTheListIsCappedAt1000OldestFirst) {
     OstrelLog log(path(), kVersion);
-    log.clear(); // list: just "Protokoll geleert"
+    for (int i = 0; i < 20; ++i)
+        log.log(LogLevel::warn, QStringLiteral("vorher"));
+    log.clear();
+    ASSERT_EQ(log.entries().size(), 1u);
+    EXPECT_EQ(log.entries()[0].level, LogLevel::event);
+    EXPECT_EQ(log.entries()[0].message, QStringLiteral("Protokoll geleert"));
+    log.flush();
+    ASSERT_EQ(fileLines(path()).size(), 1);
+    EXPECT_TRUE(fileLines(path())[0].endsWith("  EVENT  Protokoll geleert"));
+
     for (int i = 2; i <= 1001; ++i)
         log.log(LogLevel::info, QString::number(i));
     ASSERT_EQ(log.entries().size(), 1000u);
@@ -67,20 +76,6 @@ TEST_F(OstrelLogTest, CapsTheListAt1000AndDropsTheOldestFirst) {
     EXPECT_EQ(log.entries().front().message, QStringLiteral("3"));
     log.flush();
     EXPECT_EQ(fileLines(path()).size(), 1002); // the file keeps everything since the clear
-}
-
-TEST_F(OstrelLogTest, ClearLeavesExactlyOneEntryInTheListAndOneLineInTheFile) {
-    OstrelLog log(path(), kVersion);
-    for (int i = 0; i < 20; ++i)
-        log.log(LogLevel::warn, QStringLiteral("vorher"));
-    log.clear();
-    ASSERT_EQ(log.entries().size(), 1u);
-    EXPECT_EQ(log.entries()[0].level, LogLevel::event);
-    EXPECT_EQ(log.entries()[0].message, QStringLiteral("Protokoll geleert"));
-    log.flush();
-    const auto lines = fileLines(path());
-    ASSERT_EQ(lines.size(), 1);
-    EXPECT_TRUE(lines[0].endsWith("  EVENT  Protokoll geleert"));
 }
 
 TEST_F(OstrelLogTest, PostFromOtherThreadsArrivesOnTheMainThreadInOrder) {
