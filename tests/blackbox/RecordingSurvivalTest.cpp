@@ -122,7 +122,9 @@ TEST(RecordingSurvival, TenSecondsWithAPhotoAreSavedWhole) {
     EXPECT_TRUE(partialFiles(app.recordingFolder()).isEmpty());
     const QString file = QDir(app.recordingFolder()).filePath(movies[0]);
     expectPlayable(file, seconds - 2.0, seconds + 0.5);
-    EXPECT_EQ(probeFile(file).stream("audio").value("codec_name").toString(), "aac");
+    const ProbedFile probed = probeFile(file);
+    EXPECT_EQ(probed.stream("audio").value("codec_name").toString(), "aac");
+    EXPECT_NEAR(probed.stream("video").value("bit_rate").toString().toDouble(), 10e6, 2.5e6);
     const QStringList photos = app.recordingFiles(QStringLiteral("OSTREL-*.jpg"));
     ASSERT_EQ(photos.size(), 3);
     for (const char* kind : {"-Ansicht.jpg", "-Macro.jpg", "-Wide.jpg"})

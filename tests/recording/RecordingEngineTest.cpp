@@ -95,15 +95,6 @@ protected:
 
 } // namespace
 
-TEST_F(RecordingEngineTest, FullHdHasTheTargetBitRate) {
-    const QString file = path("hd.mp4");
-    ASSERT_EQ(engine.start(file, 1920, 1080, false, {}, 0.3), std::nullopt);
-    feed(0, 120, 1920, 1080);
-    ASSERT_EQ(stop().error, std::nullopt);
-    EXPECT_NEAR(probeFile(file).stream("video").value("bit_rate").toString().toDouble(), 10e6,
-                2.5e6);
-}
-
 TEST_F(RecordingEngineTest, NewerJobReplacesThePendingOne) {
     const QString file = path("pending.mp4");
     ASSERT_EQ(engine.start(file, 640, 360, false, {}, 0.3), std::nullopt);
