@@ -375,8 +375,9 @@ TEST(MenuShortcuts, ARecordingShowsAndKeepsItsCamerasToTheEnd) {
     ASSERT_TRUE(app.waitForShown(QStringLiteral("primaryButton"))) << "the setup shows";
     ASSERT_TRUE(app.waitForLog(QStringLiteral("Aufnahme gespeichert: "), 30000, again));
     const QStringList rerun = app.logLines().mid(again);
-    EXPECT_LT(lineOf(rerun, QStringLiteral("Einrichtung: Aufnahme wird abgeschlossen")),
-              lineOf(rerun, QStringLiteral("Kamera-Sessions gestoppt")))
+    const int ended = lineOf(rerun, QStringLiteral("Aufnahme beendet: "));
+    EXPECT_GT(ended, lineOf(rerun, QStringLiteral("Einrichtung: Aufnahme wird abgeschlossen")));
+    EXPECT_LT(ended, lineOf(rerun, QStringLiteral("Kamera-Sessions gestoppt")))
         << rerun.join(u'\n').toStdString();
     ASSERT_TRUE(app.waitForFiles(QStringLiteral("OSTREL-*.mp4"), 2));
     for (const QString& file : app.recordingFiles(QStringLiteral("OSTREL-*.mp4")))
