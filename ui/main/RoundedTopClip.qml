@@ -4,60 +4,63 @@ import QtQuick
 // to rectangles, so the rounded band is drawn as one-pixel rows of the content's texture, each
 // cut to the width of the arc at that height. That texture is an extra pass, and it makes the
 // window render a second frame after each change of the content: with `rounded` false the
-// content is clipped square and drawn directly.
+// content is clipped square and drawn directly. Qt's software renderer draws no ShaderEffect:
+// there the corners stay square.
+// The id is not "clip": inside a delegate that name is the delegate's own Item.clip.
 Item {
-    id: clip
+    id: frame
 
     property real radius: 8
     property bool rounded: true
     default property alias content: source.data
+    readonly property bool drawsRounded: rounded && GraphicsInfo.api !== GraphicsInfo.Software
 
     Item {
         id: source
-        width: clip.width
-        height: clip.height
-        clip: !clip.rounded
+        width: frame.width
+        height: frame.height
+        clip: !frame.drawsRounded
     }
     ShaderEffectSource {
         id: texture
-        sourceItem: clip.rounded ? source : null
-        hideSource: clip.rounded
-        live: clip.rounded
+        sourceItem: frame.drawsRounded ? source : null
+        hideSource: frame.drawsRounded
+        live: frame.drawsRounded
         visible: false
-        width: clip.width
-        height: clip.height
+        width: frame.width
+        height: frame.height
     }
 
     Repeater {
-        model: clip.rounded ? Math.ceil(clip.radius) : 0
+        model: frame.drawsRounded ? Math.ceil(frame.radius) : 0
         delegate: Item {
             required property int index
-            readonly property real dy: clip.radius - index - 0.5
-            readonly property real inset: clip.radius - Math.sqrt(Math.max(0, clip.radius * clip.radius - dy * dy))
+            readonly property real dy: frame.radius - index - 0.5
+            readonly property real inset: frame.radius - Math.sqrt(Math.max(0, frame.radius * frame.radius - dy * dy))
             x: inset
             y: index
-            width: Math.max(0, clip.width - 2 * inset)
+            width: Math.max(0, frame.width - 2 * inset)
             height: 1
             clip: true
             ShaderEffect {
                 x: -parent.inset
                 y: -parent.index
-                width: clip.width
-                height: clip.height
+                width: frame.width
+                height: frame.height
                 property variant source: texture
             }
         }
     }
     Item {
-        visible: clip.rounded
-        y: Math.ceil(clip.radius)
-        width: clip.width
-        height: Math.max(0, clip.height - y)
+        visible: frame.drawsRounded
+        y: Math.ceil(frame.radius)
+        width: frame.width
+        height: Math.max(0, frame.height - y)
         clip: true
         ShaderEffect {
             y: -parent.y
-            width: clip.width
-            height: clip.height
+            width: frame.width
+            height: frame.height
             property variant source: texture
         }
     }

@@ -8,6 +8,7 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QSGRendererInterface>
 #include <QSignalSpy>
 #include <QWheelEvent>
 
@@ -164,4 +165,30 @@ Window {
     EXPECT_EQ(scrolled.count(), 0);
     EXPECT_EQ(activity.count(), 3);
     EXPECT_DOUBLE_EQ(VideoInteractionView::scrollAmount({}, {0, -240}), -0.06);
+}
+
+// Qt's software renderer (the one without a graphics card, and under the offscreen platform)
+// draws no ShaderEffect: the rounded clip must show its content square there, not hide it.
+TEST_F(LiveViewItemTest, RoundedClipShowsItsContentSquareInTheSoftwareRenderer) {
+    QQmlComponent component(&engine);
+    // Based in the module's folder, so that its QML files are types.
+    component.setData(R"(
+import QtQuick
+Window {
+    width: 100; height: 60; color: "red"
+    RoundedTopClip {
+        x: 10; y: 10; width: 80; height: 40; radius: 8
+        Rectangle { anchors.fill: parent; color: "lime" }
+    }
+})",
+                      QUrl(QStringLiteral("qrc:/Ostrel/Test.qml")));
+    window.reset(qobject_cast<QQuickWindow*>(component.create()));
+    ASSERT_TRUE(window) << component.errorString().toStdString();
+    ASSERT_EQ(window->rendererInterface()->graphicsApi(), QSGRendererInterface::Software);
+    window->show();
+    ASSERT_TRUE(pumpUntil([&] { return window->isExposed(); }));
+    const QImage shot = window->grabWindow();
+    for (const QPoint p : {QPoint(10, 10), QPoint(50, 10), QPoint(89, 10), QPoint(50, 49)})
+        EXPECT_EQ(shot.pixelColor(p), QColor(Qt::green)) << p.x() << "," << p.y();
+    EXPECT_EQ(shot.pixelColor(9, 10), QColor(Qt::red));
 }
