@@ -6,6 +6,7 @@
 #include "app/KeyRepeatFilter.h"
 #include "app/Localisation.h"
 #include "app/RunningInstance.h"
+#include "app/SceneGraphChoice.h"
 #include "app/TerminationSignals.h"
 #include "app/UiTextDump.h"
 #include "capture/BackendSelection.h"
@@ -48,7 +49,10 @@ int main(int argc, char* argv[]) {
     QTranslator qtTranslator;
     installQtTranslation(app, qtTranslator, QLocale::system());
 
+    const std::optional<QString> sceneGraph = chooseSceneGraph();
     OstrelLog& log = OstrelLog::shared(); // writes the start-up entry
+    if (sceneGraph)
+        log.log(LogLevel::info, *sceneGraph);
     if (instance.state() == InstanceLock::State::unavailable)
         log.log(LogLevel::warn,
                 QStringLiteral("Sperre gegen einen zweiten Start nicht möglich (%1)")

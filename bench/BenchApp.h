@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/AppShell.h"
+#include "app/SceneGraphChoice.h"
 #include "bench/BenchWait.h"
 #include "capture/virtual/VirtualBackend.h"
 #include "capture/virtual/VirtualDevices.h"
@@ -41,6 +42,7 @@ public:
             m_settings.setValue(Setting::stabilizeMacro, true);
         }
         m_settings.setValue(Setting::recordingFolderPath, folder.toUtf8());
+        chooseSceneGraph(); // as the app does
         m_shell = std::make_unique<AppShell>(m_settings, m_backend);
         m_engine = std::make_unique<QQmlApplicationEngine>();
     }

@@ -39,8 +39,8 @@ TEST(RecordingPriority, RenderThreadsYieldAndAHighResolutionFileHoldsEveryFrameW
     AppRun app(options);
     ASSERT_STARTED(app.startLive());
 
-    // The scene graph's render thread, Mesa's rasteriser workers and the photos yield to the
-    // encoder.
+    // The photos yield to the encoder, and with OpenGL the scene graph's render thread and
+    // Mesa's rasteriser workers (Qt's software renderer draws on the GUI thread).
     const QList<QByteArray> yielding{"QSGRenderThread", "llvmpipe", "ostrel.snapshot"};
     std::map<int, int> nice;
     pollUntil(
@@ -50,7 +50,6 @@ TEST(RecordingPriority, RenderThreadsYieldAndAHighResolutionFileHoldsEveryFrameW
                                                 [](const auto& t) { return t.second == 5; });
         },
         30000);
-    ASSERT_FALSE(nice.empty()) << "no render threads found";
     EXPECT_FALSE(niceOfThreads(app.pid(), {"ostrel.snapshot"}).empty()) << "no photo thread";
     for (const auto& [tid, value] : nice)
         EXPECT_EQ(value, 5) << "thread " << tid;
