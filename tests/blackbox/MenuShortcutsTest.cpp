@@ -234,6 +234,9 @@ TEST(MenuShortcuts, MenuKeysAnswerAfterAnUpdate) {
         << text.toStdString();
     EXPECT_TRUE(text.contains(QStringLiteral("App gestartet")));
     EXPECT_TRUE(text.contains(QStringLiteral("2 Kameras live")));
+    // Copying the command that grants camera access always shows that it did something.
+    ASSERT_TRUE(app.clickShown(QStringLiteral("copyGroupCommand"), diagnose));
+    EXPECT_TRUE(app.waitForShown(QStringLiteral("Kopiert"), 10000, diagnose));
 
     ASSERT_TRUE(app.pressKeys(QStringLiteral("Escape"), diagnose));
     EXPECT_TRUE(pumpUntil([&] {
