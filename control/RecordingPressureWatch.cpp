@@ -100,7 +100,8 @@ void CameraManager::pressureTick(int width, int height) {
     if (m_pressure.liveIntervalMs() != intervalBefore)
         emit liveRefreshIntervalChanged();
     const int cameraFps = int(std::lround(m_pressure.cameraFps()));
-    if (measuring && !m_pressure.measuring())
+    const bool settled = measuring && !m_pressure.measuring();
+    if (settled)
         logOnMainThread(
             LogLevel::info,
             QStringLiteral("Encoder %1 bei %2×%3: %4 fps mit voller Last auf den %5 von %6 "
@@ -113,9 +114,22 @@ void CameraManager::pressureTick(int width, int height) {
                 .arg(cores())
                 .arg(cameraFps));
     const int limit = m_pressure.rateLimit();
-    if (limit == limitBefore || limit == 0)
+    // A pace kept through the measurement is said once it is settled.
+    if (limit == limitBefore && !(settled && limit > 0))
         return;
     m_recorder->setRateLimit(limit);
+    if (limit == 0) {
+        logOnMainThread(LogLevel::info, QStringLiteral("Aufnahme wieder mit jedem Kamerabild"));
+        showPaceNotice(QString());
+        return;
+    }
+    if (m_pressure.measuring()) {
+        logOnMainThread(LogLevel::info,
+                        QStringLiteral("Kamerabilder verworfen, bevor der Encoder gemessen ist — "
+                                       "vorläufig gleichmäßig mit %1 fps")
+                            .arg(limit));
+        return;
+    }
     logOnMainThread(
         LogLevel::warn,
         QStringLiteral("Encoder schafft %1×%2 nicht mit %3 fps — Aufnahme gleichmäßig mit "

@@ -29,6 +29,9 @@ bool RecordingPressure::update(const Sample& totals) {
     bool settled = false;
     if (m_measuring) {
         m_lastPressed = false;
+        // Frames lost before the measurement settles come in bursts: pace evenly meanwhile.
+        if (dropped > 0 && m_rateLimit == 0)
+            m_rateLimit = std::max(minimumLimit, cameraCeiling() * 2 / 3);
         if (measure(encoded, cpuUs, otherUs, wallUs)) {
             settle();
             settled = true;
@@ -60,6 +63,7 @@ int RecordingPressure::cameraCeiling() const {
 
 void RecordingPressure::settle() {
     m_measuring = false;
+    m_rateLimit = 0;
     const double cpuPerFrameUs = double(m_measuredCpuUs) / m_measuredFrames;
     // The live view, capture and compositing keep their share (measured with the live view at
     // its floor, where a paced recording keeps it); the encoder gets the rest, at least half a

@@ -19,8 +19,10 @@ public:
     }
     // A tick of the first seconds: `frames` encoded at `cpuUs` each, from a camera at `fps`,
     // the rest of the app on `otherCores`.
-    bool measuredTick(int frames, std::int64_t cpuUs, double fps, double otherCores = 0) {
+    bool measuredTick(int frames, std::int64_t cpuUs, double fps, double otherCores = 0,
+                      int dropped = 0) {
         m_totals.appended += frames;
+        m_totals.dropped += dropped;
         m_totals.encoded += frames;
         m_totals.encoderCpuUs += frames * cpuUs;
         m_totals.atUs += RecordingPressure::tickMs * 1000;
@@ -178,6 +180,7 @@ TEST(RecordingPressure, TheEncodersCostInTheFirstSecondsSetsThePace) {
         double cameraFps;
         int limit;          // 0: every frame
         int liveIntervalMs; // right after the measurement
+        int dropped = 0;    // in each measured tick
     };
     const Case cases[] = {
         {2, 0.0, 1'000, 30, 0, 33},     // a hardware encoder: full rate everywhere
@@ -190,6 +193,9 @@ TEST(RecordingPressure, TheEncodersCostInTheFirstSecondsSetsThePace) {
         {2, 0.0, 120'000, 15, 14, 100}, // 17 fps flat out: below the camera's rate
         {1, 0.0, 200'000, 30, 10, 100}, // 5 fps: no lower than 10
         {4, 0.0, 60'000, 30, 0, 67},    // the cores count: 67 fps flat out
+        // Drops while measured: paced at two thirds of the camera's rate until it settles.
+        {2, 0.7, 69'000, 30, 17, 100, 3},
+        {2, 0.0, 20'000, 30, 0, 33, 1}, // a burst: the measurement gives every frame back
     };
     RecordingPressure pressure;
     for (const Case& c : cases) {
@@ -204,9 +210,15 @@ TEST(RecordingPressure, TheEncodersCostInTheFirstSecondsSetsThePace) {
         const int perTick = int(c.cameraFps / 2);
         // The first key frame costs several frames' time: that tick is left out.
         EXPECT_FALSE(ticks.measuredTick(perTick, 20 * c.cpuPerFrameUs, c.cameraFps, 2.0));
-        for (int i = 0; i < RecordingPressure::measureTicks; ++i)
-            EXPECT_EQ(ticks.measuredTick(perTick, c.cpuPerFrameUs, c.cameraFps, c.otherCores),
-                      i + 1 == RecordingPressure::measureTicks);
+        for (int i = 0; i < RecordingPressure::measureTicks; ++i) {
+            const bool last = i + 1 == RecordingPressure::measureTicks;
+            EXPECT_EQ(
+                ticks.measuredTick(perTick, c.cpuPerFrameUs, c.cameraFps, c.otherCores, c.dropped),
+                last || (c.dropped > 0 && i == 0));
+            if (!last) {
+                EXPECT_EQ(pressure.rateLimit(), c.dropped > 0 ? ceiling * 2 / 3 : 0);
+            }
+        }
         EXPECT_FALSE(pressure.measuring());
         EXPECT_EQ(pressure.rateLimit(), c.limit);
         EXPECT_EQ(pressure.liveIntervalMs(), c.liveIntervalMs);
